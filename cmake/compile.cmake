@@ -1,0 +1,34 @@
+# Compile and link settings that every target shares, collected in the interface target
+# morvane_options.
+find_package(Threads REQUIRED)
+
+add_library(morvane_options INTERFACE)
+target_include_directories(morvane_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_link_libraries(morvane_options INTERFACE Threads::Threads)
+
+target_compile_options(morvane_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(MORVANE_WERROR)
+  target_compile_options(morvane_options INTERFACE -Werror)
+endif()
+
+# The engine reports failures by return values; nothing on its paths throws or asks for type
+# information at run time.
+if(MORVANE_ARCH)
+  target_compile_options(morvane_options INTERFACE -march=${MORVANE_ARCH})
+endif()
+
+# Release means -O3 whatever the generator's default is.
+set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -D_GLIBCXX_ASSERTIONS")
+
+if(MORVANE_SANITIZE)
+  target_compile_options(morvane_options INTERFACE
+    -fsanitize=${MORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  target_link_options(morvane_options INTERFACE -fsanitize=${MORVANE_SANITIZE})
+endif()
+
+if(MORVANE_LTO AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT MORVANE_SANITIZE)
+  include(CheckIPOSupported)
+  check_ipo_supported(RESULT MORVANE_IPO_SUPPORTED OUTPUT MORVANE_IPO_WHY LANGUAGES CXX)
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ${MORVANE_IPO_SUPPORTED})
+endif()

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "board/types.h"
+
+/// Attack sets of every piece on every square, filled once at program start and constant from then
+/// on. Sliding attacks come from magic bitboards: the relevant occupancy, multiplied and shifted,
+/// is the index of the attack set.
+namespace Attacks {
+
+/// One square's part of a sliding-attack table. The four fields share a cache line.
+struct alignas(32) MagicEntry {
+    Bitboard mask;           // squares whose occupancy matters: the rays without their last squares
+    std::uint64_t magic;     // multiplier that sends every subset of the mask to an index
+    const Bitboard* attacks; // first attack set of this square
+    std::uint32_t shift;     // 64 minus the number of squares in the mask
+
+    Bitboard operator()(Bitboard occupancy) const {
+        return attacks[((occupancy & mask) * magic) >> shift];
+    }
+};
+
+extern Bitboard knightAttacks[64];
+extern Bitboard kingAttacks[64];
+extern Bitboard pawnAttacks[2][64]; // filled on every rank: also looked up backwards from a target
+extern Bitboard rankMask[64];       // the lines through a square, without the square itself
+extern Bitboard fileMask[64];
+extern Bitboard diagMask[64];  // the direction a1-h8
+extern Bitboard adiagMask[64]; // the direction a8-h1
+extern MagicEntry rookMagic[64];
+extern MagicEntry bishopMagic[64];
+
+/// Fills every table here except `gBetweenBB`.
+void init();
+
+/// Fills `gBetweenBB`; needs the other tables.
+void initBetween();
+
+/// Rook or bishop attacks found by walking each ray square by square, first blocker included: what
+/// the tables must return. Slow; for filling and checking them.
+Bitboard slidingAttacksRef(Square sq, Bitboard occupancy, bool rook);
+
+inline Bitboard rookAttacks(Square sq, Bitboard occupancy) {
+    return rookMagic[sq](occupancy);
+}
+inline Bitboard bishopAttacks(Square sq, Bitboard occupancy) {
+    return bishopMagic[sq](occupancy);
+}
+inline Bitboard queenAttacks(Square sq, Bitboard occupancy) {
+    return rookAttacks(sq, occupancy) | bishopAttacks(sq, occupancy);
+}
+
+} // namespace Attacks
+
+/// Squares strictly between two squares of one rank, file or diagonal; empty for all other pairs.
+extern Bitboard gBetweenBB[64][64];

@@ -1,0 +1,47 @@
+#include "board/board.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+// The longest way that a repetition test looks back: the half-move clock is one byte.
+constexpr int kReachableRecords = std::numeric_limits<std::uint8_t>::max();
+
+// Room that a search needs on top of the game: its depth is bounded by 128 plies, and a line that
+// is walked after the search by as many again.
+constexpr int kSearchReserve = 300;
+
+} // namespace
+
+void Board::reset() {
+    for (auto& side : pieces)
+        std::fill(std::begin(side), std::end(side), Bitboard{0});
+    colorBB[White] = colorBB[Black] = occupied = 0;
+    std::fill(std::begin(mailbox), std::end(mailbox), kNoPiece);
+    sideToMove = White;
+    epSquare = kNoSquare;
+    castling = 0;
+    halfmoveClock = 0;
+    fullmoveNumber = 1;
+    key = pawnKey = 0;
+    psqMg = psqEg = 0;
+    nonPawnMaterial[White] = nonPawnMaterial[Black] = 0;
+    phase = 0;
+    historyCount = 0;
+}
+
+std::uint64_t Board::computePawnKey() const {
+    std::uint64_t result = 0;
+    for (const Color c : {White, Black})
+        for (Bitboard pawns = pieces[c][Pawn]; pawns;)
+            result ^= Zobrist::pieceSquare[c][Pawn][popLowest(pawns)];
+    return result;
+}
+
+void Board::makeRoomInHistory() {
+    if (historyCount < kMaxHistory - kSearchReserve)
+        return;
+    std::copy(history + historyCount - kReachableRecords, history + historyCount, history);
+    historyCount = kReachableRecords;
+}

@@ -1,0 +1,203 @@
+#pragma once
+
+#include "board/attacks.h"
+#include "board/types.h"
+#include "board/zobrist.h"
+#include "params/psq.h"
+
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+/// Castling rights, one bit each.
+enum CastlingRight : std::uint8_t {
+    WhiteKingSide = 1,
+    WhiteQueenSide = 2,
+    BlackKingSide = 4,
+    BlackQueenSide = 8,
+};
+
+/// What a move destroys and unmaking it brings back.
+struct UndoInfo {
+    std::uint64_t key; // of the position before the move: repetition tests read it
+    std::uint32_t epSquare;
+    std::uint8_t castling;
+    std::uint8_t halfmoveClock;
+    Piece captured; // `kNoPiece` if none
+    std::uint64_t pawnKey;
+    std::int32_t psqMg;
+    std::int32_t psqEg;
+    std::int32_t nonPawnMaterial[2];
+    std::int32_t phase;
+};
+
+/// Moves that a board can remember.
+inline constexpr int kMaxHistory = 1024;
+
+/// A position with its history. A plain value without pointers: a copy is complete in itself, and
+/// every thread works on a copy of its own. All redundant fields agree at all times.
+struct Board {
+    Bitboard pieces[2][6]; // by colour and piece
+    Bitboard colorBB[2];
+    Bitboard occupied;
+    Piece mailbox[64]; // without colour; `kNoPiece` when empty
+    Color sideToMove;
+    std::uint32_t epSquare; // square behind a pawn that just moved two ranks, `kNoSquare` if none
+    std::uint8_t castling;  // set of `CastlingRight`
+    std::uint8_t halfmoveClock;  // plies since the last capture or pawn move
+    std::int32_t fullmoveNumber; // from 1, counts Black's moves
+    std::uint64_t key;
+    std::uint64_t pawnKey; // of the pawns alone
+    std::int32_t psqMg;    // sums of `kPsq`, White's point of view
+    std::int32_t psqEg;
+    std::int32_t nonPawnMaterial[2]; // sums of `kNonPawnValue`
+    std::int32_t phase;              // sum of `kPhaseWeight`, 24 in the start position
+    UndoInfo history[kMaxHistory];
+    std::int32_t historyCount;
+
+    // --- setting up ---
+
+    /// Empties the board. The key of an empty board is 0: only `setFen` makes a full key.
+    void reset();
+
+    void putPiece(Color c, Piece p, Square sq);    // the square must be empty
+    void removePiece(Color c, Piece p, Square sq); // the piece must be there
+    void movePiece(Color c, Piece p, Square from, Square to);
+
+    /// Replaces the position by the one that a FEN describes; the two counters at its end may be
+    /// missing. Returns false for a FEN that describes no playable position; the board is then
+    /// unchanged, or empty if only the check of the side not to move spoke against it.
+    bool setFen(std::string_view fen);
+
+    /// The position as a FEN of six fields.
+    std::string fen() const;
+
+    std::uint64_t computePawnKey() const;
+
+    // --- playing ---
+
+    /// Plays a pseudo-legal move; it may leave the own king in check.
+    void makeMove(Move m);
+
+    /// Takes back `m`, which must be the move played last.
+    void unmakeMove(Move m);
+
+    void makeNullMove();
+    void unmakeNullMove();
+
+    /// Forgets the oldest moves when the history has little room left, but none that a repetition
+    /// test could still reach: for games of any length.
+    void makeRoomInHistory();
+
+    // --- asking ---
+
+    Square kingSquare(Color c) const { return lowestSquare(pieces[c][King]); }
+
+    /// Whether a piece of colour `by` attacks the square.
+    bool isAttacked(Square sq, Color by) const;
+
+    /// Whether the king of `c` is attacked.
+    bool inCheck(Color c) const { return isAttacked(kingSquare(c), ~c); }
+
+    /// Pieces of both colours that attack the square, seen through `occupancy` by sliders. Pieces
+    /// missing from `occupancy` are not left out.
+    Bitboard attackersTo(Square sq, Bitboard occupancy) const;
+
+    /// Whether the side may castle now: right, empty squares, no attacked square on the king's way.
+    bool canCastleKS(Color c) const;
+    bool canCastleQS(Color c) const;
+
+    /// Whether the generators would produce this code here, whatever code it is.
+    bool isPseudoLegal(Move m) const;
+
+    /// Whether a pseudo-legal move leaves the own king out of check. Tries the move on the board
+    /// and takes it back, so the board must not be shared.
+    bool isLegal(Move m) const;
+
+    /// Whether a pseudo-legal quiet move or double push attacks the enemy king, directly or by
+    /// discovery.
+    bool quietGivesCheck(Move m) const;
+
+  private:
+    template <Color Us>
+    void make(Move m);
+    template <Color Us>
+    void unmake(Move m);
+    template <Color Us>
+    bool isPseudoLegalPawnMove(Move m) const;
+
+    UndoInfo& pushRecord();
+    void togglePlacement(Color c, Piece p, Bitboard squares);
+};
+
+static_assert(std::is_trivially_copyable_v<Board>);
+
+inline constexpr std::string_view kStartFen =
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
+
+// --- hot bodies ---
+
+inline void Board::togglePlacement(Color c, Piece p, Bitboard squares) {
+    pieces[c][p] ^= squares;
+    colorBB[c] ^= squares;
+    occupied ^= squares;
+}
+
+inline void Board::putPiece(Color c, Piece p, Square sq) {
+    togglePlacement(c, p, bit(sq));
+    mailbox[sq] = p;
+    key ^= Zobrist::pieceSquare[c][p][sq];
+    if (p == Pawn)
+        pawnKey ^= Zobrist::pieceSquare[c][p][sq];
+    psqMg += kPsq[c][p][sq].mg;
+    psqEg += kPsq[c][p][sq].eg;
+    nonPawnMaterial[c] += kNonPawnValue[p];
+    phase += EvalParams::kPhaseWeight[p];
+}
+
+inline void Board::removePiece(Color c, Piece p, Square sq) {
+    togglePlacement(c, p, bit(sq));
+    mailbox[sq] = kNoPiece;
+    key ^= Zobrist::pieceSquare[c][p][sq];
+    if (p == Pawn)
+        pawnKey ^= Zobrist::pieceSquare[c][p][sq];
+    psqMg -= kPsq[c][p][sq].mg;
+    psqEg -= kPsq[c][p][sq].eg;
+    nonPawnMaterial[c] -= kNonPawnValue[p];
+    phase -= EvalParams::kPhaseWeight[p];
+}
+
+inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
+    togglePlacement(c, p, bit(from) | bit(to));
+    mailbox[from] = kNoPiece;
+    mailbox[to] = p;
+    const std::uint64_t change = Zobrist::pieceSquare[c][p][from] ^ Zobrist::pieceSquare[c][p][to];
+    key ^= change;
+    if (p == Pawn)
+        pawnKey ^= change;
+    psqMg += kPsq[c][p][to].mg - kPsq[c][p][from].mg;
+    psqEg += kPsq[c][p][to].eg - kPsq[c][p][from].eg;
+}
+
+inline bool Board::isAttacked(Square sq, Color by) const {
+    const Bitboard(&attackers)[6] = pieces[by];
+    const Bitboard diagonal = attackers[Bishop] | attackers[Queen];
+    const Bitboard straight = attackers[Rook] | attackers[Queen];
+    return ((attackers[Pawn] & Attacks::pawnAttacks[~by][sq]) |
+            (attackers[Knight] & Attacks::knightAttacks[sq]) |
+            (attackers[King] & Attacks::kingAttacks[sq]) |
+            (diagonal & Attacks::bishopAttacks(sq, occupied)) |
+            (straight & Attacks::rookAttacks(sq, occupied))) != 0;
+}
+
+inline Bitboard Board::attackersTo(Square sq, Bitboard occupancy) const {
+    using namespace Attacks;
+    const Bitboard queens = pieces[White][Queen] | pieces[Black][Queen];
+    const Bitboard diagonal = pieces[White][Bishop] | pieces[Black][Bishop] | queens;
+    const Bitboard straight = pieces[White][Rook] | pieces[Black][Rook] | queens;
+    return (pieces[White][Pawn] & pawnAttacks[Black][sq]) |
+           (pieces[Black][Pawn] & pawnAttacks[White][sq]) |
+           ((pieces[White][Knight] | pieces[Black][Knight]) & knightAttacks[sq]) |
+           (diagonal & bishopAttacks(sq, occupancy)) | (straight & rookAttacks(sq, occupancy)) |
+           ((pieces[White][King] | pieces[Black][King]) & kingAttacks[sq]);
+}

@@ -1,0 +1,135 @@
+#include "board/board.h"
+
+namespace {
+
+constexpr Bitboard squares(std::initializer_list<Square> list) {
+    Bitboard set = 0;
+    for (const Square sq : list)
+        set |= bit(sq);
+    return set;
+}
+
+// Squares that must not be attacked, and squares that must be empty, by colour. The knight's square
+// on the queen's side may be attacked: only the rook passes over it.
+constexpr Bitboard kCastleKingSafe[2] = {squares({E1, F1, G1}), squares({E8, F8, G8})};
+constexpr Bitboard kCastleQueenSafe[2] = {squares({C1, D1, E1}), squares({C8, D8, E8})};
+constexpr Bitboard kCastleKingOcc[2] = {squares({F1, G1}), squares({F8, G8})};
+constexpr Bitboard kCastleQueenOcc[2] = {squares({B1, C1, D1}), squares({B8, C8, D8})};
+
+constexpr std::uint8_t kKingSideRight[2] = {WhiteKingSide, BlackKingSide};
+constexpr std::uint8_t kQueenSideRight[2] = {WhiteQueenSide, BlackQueenSide};
+
+bool noneAttacked(const Board& board, Bitboard set, Color by) {
+    while (set)
+        if (board.isAttacked(popLowest(set), by))
+            return false;
+    return true;
+}
+
+bool isPseudoLegalCastling(const Board& board, Move m) {
+    const Color us = board.sideToMove;
+    const Square home = us == White ? E1 : E8;
+    if (fromSquare(m) != home || !(board.pieces[us][King] & bit(home)))
+        return false;
+    if (moveFlag(m) == FlagCastleKing)
+        return toSquare(m) == home + 2 && board.canCastleKS(us);
+    return toSquare(m) == home - 2 && board.canCastleQS(us);
+}
+
+/// Attacks of a piece other than a pawn on the current occupancy.
+Bitboard pieceAttacks(const Board& board, Piece piece, Square sq) {
+    switch (piece) {
+    case Knight:
+        return Attacks::knightAttacks[sq];
+    case Bishop:
+        return Attacks::bishopAttacks(sq, board.occupied);
+    case Rook:
+        return Attacks::rookAttacks(sq, board.occupied);
+    case Queen:
+        return Attacks::queenAttacks(sq, board.occupied);
+    default:
+        return Attacks::kingAttacks[sq];
+    }
+}
+
+} // namespace
+
+bool Board::canCastleKS(Color c) const {
+    return (castling & kKingSideRight[c]) && !(occupied & kCastleKingOcc[c]) &&
+           noneAttacked(*this, kCastleKingSafe[c], ~c);
+}
+
+bool Board::canCastleQS(Color c) const {
+    return (castling & kQueenSideRight[c]) && !(occupied & kCastleQueenOcc[c]) &&
+           noneAttacked(*this, kCastleQueenSafe[c], ~c);
+}
+
+template <Color Us>
+bool Board::isPseudoLegalPawnMove(Move m) const {
+    constexpr Color Them = ~Us;
+    const Square from = fromSquare(m);
+    const Square to = toSquare(m);
+    const std::uint32_t flag = moveFlag(m);
+
+    if (isPromotion(m) != (relativeRank(Us, from) == 6))
+        return false;
+    if (flag == FlagEnPassant)
+        return static_cast<std::uint32_t>(to) == epSquare &&
+               (Attacks::pawnAttacks[Them][to] & bit(from));
+    if (isCapture(m))
+        return (Attacks::pawnAttacks[Us][from] & bit(to)) && (colorBB[Them] & bit(to));
+    if (occupied & bit(to))
+        return false;
+    if (flag == FlagDoublePush)
+        return relativeRank(Us, from) == 1 && to == from + 2 * forward(Us) &&
+               !(occupied & bit(from + forward(Us)));
+    return to == from + forward(Us);
+}
+
+bool Board::isPseudoLegal(Move m) const {
+    const Color us = sideToMove;
+    const Square from = fromSquare(m);
+    const Square to = toSquare(m);
+    const std::uint32_t flag = moveFlag(m);
+
+    if (m == 0 || from == to || flag == 6 || flag == 7 || !(colorBB[us] & bit(from)))
+        return false;
+    if (isCastling(m))
+        return isPseudoLegalCastling(*this, m);
+    if (colorBB[us] & bit(to))
+        return false;
+    const Piece piece = mailbox[from];
+    if (piece == Pawn)
+        return us == White ? isPseudoLegalPawnMove<White>(m) : isPseudoLegalPawnMove<Black>(m);
+    if (flag != FlagQuiet && flag != FlagCapture)
+        return false;
+    if (isCapture(m) != ((colorBB[~us] & bit(to)) != 0))
+        return false;
+    return (pieceAttacks(*this, piece, from) & bit(to)) != 0;
+}
+
+bool Board::isLegal(Move m) const {
+    // Undone before the return: to the caller nothing changes.
+    Board& board = const_cast<Board&>(*this);
+    const Color us = sideToMove;
+    board.makeMove(m);
+    const bool legal = !inCheck(us);
+    board.unmakeMove(m);
+    return legal;
+}
+
+bool Board::quietGivesCheck(Move m) const {
+    const Color us = sideToMove;
+    const Bitboard change = bit(fromSquare(m)) | bit(toSquare(m));
+    const Bitboard occupancy = occupied ^ change;
+    const Square king = kingSquare(~us);
+    const Piece moved = mailbox[fromSquare(m)];
+
+    const auto after = [&](Piece p) { return pieces[us][p] ^ (p == moved ? change : 0); };
+    const Bitboard queens = after(Queen);
+    return ((after(Pawn) & Attacks::pawnAttacks[~us][king]) |
+            (after(Knight) & Attacks::knightAttacks[king]) |
+            (after(King) & Attacks::kingAttacks[king]) |
+            ((after(Bishop) | queens) & Attacks::bishopAttacks(king, occupancy)) |
+            ((after(Rook) | queens) & Attacks::rookAttacks(king, occupancy))) != 0;
+}

@@ -1,0 +1,39 @@
+#include "eval/evaluate.h"
+#include "eval/walk.h"
+
+#include <algorithm>
+
+void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& storedWhiteMaterial,
+                    int& storedBlackMaterial, int& storedPhase, int& mg, int& eg,
+                    int& whiteMaterial, int& blackMaterial, int& phase) {
+    storedMg = board.psqMg;
+    storedEg = board.psqEg;
+    storedWhiteMaterial = board.nonPawnMaterial[White];
+    storedBlackMaterial = board.nonPawnMaterial[Black];
+    storedPhase = std::min(board.phase, EvalParams::kFullPhase);
+
+    Eval::SumSink sink;
+    Eval::walkMaterial(board, sink);
+    mg = sink.total().mg;
+    eg = sink.total().eg;
+
+    int material[2] = {0, 0};
+    phase = 0;
+    for (const Color c : {White, Black})
+        for (const Piece p : {Knight, Bishop, Rook, Queen}) {
+            const int count = popcount(board.pieces[c][p]);
+            material[c] += EvalParams::kMgValue[p] * count;
+            phase += EvalParams::kPhaseWeight[p] * count;
+        }
+    whiteMaterial = material[White];
+    blackMaterial = material[Black];
+}
+
+void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg, int& freshEg) {
+    const ScorePair cached = Eval::evalPawns(board);
+    const ScorePair fresh = Eval::evalPawnsRaw(board);
+    cachedMg = cached.mg;
+    cachedEg = cached.eg;
+    freshMg = fresh.mg;
+    freshEg = fresh.eg;
+}

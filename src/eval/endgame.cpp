@@ -1,0 +1,187 @@
+#include "eval/endgame.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+// Non-pawn material of the sides that the rules name.
+constexpr int kKnightMaterial = kNonPawnValue[Knight];
+constexpr int kBishopMaterial = kNonPawnValue[Bishop];
+constexpr int kRookMaterial = kNonPawnValue[Rook];
+constexpr int kTwoKnights = 2 * kKnightMaterial;
+constexpr int kBishopAndKnight = kBishopMaterial + kKnightMaterial;
+
+constexpr int kDrawn = 0;
+constexpr int kNearlyDrawn = 8;
+constexpr int kKrpkrHard = 12;
+constexpr int kKrpkrUnclear = 24;
+constexpr int kOppositeBishops = 32;
+
+// A lead in non-pawn material that wins without pawns.
+constexpr int kWinningLead = kKnightMaterial;
+
+/// The side that an end-game score favours and its opponent.
+struct Sides {
+    const Board& board;
+    Color strong;
+    Color weak;
+
+    int material(Color c) const { return board.nonPawnMaterial[c]; }
+    Bitboard pawns(Color c) const { return board.pieces[c][Pawn]; }
+    bool both(int amount) const { return material(strong) == amount && material(weak) == amount; }
+};
+
+bool hasExactlyOne(const Board& board, Color c, Piece p) {
+    return popcount(board.pieces[c][p]) == 1;
+}
+
+int kingAndPawnScale(const Board& board, Color owner) {
+    const Square pawn = lowestSquare(board.pieces[owner][Pawn]);
+    const bool win = Endgame::kpkWin(owner, board.kingSquare(owner), pawn, board.kingSquare(~owner),
+                                     board.sideToMove);
+    return win ? kFullScale : kDrawn;
+}
+
+int rookAndPawnScale(const Board& board, Color owner) {
+    return Endgame::krpkrScale(owner, board.kingSquare(owner),
+                               lowestSquare(board.pieces[owner][Rook]),
+                               lowestSquare(board.pieces[owner][Pawn]), board.kingSquare(~owner),
+                               lowestSquare(board.pieces[~owner][Rook]), board.sideToMove);
+}
+
+bool bishopsOnDifferentColours(const Board& board) {
+    return hasExactlyOne(board, White, Bishop) && hasExactlyOne(board, Black, Bishop) &&
+           isLight(lowestSquare(board.pieces[White][Bishop])) !=
+               isLight(lowestSquare(board.pieces[Black][Bishop]));
+}
+
+/// Bishop and rook pawns whose queening corner the bishop does not cover, the weak king at it.
+bool isWrongBishop(const Sides& s) {
+    if (s.material(s.strong) != kBishopMaterial || !hasExactlyOne(s.board, s.strong, Bishop) ||
+        s.material(s.weak) != 0 || s.pawns(s.weak) || !s.pawns(s.strong))
+        return false;
+    const bool onA = !(s.pawns(s.strong) & ~fileBB(0));
+    const bool onH = !(s.pawns(s.strong) & ~fileBB(7));
+    if (!onA && !onH)
+        return false;
+    const Square corner = makeSquare(onA ? 0 : 7, s.strong == White ? 7 : 0);
+    return isLight(lowestSquare(s.board.pieces[s.strong][Bishop])) != isLight(corner) &&
+           chebyshev(s.board.kingSquare(s.weak), corner) <= 1;
+}
+
+bool isRookAgainstMinor(const Sides& s) {
+    const int weak = s.material(s.weak);
+    return !s.pawns(White) && !s.pawns(Black) && s.material(s.strong) == kRookMaterial &&
+           hasExactlyOne(s.board, s.strong, Rook) &&
+           (weak == kKnightMaterial || weak == kBishopMaterial);
+}
+
+int edgeDistance(Square sq) {
+    return std::min(fileOf(sq), 7 - fileOf(sq)) + std::min(rankOf(sq), 7 - rankOf(sq));
+}
+
+int manhattan(Square a, Square b) {
+    return std::abs(fileOf(a) - fileOf(b)) + std::abs(rankOf(a) - rankOf(b));
+}
+
+int mopUp(const Board& board, Color winner) {
+    constexpr int kLongestWay = 14;
+    constexpr int kCentre = 6;
+    const Square loser = board.kingSquare(~winner);
+    return (kLongestWay - manhattan(board.kingSquare(winner), loser)) *
+               EvalParams::kMopUpCloseness +
+           (kCentre - edgeDistance(loser)) * EvalParams::kMopUpEdge;
+}
+
+bool isBishopAndKnightAgainstKing(const Board& board, Color strong) {
+    return hasExactlyOne(board, strong, Bishop) && hasExactlyOne(board, strong, Knight) &&
+           !(board.pieces[strong][Pawn] | board.pieces[strong][Rook] |
+             board.pieces[strong][Queen]) &&
+           board.colorBB[~strong] == board.pieces[~strong][King];
+}
+
+int rightCorner(const Board& board, Color strong) {
+    constexpr Square kLight[2] = {H1, A8};
+    constexpr Square kDark[2] = {A1, H8};
+    const Square king = board.kingSquare(~strong);
+    const auto& corners = isLight(lowestSquare(board.pieces[strong][Bishop])) ? kLight : kDark;
+    const int distance = std::min(chebyshev(king, corners[0]), chebyshev(king, corners[1]));
+    return EvalParams::kKbnCorner * (7 - distance);
+}
+
+} // namespace
+
+int Endgame::krpkrScale(Color strong, Square strongKing, Square strongRook, Square pawn,
+                        Square weakKing, Square /*weakRook*/, Color sideToMove) {
+    const int mirror = (strong == White ? 0 : 56) ^ (fileOf(pawn) > 3 ? 7 : 0);
+    pawn ^= mirror;
+    weakKing ^= mirror;
+    strongKing ^= mirror;
+    const int pawnFile = fileOf(pawn);
+    const int weakFile = fileOf(weakKing);
+
+    if (rankOf(weakKing) > rankOf(pawn) && std::abs(weakFile - pawnFile) <= 1)
+        return kKrpkrHard;
+    if (rankOf(pawn) > 4)
+        return kFullScale;
+
+    const Square queening = makeSquare(pawnFile, 7);
+    const int lead = chebyshev(weakKing, queening) - chebyshev(strongKing, queening) -
+                     (sideToMove == strong ? 0 : 1);
+    if (lead < -3)
+        return kKrpkrHard;
+    if (lead > -3)
+        return kFullScale;
+    const int rookFile = fileOf(strongRook ^ mirror);
+    const bool cutOff =
+        rookFile > std::min(pawnFile, weakFile) && rookFile < std::max(pawnFile, weakFile);
+    return cutOff ? kFullScale : kKrpkrUnclear;
+}
+
+int egScaleFactor(const Board& board, int egScore) {
+    const Color strong = egScore < 0 ? Black : White;
+    const Sides s{board, strong, ~strong};
+    const Bitboard whitePawns = s.pawns(White);
+    const Bitboard blackPawns = s.pawns(Black);
+
+    if (whitePawns && blackPawns && !s.both(kBishopMaterial))
+        return kFullScale;
+    if (popcount(whitePawns | blackPawns) == 1) {
+        const Color owner = whitePawns ? White : Black;
+        if (s.both(0))
+            return kingAndPawnScale(board, owner);
+        if (s.both(kRookMaterial) && hasExactlyOne(board, White, Rook) &&
+            hasExactlyOne(board, Black, Rook))
+            return rookAndPawnScale(board, owner);
+    }
+    if (s.both(kBishopMaterial) && bishopsOnDifferentColours(board))
+        return kOppositeBishops;
+    if (s.material(strong) == kTwoKnights && popcount(board.pieces[strong][Knight]) == 2 &&
+        s.material(s.weak) == 0 && !s.pawns(strong) && !s.pawns(s.weak))
+        return kDrawn;
+    if (isWrongBishop(s))
+        return kDrawn;
+    if (isRookAgainstMinor(s))
+        return kNearlyDrawn;
+    const bool canWin =
+        s.material(strong) - s.material(s.weak) > kWinningLead || s.pawns(strong) != 0;
+    return canWin ? kFullScale : kNearlyDrawn;
+}
+
+int kingProximityEg(const Board& board, int whiteMaterial, int blackMaterial) {
+    const int lead = whiteMaterial - blackMaterial;
+    int amount = 0;
+    if (lead > EvalParams::kMopUpLead)
+        amount += mopUp(board, White);
+    else if (lead < -EvalParams::kMopUpLead)
+        amount -= mopUp(board, Black);
+
+    if (whiteMaterial == kBishopAndKnight && blackMaterial == 0 &&
+        isBishopAndKnightAgainstKing(board, White))
+        amount += rightCorner(board, White);
+    else if (blackMaterial == kBishopAndKnight && whiteMaterial == 0 &&
+             isBishopAndKnightAgainstKing(board, Black))
+        amount -= rightCorner(board, Black);
+    return amount;
+}

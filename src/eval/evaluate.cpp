@@ -1,0 +1,72 @@
+#include "eval/evaluate.h"
+
+#include "eval/walk.h"
+
+#include <algorithm>
+
+namespace {
+
+// Where the fifty-move clock would have faded a score to nothing.
+constexpr int kFadeLength = 200;
+
+bool gEvalTrace = false;
+
+} // namespace
+
+void setEvalTrace(bool on) {
+    gEvalTrace = on;
+}
+
+int evaluate(const Board& board) {
+    if (gEvalTrace) [[unlikely]]
+        return Eval::evaluateAndPrint(board);
+    Eval::SumSink sink;
+    Eval::walkKept(board, sink);
+    const int value = Eval::blend(board, sink.total()).value;
+    return board.sideToMove == White ? value : -value;
+}
+
+namespace Eval {
+
+Blend blend(const Board& board, ScorePair total) {
+    using EvalParams::kFullPhase;
+    const int phase = std::min(board.phase, kFullPhase);
+    const int scale = egScaleFactor(board, total.eg);
+    const int eg = scale * total.eg / kFullScale;
+    const int tapered = (phase * total.mg + eg * (kFullPhase - phase)) / kFullPhase;
+    return {phase, scale, tapered * (kFadeLength - board.halfmoveClock) / kFadeLength};
+}
+
+void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]) {
+    const Square sq = board.kingSquare(king);
+    const Bitboard(&enemies)[6] = board.pieces[~king];
+    Bitboard pinners =
+        ((enemies[Bishop] | enemies[Queen]) & (Attacks::diagMask[sq] | Attacks::adiagMask[sq])) |
+        ((enemies[Rook] | enemies[Queen]) & (Attacks::fileMask[sq] | Attacks::rankMask[sq]));
+    pinned = 0;
+    while (pinners) {
+        const Square pinner = popLowest(pinners);
+        const Bitboard between = gBetweenBB[sq][pinner];
+        const Bitboard blockers = between & board.occupied;
+        if (blockers && !moreThanOne(blockers) && (blockers & board.colorBB[king])) {
+            pinned |= blockers;
+            rays[lowestSquare(blockers)] = between | bit(pinner);
+        }
+    }
+}
+
+void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]) {
+    for (const Color c : {White, Black}) {
+        const Bitboard(&own)[6] = board.pieces[c];
+        Bitboard all = pawnAttackSet(c, own[Pawn]) | Attacks::kingAttacks[board.kingSquare(c)];
+        for (Bitboard knights = own[Knight]; knights;)
+            all |= Attacks::knightAttacks[popLowest(knights)];
+        for (Bitboard sliders = own[Bishop] | own[Queen]; sliders;)
+            all |= Attacks::bishopAttacks(popLowest(sliders), board.occupied);
+        for (Bitboard sliders = own[Rook] | own[Queen]; sliders;)
+            all |= Attacks::rookAttacks(popLowest(sliders), board.occupied);
+        attackedBy[c] = all;
+    }
+}
+
+} // namespace Eval

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "board/board.h"
+#include "params/psq.h"
+
+/// Static value of a position in centipawns from the side to move's point of view. Prints its
+/// breakdown as well while the trace is on.
+int evaluate(const Board& board);
+
+/// Switches the printed breakdown on or off, for the whole process. Only for use without searches.
+void setEvalTrace(bool on);
+
+/// Compares what the board keeps with what its pieces give. Each stored number has its recomputed
+/// partner; the caller compares them.
+void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& storedWhiteMaterial,
+                    int& storedBlackMaterial, int& storedPhase, int& mg, int& eg,
+                    int& whiteMaterial, int& blackMaterial, int& phase);
+
+/// The pawn-structure score through the cache and computed afresh; the caller compares them.
+void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg, int& freshEg);
+
+namespace Eval {
+
+/// How a pair of totals becomes a value.
+struct Blend {
+    int phase; // 0 to 24, 24 = all pieces on the board
+    int scale; // of the end-game half, out of 64
+    int value; // centipawns, White's point of view
+};
+
+/// Blends the two totals by game phase, the end-game half scaled, and fades the result as the
+/// fifty-move rule draws near. Every division truncates.
+Blend blend(const Board& board, ScorePair total);
+
+/// The breakdown behind `evaluate`, printed; returns the value like `evaluate`.
+int evaluateAndPrint(const Board& board);
+
+} // namespace Eval

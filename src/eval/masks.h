@@ -1,0 +1,20 @@
+#pragma once
+
+#include "board/types.h"
+
+namespace Eval {
+
+/// Fills `gBetweenBB` and the masks below. Called once at program start, after `Attacks::init`.
+void init();
+
+/// Round a king of the given colour: his square, its neighbours and the squares up to two ranks
+/// before him on his and the neighbouring files.
+extern Bitboard gKingZone[2][64];
+
+/// Before a king: one and two ranks ahead on his and the neighbouring files.
+extern Bitboard gKingShield[2][64];
+
+/// A file and its neighbours, one bit a file.
+extern std::uint8_t gFileGroup[8];
+
+} // namespace Eval

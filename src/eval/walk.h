@@ -1,0 +1,212 @@
+#pragma once
+
+#include "eval/endgame.h"
+#include "eval/features.h"
+#include "eval/masks.h"
+#include "eval/pawns.h"
+
+/// The evaluation, written once: a walk over a position that tells a sink which weights count how
+/// often, all from White's point of view and in centipawns. Play, the printed breakdown and feature
+/// extraction differ in the sink alone.
+namespace Eval {
+
+/// Pieces of `king`'s colour that stand alone between him and an enemy slider: the set, and for
+/// each square in it the ray that the piece may not leave (`rays` is not set elsewhere).
+void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]);
+
+/// Everything that the pieces of each side attack, own pieces and pinned attackers included.
+void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]);
+
+namespace Detail {
+
+/// What the pieces contribute to terms that are counted after them.
+struct PieceWalk {
+    Bitboard attackedBy[2];
+    Bitboard mobilityArea[2];
+    Bitboard kingRing[2]; // the king and his neighbours
+    Bitboard kingZone[2];
+    Bitboard pinned[2];
+    Bitboard pinRays[2][64];
+    int kingUnits[2] = {0, 0};  // attack units against each king
+    int kingWeight[2] = {0, 0}; // and the weight of the attackers
+};
+
+template <Piece P>
+Bitboard attacksFrom(Square sq, Bitboard occupied) {
+    if constexpr (P == Knight)
+        return Attacks::knightAttacks[sq];
+    else if constexpr (P == Bishop)
+        return Attacks::bishopAttacks(sq, occupied);
+    else if constexpr (P == Rook)
+        return Attacks::rookAttacks(sq, occupied);
+    else
+        return Attacks::queenAttacks(sq, occupied);
+}
+
+/// Positive for White's features, negative for Black's.
+constexpr int signOf(Color c) {
+    return c == White ? 1 : -1;
+}
+
+inline void beginPieces(const Board& board, PieceWalk& walk) {
+    for (const Color c : {White, Black}) {
+        const Square king = board.kingSquare(c);
+        const Bitboard pawns = pawnAttackSet(c, board.pieces[c][Pawn]);
+        walk.attackedBy[c] = pawns | Attacks::kingAttacks[king];
+        walk.mobilityArea[~c] = ~(board.colorBB[~c] | pawns);
+        walk.kingRing[c] = Attacks::kingAttacks[king] | bit(king);
+        walk.kingZone[c] = gKingZone[c][king];
+        computeAbsolutePins(board, c, walk.pinned[c], walk.pinRays[c]);
+    }
+}
+
+/// Rook on a file without own pawns: positive, more in the middle game on an open file, more in the
+/// end game on a semi-open one.
+template <Color Us, class Sink>
+void addRookFile(const Board& board, Square sq, Sink& sink) {
+    const Bitboard file = fileBB(fileOf(sq));
+    if (board.pieces[Us][Pawn] & file)
+        return;
+    if (board.pieces[~Us][Pawn] & file)
+        sink.template use<Term::RookFiles, kRookSemiOpen>(0, signOf(Us));
+    else
+        sink.template use<Term::RookFiles, kRookOpen>(0, signOf(Us));
+}
+
+/// Mobility: reachable squares that no own piece holds and no enemy pawn attacks; few are a
+/// handicap, many an asset. On the way the attacks on the enemy king are counted for king safety.
+template <Piece P, Color Us, class Sink>
+void addPieces(const Board& board, PieceWalk& walk, Sink& sink) {
+    constexpr Color Them = ~Us;
+    static_assert(EvalParams::kKsRingUnits == 2 * EvalParams::kKsZoneUnits);
+    for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
+        const Square sq = popLowest(pieces);
+        Bitboard attacks = attacksFrom<P>(sq, board.occupied);
+        walk.attackedBy[Us] |= attacks;
+
+        // The ring lies within the zone, so a piece that attacks it counts twice the half.
+        const int pressure =
+            ((attacks & walk.kingRing[Them]) != 0) + ((attacks & walk.kingZone[Them]) != 0);
+        walk.kingUnits[Them] += EvalParams::kKsZoneUnits * pressure;
+        walk.kingWeight[Them] += EvalParams::kKsAttackWeight[P] / 2 * pressure;
+
+        if (walk.pinned[Us] & bit(sq)) [[unlikely]]
+            attacks &= walk.pinRays[Us][sq];
+        sink.template use<Term::Mobility, kMobility[P]>(popcount(attacks & walk.mobilityArea[Us]),
+                                                        signOf(Us));
+        if constexpr (P == Rook)
+            addRookFile<Us>(board, sq, sink);
+    }
+}
+
+/// King placement: at home in the middle game, in the centre in the end game. The lone king of a
+/// side that is behind is driven to the edge (end game only).
+template <class Sink>
+void addKings(const Board& board, Sink& sink) {
+    sink.template use<Term::King, kPlacement[King]>(board.kingSquare(White) ^ 56, 1);
+    sink.template use<Term::King, kPlacement[King]>(board.kingSquare(Black), -1);
+    sink.template base<Term::King>(
+        0, kingProximityEg(board, board.nonPawnMaterial[White], board.nonPawnMaterial[Black]));
+}
+
+template <class Sink>
+void addBishopPair(const Board& board, Sink& sink) {
+    const int pairs =
+        moreThanOne(board.pieces[White][Bishop]) - moreThanOne(board.pieces[Black][Bishop]);
+    sink.template use<Term::BishopPair, kBishopPair>(0, pairs);
+}
+
+/// One bit for each file that holds a square of the set.
+constexpr std::uint8_t filesOf(Bitboard set) {
+    set |= set >> 32;
+    set |= set >> 16;
+    return static_cast<std::uint8_t>(set | set >> 8);
+}
+
+/// Shelter of a king away from the centre: files with a pawn just before him gain, files without a
+/// pawn of his cost. Danger: the more the enemy attacks round him, the worse. Middle game only.
+template <Color Us, class Sink>
+void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
+    constexpr std::uint8_t kOpenCentre = 0b00111000; // a king on these files has no shelter to lose
+    const Square king = board.kingSquare(Us);
+    const Bitboard pawns = board.pieces[Us][Pawn];
+    int amount = -(walk.kingWeight[Us] / EvalParams::kKsWeightDivisor);
+    if (!(kOpenCentre >> fileOf(king) & 1)) {
+        const std::uint8_t group = gFileGroup[fileOf(king)];
+        const int sheltered = std::popcount(filesOf(pawns & gKingShield[Us][king]));
+        const int open = popcount(group & ~Bitboard{filesOf(pawns)});
+        amount += EvalParams::kKsShelter * sheltered;
+        sink.template use<Term::KingSafety, kKsOpenFile>(0, -signOf(Us) * open);
+    }
+    constexpr int kMaxUnits = kKsSafety.cells - 1;
+    const int units = walk.kingUnits[Us] < kMaxUnits ? walk.kingUnits[Us] : kMaxUnits;
+    sink.template use<Term::KingSafety, kKsSafety>(units, -signOf(Us));
+    sink.template base<Term::KingSafety>(signOf(Us) * amount, 0);
+}
+
+/// Passed pawns against the pieces: a free path, a defended next step, kings near and far.
+template <class Sink>
+void addPassers(const Board& board, const PieceWalk& walk, Sink& sink) {
+    int mg = 0;
+    int eg = 0;
+    passerTerms(board, walk.attackedBy, mg, eg);
+    sink.template base<Term::Pawns>(mg, eg);
+}
+
+} // namespace Detail
+
+/// Material and placement of everything but the kings, counted afresh: the sums that the board
+/// keeps, piece by piece.
+template <class Sink>
+void walkMaterial(const Board& board, Sink& sink) {
+    const auto addPiecesOfType = [&]<Piece P>() {
+        for (const Color c : {White, Black})
+            for (Bitboard pieces = board.pieces[c][P]; pieces;) {
+                const Square sq = popLowest(pieces);
+                const int cell = c == White ? sq ^ 56 : sq;
+                const int sign = Detail::signOf(c);
+                sink.template use<Term::Material, kMaterial[P]>(0, sign);
+                sink.template use<Term::Material, kPlacement[P]>(cell, sign);
+                if constexpr (P != Pawn)
+                    sink.template use<Term::Material, kPlacementDelta[P]>(cell, sign);
+            }
+    };
+    addPiecesOfType.template operator()<Pawn>();
+    addPiecesOfType.template operator()<Knight>();
+    addPiecesOfType.template operator()<Bishop>();
+    addPiecesOfType.template operator()<Rook>();
+    addPiecesOfType.template operator()<Queen>();
+}
+
+/// Every term but material and pawn structure.
+template <class Sink>
+void walkPieces(const Board& board, Sink& sink) {
+    using namespace Detail;
+    PieceWalk walk;
+    beginPieces(board, walk);
+    addKings(board, sink);
+    addBishopPair(board, sink);
+    addPieces<Knight, White>(board, walk, sink);
+    addPieces<Knight, Black>(board, walk, sink);
+    addPieces<Bishop, White>(board, walk, sink);
+    addPieces<Bishop, Black>(board, walk, sink);
+    addPieces<Rook, White>(board, walk, sink);
+    addPieces<Rook, Black>(board, walk, sink);
+    addPieces<Queen, White>(board, walk, sink);
+    addPieces<Queen, Black>(board, walk, sink);
+    addKingSafety<White>(board, walk, sink);
+    addKingSafety<Black>(board, walk, sink);
+    addPassers(board, walk, sink);
+}
+
+/// The walk of play: material and pawn structure are taken from what the board and the pawn cache
+/// keep; everything else is counted.
+template <class Sink>
+void walkKept(const Board& board, Sink& sink) {
+    sink.template base<Term::Material>(board.psqMg, board.psqEg);
+    const ScorePair pawns = evalPawns(board);
+    sink.template base<Term::Pawns>(pawns.mg, pawns.eg);
+    walkPieces(board, sink);
+}
+
+} // namespace Eval

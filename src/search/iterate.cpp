@@ -1,0 +1,129 @@
+#include "board/movegen.h"
+#include "search/search.h"
+
+#include <algorithm>
+
+namespace Search {
+
+namespace {
+
+// Depths that helpers leave out, by (id - 1) mod 20: they skip a depth when (depth + phase) / size
+// is odd. So the pool spreads over depths instead of searching each one many times.
+constexpr int kSkipSize[20] = {1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4};
+constexpr int kSkipPhase[20] = {0, 1, 0, 1, 2, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0, 1, 2, 3};
+
+constexpr int kAspirationDepth = 5; // the first depth with a narrow window
+constexpr int kFirstMargin = 25;
+constexpr int kSecondMargin = 39;
+
+struct Window {
+    int alpha;
+    int beta;
+
+    bool contains(int score) const { return alpha < score && score < beta; }
+};
+
+constexpr Window kFullWindow = {-kInfinite, kInfinite};
+
+/// After a failure of the first window. On failing low the upper bound drops to the score of the
+/// iteration before: what fails low rarely comes back above it.
+Window widened(int score, int previous) {
+    if (isMateScore(score))
+        return kFullWindow;
+    constexpr int kBound = kInfinite - kFirstMargin;
+    if (score >= previous + kFirstMargin)
+        return {previous - kFirstMargin, std::min(score, kBound) + kFirstMargin};
+    return {std::max(score, -kBound) - kFirstMargin, previous};
+}
+
+/// After a failure of the second window.
+Window widenedAgain(int score, Window failed) {
+    if (isMateScore(score))
+        return kFullWindow;
+    constexpr int kBound = kInfinite - kSecondMargin;
+    if (score <= failed.alpha)
+        return {std::max(score, -kBound) - kSecondMargin, (failed.alpha + failed.beta) / 2};
+    return {failed.alpha, std::min(score, kBound) + kSecondMargin};
+}
+
+bool stopped() {
+    return gStopSearch.load(std::memory_order_relaxed);
+}
+
+/// Searches one depth and keeps its result, unless it was interrupted; an interrupted first
+/// iteration counts, so that there is always a move.
+bool completeIteration(Thread& thread, int depth) {
+    RootStack stack;
+    const int score = aspirationSearch(thread, thread.board, depth, thread.score, stack.records);
+    if (stopped() && depth != 1)
+        return false;
+    thread.bestMove = thread.rootBestMove;
+    thread.score = score;
+    thread.completedDepth = depth;
+    return true;
+}
+
+} // namespace
+
+int aspirationSearch(Thread& thread, Board& board, int depth, int previousScore, SearchStack* ss) {
+    const auto search = [&](Window w) {
+        return alphaBeta(thread, board, w.alpha, w.beta, depth, ss, false);
+    };
+    if (depth < kAspirationDepth || isMateScore(previousScore))
+        return search(kFullWindow);
+
+    Window window = {previousScore - kFirstMargin, previousScore + kFirstMargin};
+    int score = search(window);
+    if (stopped() || window.contains(score))
+        return score;
+
+    window = widened(score, previousScore);
+    score = search(window);
+    if (stopped() || window.contains(score))
+        return score;
+
+    window = widenedAgain(score, window);
+    score = search(window);
+    if (stopped() || window.contains(score))
+        return score;
+    return search(kFullWindow);
+}
+
+bool helperSkipsDepth(int id, int depth) {
+    const int i = (id - 1) % 20;
+    return ((depth + kSkipPhase[i]) / kSkipSize[i]) % 2 == 1;
+}
+
+void iterativeDeepening(Thread& thread) {
+    const bool isMain = thread.id == 0;
+    const SearchLimits& limits = thread.limits;
+    const int maxDepth = limits.infinite ? kMaxPly : std::min(limits.depth, kMaxPly);
+    if (isMain)
+        resetReports();
+
+    const Move first = firstLegalMove(thread.board);
+    if (first == 0) {
+        if (isMain)
+            reportNoMoves(thread.board);
+        return;
+    }
+    if (maxDepth < 1)
+        return;
+    thread.rootBestMove = first; // until the search has found one
+
+    for (int depth = 1; depth <= maxDepth; ++depth) {
+        thread.depth = depth;
+        if (!isMain && helperSkipsDepth(thread.id, depth))
+            continue;
+        if (!completeIteration(thread, depth))
+            return;
+        if (isMain) {
+            const std::int64_t elapsed = gTime.elapsed();
+            reportIteration(thread, elapsed);
+            if (!gTime.startNextIteration(elapsed))
+                return;
+        }
+    }
+}
+
+} // namespace Search

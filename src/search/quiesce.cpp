@@ -1,0 +1,121 @@
+#include "board/movegen.h"
+#include "eval/evaluate.h"
+#include "search/correction.h"
+#include "search/ordering.h"
+#include "search/search.h"
+#include "search/tt.h"
+
+namespace Search {
+
+namespace {
+
+constexpr int kTableMoveScore = 1000000;
+constexpr int kQuiescenceDepth = -1; // of table entries
+constexpr int kDeltaMargin = 200;
+
+bool stopped() {
+    return gStopSearch.load(std::memory_order_relaxed);
+}
+
+/// Whether a stored result answers a null-window search at once.
+bool canCutByTable(const TTData& tt, int score, int alpha, int beta) {
+    if (beta - alpha != 1 || tt.depth < kQuiescenceDepth)
+        return false;
+    return tt.flag == TTExact || (tt.flag == TTLower && score >= beta) ||
+           (tt.flag == TTUpper && score <= alpha);
+}
+
+void storeUnlessStopped(const Board& board, Move move, int score, TTFlag flag, int ply) {
+    if (!stopped())
+        gTT.store(board.key, move, score, kQuiescenceDepth, flag, ply);
+}
+
+/// Captures and promotions, best first.
+class CapturePicker {
+  public:
+    CapturePicker(const Board& board, Move ttMove) {
+        generateCaptures(board, moves_);
+        for (int i = 0; i < moves_.count; ++i)
+            scores_[i] = moves_.moves[i] == ttMove ? kTableMoveScore
+                                                   : Ordering::captureScore(board, moves_.moves[i]);
+    }
+
+    Move next() {
+        if (cursor_ == moves_.count)
+            return 0;
+        const int best = Ordering::indexOfBest(scores_, cursor_, moves_.count);
+        Ordering::moveForward(moves_.moves, scores_, best, cursor_);
+        return moves_.moves[cursor_++];
+    }
+
+  private:
+    MoveList moves_;
+    std::int32_t scores_[MoveList::kCapacity];
+    int cursor_ = 0;
+};
+
+/// Whether a capture cannot raise the best score: what it takes is too little, or the exchange
+/// loses.
+bool isHopeless(const Board& board, Move m, int staticEval, int best) {
+    if (isPromotion(m))
+        return false;
+    const int gain = SEE::kValue[Ordering::victimOf(board, m)];
+    return staticEval + kDeltaMargin + gain < best || !seeGE(board, m, 0);
+}
+
+} // namespace
+
+int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdepth) {
+    if (stopped())
+        return 0;
+    if (ply >= kMaxPly)
+        return evaluate(board);
+    thread.countNode();
+    thread.countQuiescenceNode();
+    thread.reachPly(ply);
+
+    TTData tt{};
+    const bool hit = gTT.probe(board.key, tt);
+    if (hit) {
+        const int score = TranspositionTable::scoreFromTT(tt.score, ply);
+        if (canCutByTable(tt, score, alpha, beta))
+            return score;
+    }
+
+    // Standing pat is allowed in check too: evasions are the main search's business.
+    const int staticEval = evaluate(board) + Correction(thread, board).value();
+    if (staticEval >= beta) {
+        storeUnlessStopped(board, 0, staticEval, TTLower, ply);
+        return beta;
+    }
+    int best = std::max(staticEval, alpha);
+    Move bestMove = 0;
+    const Color us = board.sideToMove;
+    const bool inCheck = board.inCheck(us);
+
+    CapturePicker picker(board, tt.move);
+    while (const Move m = picker.next()) {
+        if (!inCheck && isHopeless(board, m, staticEval, best))
+            continue;
+        board.makeMove(m);
+        if (board.inCheck(us)) {
+            board.unmakeMove(m);
+            continue;
+        }
+        gTT.prefetch(board.key);
+        const int score = -quiesce(thread, board, -beta, -best, ply + 1, qdepth + 1);
+        board.unmakeMove(m);
+        if (score >= beta) {
+            storeUnlessStopped(board, m, score, TTLower, ply);
+            return beta;
+        }
+        if (score > best) {
+            best = score;
+            bestMove = m;
+        }
+    }
+    storeUnlessStopped(board, bestMove, best, TTUpper, ply);
+    return best;
+}
+
+} // namespace Search

@@ -1,0 +1,157 @@
+#include "search/thread.h"
+
+#include "base/line.h"
+#include "search/search.h"
+#include "search/tt.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <system_error>
+
+std::atomic<bool> gStopSearch{false};
+ThreadPool gThreads;
+
+Thread::Thread(int threadId) : id(threadId) {
+    board.reset();
+    clearForSearch();
+    try {
+        worker_ = std::thread(&Thread::idleLoop, this);
+    } catch (const std::system_error& error) {
+        throw std::system_error(error.code(), "thread constructor failed");
+    }
+    waitForSearchFinished();
+}
+
+Thread::~Thread() {
+    {
+        const std::lock_guard lock(mutex_);
+        exit_ = true;
+        searching_ = true;
+        wake_.notify_all();
+    }
+    worker_.join();
+}
+
+void Thread::clearForSearch() {
+    std::memset(quietHistory, 0, sizeof quietHistory);
+    std::memset(pawnCorrection, 0, sizeof pawnCorrection);
+    std::memset(nonPawnCorrection, 0, sizeof nonPawnCorrection);
+    nodes = 0;
+    qnodes = 0;
+    seldepth = 0;
+    completedDepth = 0;
+    rootBestMove = 0;
+    rootBestScore = 0;
+    bestMove = 0;
+    score = 0;
+}
+
+void Thread::startSearching() {
+    const std::lock_guard lock(mutex_);
+    searching_ = true;
+    wake_.notify_all();
+}
+
+void Thread::waitForSearchFinished() {
+    std::unique_lock lock(mutex_);
+    wake_.wait(lock, [this] { return !searching_; });
+}
+
+void Thread::idleLoop() {
+    for (;;) {
+        {
+            std::unique_lock lock(mutex_);
+            searching_ = false;
+            wake_.notify_all();
+            wake_.wait(lock, [this] { return searching_ || exit_; });
+            if (exit_)
+                return;
+        }
+        if (id == 0)
+            mainLoop();
+        else
+            Search::iterativeDeepening(*this);
+    }
+}
+
+void Thread::mainLoop() {
+    gTime.start(limits, board.sideToMove);
+    gThreads.startHelpers();
+    Search::iterativeDeepening(*this);
+
+    // A search without limits answers when it is told to, not when it is done.
+    while (limits.infinite && !gStopSearch)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+
+    gStopSearch = true;
+    gThreads.waitForHelpersFinished();
+    Line().add("bestmove ").add(moveToString(gThreads.bestThread().bestMove)).print();
+}
+
+void ThreadPool::clear() {
+    while (!threads_.empty())
+        threads_.pop_back();
+}
+
+void ThreadPool::set(std::size_t count) {
+    waitForSearchFinished();
+    clear();
+    count = std::max<std::size_t>(count, 1);
+    while (threads_.size() < count)
+        threads_.push_back(std::make_unique<Thread>(static_cast<int>(threads_.size())));
+}
+
+void ThreadPool::startThinking(const Board& board, const SearchLimits& limits) {
+    waitForSearchFinished();
+    gStopSearch = false;
+    gTT.newGeneration();
+    for (const auto& thread : threads_) {
+        thread->board = board;
+        thread->limits = limits;
+        thread->clearForSearch();
+    }
+    threads_.front()->startSearching();
+}
+
+void ThreadPool::startHelpers() {
+    for (std::size_t i = 1; i < threads_.size(); ++i)
+        threads_[i]->startSearching();
+}
+
+void ThreadPool::waitForHelpersFinished() {
+    for (std::size_t i = 1; i < threads_.size(); ++i)
+        threads_[i]->waitForSearchFinished();
+}
+
+void ThreadPool::waitForSearchFinished() {
+    if (!threads_.empty())
+        threads_.front()->waitForSearchFinished();
+}
+
+const Thread& ThreadPool::bestThread() const {
+    const Thread* best = threads_.front().get();
+    for (const auto& thread : threads_) {
+        const bool better =
+            thread->completedDepth > best->completedDepth ||
+            (thread->completedDepth == best->completedDepth && thread->score > best->score);
+        if (thread.get() != best && thread->bestMove != 0 && better)
+            best = thread.get();
+    }
+    return *best;
+}
+
+std::uint64_t ThreadPool::totalNodes() const {
+    std::uint64_t total = 0;
+    for (const auto& thread : threads_)
+        total += thread->nodes.load(std::memory_order_relaxed);
+    return total;
+}
+
+int ThreadPool::totalSeldepth() const {
+    int greatest = 0;
+    for (const auto& thread : threads_)
+        greatest =
+            std::max(greatest, static_cast<int>(thread->seldepth.load(std::memory_order_relaxed)));
+    return greatest;
+}

@@ -1,0 +1,148 @@
+#include "search/tt.h"
+
+#include "base/memory.h"
+#include "search/score.h"
+
+#include <atomic>
+#include <bit>
+#include <cstring>
+
+TranspositionTable gTT;
+
+namespace {
+
+// Layout of the data word, from bit 0 up: move 32, score 16, depth 8, flag 2, generation 6.
+constexpr int kScoreShift = 32;
+constexpr int kDepthShift = 48;
+constexpr int kFlagShift = 56;
+constexpr int kGenerationShift = 58;
+constexpr std::uint32_t kGenerationMask = 63;
+
+// What an entry of an earlier search counts less than one of this search, in plies of depth.
+constexpr int kAgePenalty = 8;
+
+std::uint64_t pack(std::uint32_t move, int score, int depth, TTFlag flag,
+                   std::uint32_t generation) {
+    return std::uint64_t{move} | std::uint64_t{static_cast<std::uint16_t>(score)} << kScoreShift |
+           std::uint64_t{static_cast<std::uint8_t>(depth)} << kDepthShift |
+           std::uint64_t{flag & 3U} << kFlagShift |
+           std::uint64_t{generation & kGenerationMask} << kGenerationShift;
+}
+
+int depthOf(std::uint64_t data) {
+    return static_cast<std::int8_t>(data >> kDepthShift);
+}
+
+std::uint32_t generationOf(std::uint64_t data) {
+    return static_cast<std::uint32_t>(data >> kGenerationShift);
+}
+
+TTData unpack(std::uint64_t data) {
+    return {static_cast<std::uint32_t>(data), static_cast<std::int16_t>(data >> kScoreShift),
+            depthOf(data), static_cast<TTFlag>((data >> kFlagShift) & 3)};
+}
+
+// Threads read and write entries at will; each word for itself is atomic.
+std::uint64_t load(const std::uint64_t& word) {
+    return std::atomic_ref(const_cast<std::uint64_t&>(word)).load(std::memory_order_relaxed);
+}
+
+void save(std::uint64_t& word, std::uint64_t value) {
+    std::atomic_ref(word).store(value, std::memory_order_relaxed);
+}
+
+} // namespace
+
+TranspositionTable::~TranspositionTable() {
+    SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
+}
+
+bool TranspositionTable::resize(std::uint64_t mb) {
+    constexpr std::uint64_t kMiB = 1 << 20;
+    std::uint64_t count = mb * kMiB / sizeof(Bucket);
+    if (count == 0)
+        count = 1;
+    void* memory = SysMem::allocateZeroed(count * sizeof(Bucket));
+    if (!memory)
+        return false;
+    SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
+    buckets_ = static_cast<Bucket*>(memory);
+    bucketCount_ = count;
+    indexMask_ = count - 1;
+    powerOfTwo_ = std::has_single_bit(count);
+    generation_ = 0;
+    return true;
+}
+
+void TranspositionTable::clear() {
+    if (buckets_)
+        std::memset(static_cast<void*>(buckets_), 0, bucketCount_ * sizeof(Bucket));
+    generation_ = 0;
+}
+
+bool TranspositionTable::probe(std::uint64_t key, TTData& out) const {
+    if (bucketCount_ == 0)
+        return false;
+    for (const Entry& entry : buckets_[index(key)].entries) {
+        const std::uint64_t keyXorData = load(entry.keyXorData);
+        const std::uint64_t data = load(entry.data);
+        // Two zero words are an empty place, also for the key 0.
+        if ((keyXorData ^ data) == key && (keyXorData | data) != 0) {
+            out = unpack(data);
+            return true;
+        }
+    }
+    return false;
+}
+
+void TranspositionTable::store(std::uint64_t key, std::uint32_t move, int score, int depth,
+                               TTFlag flag, int ply) {
+    if (bucketCount_ == 0)
+        return;
+    Entry* victim = nullptr;
+    int victimWorth = 0;
+    for (Entry& entry : buckets_[index(key)].entries) {
+        const std::uint64_t keyXorData = load(entry.keyXorData);
+        const std::uint64_t data = load(entry.data);
+        if ((keyXorData | data) == 0) {
+            victim = &entry;
+            victimWorth = depth;
+            break;
+        }
+        if ((keyXorData ^ data) == key) {
+            // Quiescence does not displace what a real search found here.
+            if (depth < 0 && depthOf(data) >= 0)
+                return;
+            victim = &entry;
+            victimWorth = depth;
+            break;
+        }
+        const bool current = generationOf(data) == (generation_ & kGenerationMask);
+        const int worth = depthOf(data) - (current ? 0 : kAgePenalty);
+        if (!victim || worth < victimWorth) {
+            victim = &entry;
+            victimWorth = worth;
+        }
+    }
+    if (victimWorth > depth)
+        return;
+    const std::uint64_t data = pack(move, scoreToTT(score, ply), depth, flag, generation_);
+    save(victim->keyXorData, key ^ data);
+    save(victim->data, data);
+}
+
+int TranspositionTable::scoreToTT(int score, int ply) {
+    if (score >= Search::kMateBound)
+        return score + ply;
+    if (score <= -Search::kMateBound)
+        return score - ply;
+    return score;
+}
+
+int TranspositionTable::scoreFromTT(int score, int ply) {
+    if (score >= Search::kMateBound)
+        return score - ply;
+    if (score <= -Search::kMateBound)
+        return score + ply;
+    return score;
+}

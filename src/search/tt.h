@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// What a stored score says about the true one.
+enum TTFlag : std::uint32_t { TTExact = 0, TTLower = 1, TTUpper = 2 };
+
+/// A stored result. The score is still in table form: `scoreFromTT` makes it one of the search.
+struct TTData {
+    std::uint32_t move; // 0 if none
+    std::int32_t score;
+    std::int32_t depth; // -1 from quiescence
+    TTFlag flag;
+};
+
+/// Search results by position key, shared by all threads without locks. An entry is two words, the
+/// data and the key exclusive-or'ed with them: what two threads have half written in one place
+/// matches no key (R. Hyatt and T. Mann, "A lock-less transposition table implementation for
+/// parallel search", 2002). Resizing and clearing need all searches to have ended.
+class TranspositionTable {
+  public:
+    TranspositionTable() = default;
+    ~TranspositionTable();
+    TranspositionTable(const TranspositionTable&) = delete;
+    TranspositionTable& operator=(const TranspositionTable&) = delete;
+
+    /// Makes the table `mb` MiB large (one bucket at least) and empty. On failure returns false and
+    /// leaves the old table as it was.
+    bool resize(std::uint64_t mb);
+
+    /// Empties the table, its age included.
+    void clear();
+
+    /// Begins a new search: entries of earlier ones lose worth.
+    void newGeneration() { ++generation_; }
+
+    /// Finds the result stored for a key; returns false if there is none.
+    bool probe(std::uint64_t key, TTData& out) const;
+
+    /// Stores a result found `ply` plies from the root, unless what stands in its place is worth
+    /// more.
+    void store(std::uint64_t key, std::uint32_t move, int score, int depth, TTFlag flag, int ply);
+
+    /// Asks the processor to fetch the bucket of a key that will be probed soon.
+    void prefetch(std::uint64_t key) const {
+        if (bucketCount_ != 0)
+            __builtin_prefetch(&buckets_[index(key)]);
+    }
+
+    /// Mate scores count from the root in the search and from the position in the table.
+    static int scoreToTT(int score, int ply);
+    static int scoreFromTT(int score, int ply);
+
+    std::uint64_t bucketCount() const { return bucketCount_; }
+
+  private:
+    struct Entry {
+        std::uint64_t keyXorData;
+        std::uint64_t data;
+    };
+    struct alignas(64) Bucket {
+        Entry entries[4];
+    };
+    static_assert(sizeof(Bucket) == 64);
+
+    std::uint64_t index(std::uint64_t key) const {
+        return powerOfTwo_ ? key & indexMask_ : key % bucketCount_;
+    }
+
+    Bucket* buckets_ = nullptr;
+    std::uint64_t bucketCount_ = 0;
+    std::uint8_t generation_ = 0; // its low 6 bits are stored
+    std::uint64_t indexMask_ = 0;
+    bool powerOfTwo_ = false;
+};
+
+extern TranspositionTable gTT;

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Every text of the front end that a user can see, in one place. Diagnostics are in Ukrainian, the
+/// words of the protocol in English.
+namespace Messages {
+
+inline constexpr std::string_view kName = "Morvane";
+inline constexpr std::string_view kVersion = "0.11.0";
+inline constexpr std::string_view kAuthor = "the Morvane developers";
+
+inline constexpr std::string_view kBadFen = "невалідний FEN";
+inline constexpr std::string_view kEgScaleBadLine = "err";
+
+/// For the words "perft" and "benchsearch".
+inline std::string badDepth(std::string_view word) {
+    return std::string(word) + ": глибина має бути цілим числом >= 1";
+}
+
+// --- position ---
+
+inline constexpr std::string_view kPositionMissing =
+    "position: очікувалось startpos або fen — позицію не змінено";
+inline constexpr std::string_view kPositionEmptyFen =
+    "position fen: порожній FEN — позицію не змінено";
+
+inline std::string positionBadFen(const std::string& fen) {
+    return "position fen: некоректний FEN \"" + fen + "\" — позицію не змінено";
+}
+
+inline std::string positionUnknown(const std::string& word) {
+    return "position: невідомий аргумент \"" + word + "\" — позицію не змінено";
+}
+
+inline std::string positionIllegalMove(const std::string& move) {
+    return "position moves: хід \"" + move + "\" нелегальний у цій позиції — решту ходів пропущено";
+}
+
+// --- setoption ---
+
+inline std::string optionBadValue(const std::string& name, const std::string& value) {
+    return "setoption " + name + ": некоректне значення \"" + value + "\" — опцію не змінено";
+}
+
+inline std::string hashCapped(const std::string& requested, const std::string& physicalMiB,
+                              const std::string& used) {
+    return "setoption hash: " + requested + " МБ — більше за 3/4 фізичної RAM (" + physicalMiB +
+           " МБ); використано " + used + " МБ";
+}
+
+inline std::string hashFailed(const std::string& size) {
+    return "setoption hash: не вдалося виділити " + size + " МБ — лишається попередній розмір";
+}
+
+inline std::string threadsFailed(const std::string& count) {
+    return "setoption threads: не вдалося створити " + count +
+           " потоків — лишається попередня кількість";
+}
+
+} // namespace Messages

@@ -1,0 +1,94 @@
+#include "uci/modes.h"
+
+#include "base/output.h"
+#include "base/parse.h"
+#include "eval/endgame.h"
+#include "eval/evaluate.h"
+#include "tools/bench.h"
+#include "uci/divide.h"
+#include "uci/messages.h"
+#include "uci/uci.h"
+
+#include <iostream>
+#include <string>
+
+namespace {
+
+using Arguments = std::span<const std::string_view>;
+
+/// The position that the modes work on.
+Board gBoard;
+
+int fail(std::string_view message) {
+    Output::writeError(std::string(message) + "\n");
+    return 1;
+}
+
+int perftMode(Arguments arguments) {
+    int depth = 0;
+    gBoard.reset();
+    if (!parseIntStrict(arguments[1], depth) || !canDivide(gBoard, depth))
+        return fail(Messages::badDepth("perft"));
+    if (!gBoard.setFen(arguments[0]))
+        return fail(Messages::kBadFen);
+    printDivide(gBoard, depth);
+    return 0;
+}
+
+int benchSearchMode(Arguments arguments) {
+    int depth = 0;
+    if (!arguments.empty() && (!parseIntStrict(arguments[0], depth) || depth < 1))
+        return fail(Messages::badDepth("benchsearch"));
+    runBenchSearch(depth);
+    return 0;
+}
+
+int evalTraceMode(Arguments arguments) {
+    if (!gBoard.setFen(arguments[0]))
+        return fail(Messages::kBadFen);
+    setEvalTrace(true);
+    evaluate(gBoard);
+    setEvalTrace(false);
+    return 0;
+}
+
+/// Filter: a FEN a line in, annotations after a semicolon ignored; its end-game scale out.
+int egScaleMode(Arguments) {
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (!gBoard.setFen(std::string_view(line).substr(0, line.find(';')))) {
+            Output::write(std::string(Messages::kEgScaleBadLine) + "\n");
+            continue;
+        }
+        const int value = evaluate(gBoard);
+        const int white = gBoard.sideToMove == White ? value : -value;
+        Output::write(std::to_string(egScaleFactor(gBoard, white)) + "\n");
+    }
+    return 0;
+}
+
+int benchMode(Arguments) {
+    runBenchPerft();
+    return 0;
+}
+
+constexpr Mode kModes[] = {
+    {"perft", 2, perftMode},         {"benchsearch", 0, benchSearchMode},
+    {"evaltrace", 1, evalTraceMode}, {"egscale", 0, egScaleMode},
+    {"bench", 0, benchMode},
+};
+
+} // namespace
+
+std::span<const Mode> modes() {
+    return kModes;
+}
+
+int runMode(Arguments arguments) {
+    for (const Mode& mode : kModes)
+        if (!arguments.empty() && arguments[0] == mode.word &&
+            arguments.size() > static_cast<std::size_t>(mode.arguments))
+            return mode.run(arguments.subspan(1));
+    uciLoop();
+    return 0;
+}

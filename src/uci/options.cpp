@@ -1,0 +1,83 @@
+#include "uci/options.h"
+
+#include "base/memory.h"
+#include "base/output.h"
+#include "base/parse.h"
+#include "search/thread.h"
+#include "search/tt.h"
+#include "uci/messages.h"
+#include "uci/uci.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace {
+
+int gThreadCount = 1;
+
+void applyHash(int value) {
+    constexpr std::uint64_t kMiB = 1 << 20;
+    const auto requested = static_cast<std::uint64_t>(value);
+    const std::uint64_t physical = SysMem::physicalBytes();
+    const std::uint64_t size = SysMem::clampHashMb(requested, physical);
+    if (size < requested)
+        infoString(Messages::hashCapped(std::to_string(requested), std::to_string(physical / kMiB),
+                                        std::to_string(size)));
+    stopSearch();
+    if (!gTT.resize(size))
+        infoString(Messages::hashFailed(std::to_string(size)));
+}
+
+void applyThreads(int value) {
+    stopSearch();
+    try {
+        gThreads.set(static_cast<std::size_t>(value));
+        gThreadCount = value;
+    } catch (const std::system_error&) {
+        // The threads that the pool had before could be made once and will be again.
+        infoString(Messages::threadsFailed(std::to_string(value)));
+        gThreads.set(static_cast<std::size_t>(gThreadCount));
+    }
+}
+
+void applyMoveOverhead(int value) {
+    gMoveOverhead = value;
+}
+
+constexpr UciOption kOptions[] = {
+    {"Hash", "hash", 64, 1, 65536, applyHash},
+    {"Threads", "threads", 1, 1, 256, applyThreads},
+    {"Move Overhead", "move overhead", 10, 0, 5000, applyMoveOverhead},
+};
+
+constexpr char toLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+} // namespace
+
+std::span<const UciOption> uciOptions() {
+    return kOptions;
+}
+
+void setUciOption(std::string name, const std::string& value) {
+    std::transform(name.begin(), name.end(), name.begin(), toLower);
+    for (const UciOption& option : kOptions) {
+        if (option.lowName != name)
+            continue;
+        int number = 0;
+        if (parseIntStrict(value, number))
+            option.apply(std::clamp(number, option.min, option.max));
+        else
+            infoString(Messages::optionBadValue(name, value));
+    }
+}
+
+void infoString(const std::string& message) {
+    Output::write("info string " + message + "\n");
+    Output::writeError(message + "\n");
+}
+
+void initThreads() {
+    gThreads.set(static_cast<std::size_t>(gThreadCount));
+}

@@ -1,0 +1,23 @@
+#include "uci/startup.h"
+
+#include "board/attacks.h"
+#include "board/zobrist.h"
+#include "eval/endgame.h"
+#include "eval/masks.h"
+#include "search/search.h"
+#include "search/tt.h"
+
+namespace {
+
+constexpr std::uint64_t kInitialHashMb = 64;
+
+} // namespace
+
+void initEngine() {
+    Zobrist::init();
+    Attacks::init();
+    Eval::init();
+    Endgame::init();
+    Search::init();
+    gTT.resize(kInitialHashMb);
+}

@@ -1,0 +1,242 @@
+#include "uci/uci.h"
+
+#include "base/line.h"
+#include "base/output.h"
+#include "base/parse.h"
+#include "board/movegen.h"
+#include "search/thread.h"
+#include "search/tt.h"
+#include "tools/bench.h"
+#include "uci/divide.h"
+#include "uci/messages.h"
+#include "uci/options.h"
+
+#include <iostream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+/// The position that "go" searches.
+Board gPos;
+
+using Tokens = std::istringstream;
+
+/// Joins tokens with single blanks up to the word `end`, which is taken as well, or to the end of
+/// the line. Sets `found` if it met the word.
+std::string joinUntil(Tokens& tokens, std::string_view end, bool& found) {
+    std::string text;
+    std::string token;
+    found = false;
+    while (tokens >> token) {
+        if (token == end) {
+            found = true;
+            break;
+        }
+        if (!text.empty())
+            text += ' ';
+        text += token;
+    }
+    return text;
+}
+
+// --- commands ---
+
+void uciCommand(Tokens&) {
+    const auto idLine = [](std::string_view what, std::string_view text) {
+        Line().add("id ").add(what).add(" ").add(text).print();
+    };
+    idLine("name", std::string(Messages::kName) + " " + std::string(Messages::kVersion));
+    idLine("author", Messages::kAuthor);
+    for (const UciOption& option : uciOptions())
+        Line()
+            .add("option name ")
+            .add(option.name)
+            .add(" type spin default ")
+            .add(option.defaultValue)
+            .add(" min ")
+            .add(option.min)
+            .add(" max ")
+            .add(option.max)
+            .print();
+    Output::write("uciok\n");
+}
+
+void isReadyCommand(Tokens&) {
+    Output::write("readyok\n");
+}
+
+void newGameCommand(Tokens&) {
+    gTT.clear();
+    gPos.setFen(kStartFen);
+}
+
+void setOptionCommand(Tokens& tokens) {
+    std::string skipped; // "name"
+    tokens >> skipped;
+    bool found = false;
+    std::string name = joinUntil(tokens, "value", found);
+    bool unused = false;
+    const std::string value = joinUntil(tokens, "", unused); // no token is empty: to the line's end
+    setUciOption(std::move(name), value);
+}
+
+/// Plays the moves of a "position" command. The first one that cannot be played ends the list.
+void playMoves(Board& board, Tokens& tokens) {
+    std::string text;
+    while (tokens >> text) {
+        const Move parsed = parseUCIMove(text);
+        const Move m = parsed ? matchMove(board, parsed) : 0;
+        if (m == 0 || !board.isLegal(m)) {
+            infoString(Messages::positionIllegalMove(text));
+            return;
+        }
+        board.makeMove(m);
+        board.makeRoomInHistory();
+    }
+}
+
+void positionCommand(Tokens& tokens) {
+    static Board board; // the working copy: too large for a comfortable stack frame
+    std::string word;
+    bool moves = false;
+    if (!(tokens >> word)) {
+        infoString(std::string(Messages::kPositionMissing));
+        return;
+    }
+    if (word == "startpos") {
+        board.setFen(kStartFen);
+        moves = tokens >> word && word == "moves";
+    } else if (word == "fen") {
+        const std::string fen = joinUntil(tokens, "moves", moves);
+        if (fen.empty()) {
+            infoString(std::string(Messages::kPositionEmptyFen));
+            return;
+        }
+        if (!board.setFen(fen)) {
+            infoString(Messages::positionBadFen(fen));
+            return;
+        }
+    } else {
+        infoString(Messages::positionUnknown(word));
+        return;
+    }
+    if (moves)
+        playMoves(board, tokens);
+    gPos = board;
+}
+
+/// Reads the limits of a "go" command. Unknown words are skipped; a value that is no number ends
+/// the list, and the value is then what reading a stream leaves: 0, or the nearest number of the
+/// type.
+SearchLimits parseLimits(Tokens& tokens) {
+    SearchLimits limits;
+    struct Field {
+        std::string_view word;
+        std::int32_t SearchLimits::*value;
+    };
+    constexpr Field kFields[] = {
+        {"depth", &SearchLimits::depth},         {"movetime", &SearchLimits::movetime},
+        {"wtime", &SearchLimits::wtime},         {"btime", &SearchLimits::btime},
+        {"winc", &SearchLimits::winc},           {"binc", &SearchLimits::binc},
+        {"movestogo", &SearchLimits::movestogo},
+    };
+    std::string word;
+    while (tokens >> word) {
+        if (word == "infinite")
+            limits.infinite = true;
+        else if (word == "nodes")
+            tokens >> limits.nodes;
+        for (const Field& field : kFields)
+            if (word == field.word)
+                tokens >> limits.*field.value;
+    }
+    return limits;
+}
+
+void goCommand(Tokens& tokens) {
+    gThreads.startThinking(gPos, parseLimits(tokens));
+}
+
+void stopCommand(Tokens&) {} // stopping is all; the search answers itself
+
+void displayCommand(Tokens&) {
+    Output::write("fen: " + gPos.fen() + "\n");
+}
+
+void perftCommand(Tokens& tokens) {
+    std::string text;
+    int depth = 1;
+    if (tokens >> text && !parseIntStrict(text, depth))
+        depth = 0;
+    if (canDivide(gPos, depth))
+        printDivide(gPos, depth);
+    else
+        infoString(Messages::badDepth("perft"));
+}
+
+void benchSearchCommand(Tokens& tokens) {
+    int depth = 0;
+    if (!(tokens >> depth))
+        depth = 0;
+    runBenchSearch(depth);
+}
+
+struct Command {
+    std::string_view word;
+    bool stopsSearch; // first, whatever the search was doing
+    void (*run)(Tokens&);
+};
+
+constexpr Command kCommands[] = {
+    {"uci", false, uciCommand},
+    {"isready", false, isReadyCommand},
+    {"ucinewgame", true, newGameCommand},
+    {"setoption", false, setOptionCommand}, // options stop the search that they disturb
+    {"position", true, positionCommand},
+    {"go", true, goCommand},
+    {"stop", true, stopCommand},
+    {"d", false, displayCommand},
+    {"perft", false, perftCommand},
+    {"benchsearch", true, benchSearchCommand},
+};
+
+/// Serves one line; returns false on "quit".
+bool serve(const std::string& line) {
+    Tokens tokens(line);
+    std::string word;
+    tokens >> word;
+    if (word == "quit")
+        return false;
+    for (const Command& command : kCommands)
+        if (word == command.word) {
+            if (command.stopsSearch)
+                stopSearch();
+            command.run(tokens);
+        }
+    return true;
+}
+
+/// Cuts blanks, carriage returns and line feeds off the end.
+void trimEnd(std::string& line) {
+    line.erase(line.find_last_not_of(" \r\n") + 1);
+}
+
+} // namespace
+
+void stopSearch() {
+    gStopSearch = true;
+    gThreads.waitForSearchFinished();
+}
+
+void uciLoop() {
+    initThreads();
+    gPos.setFen(kStartFen);
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        trimEnd(line);
+        if (!line.empty() && !serve(line))
+            break;
+    }
+    stopSearch();
+}
