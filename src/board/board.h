@@ -17,18 +17,24 @@ enum CastlingRight : std::uint8_t {
     BlackQueenSide = 8,
 };
 
-/// What a move destroys and unmaking it brings back.
-struct UndoInfo {
-    std::uint64_t key; // of the position before the move: repetition tests read it
-    std::uint32_t epSquare;
-    std::uint8_t castling;
-    std::uint8_t halfmoveClock;
-    Piece captured; // `kNoPiece` if none
-    std::uint64_t pawnKey;
-    std::int32_t psqMg;
+/// What a move changes besides the placement of the pieces. Unmaking the move brings it back in one
+/// copy.
+struct MoveState {
+    std::uint64_t key;
+    std::uint32_t epSquare; // square behind a pawn that just moved two ranks, `kNoSquare` if none
+    std::uint8_t castling;  // set of `CastlingRight`
+    std::uint8_t halfmoveClock; // plies since the last capture or pawn move
+    std::uint64_t pawnKey;      // of the pawns alone
+    std::int32_t psqMg;         // sums of `kPsq`, White's point of view
     std::int32_t psqEg;
-    std::int32_t nonPawnMaterial[2];
-    std::int32_t phase;
+    std::int32_t nonPawnMaterial[2]; // sums of `kNonPawnValue`
+    std::int32_t phase;              // sum of `kPhaseWeight`, 24 in the start position
+};
+
+/// The state before a move, on a cache line of its own, and what the move took. Repetition tests
+/// read the keys.
+struct alignas(64) UndoInfo : MoveState {
+    Piece captured; // `kNoPiece` if none
 };
 
 /// Moves that a board can remember.
@@ -36,22 +42,13 @@ inline constexpr int kMaxHistory = 1024;
 
 /// A position with its history. A plain value without pointers: a copy is complete in itself, and
 /// every thread works on a copy of its own. All redundant fields agree at all times.
-struct Board {
+struct Board : MoveState {
     Bitboard pieces[2][6]; // by colour and piece
     Bitboard colorBB[2];
     Bitboard occupied;
     Piece mailbox[64]; // without colour; `kNoPiece` when empty
     Color sideToMove;
-    std::uint32_t epSquare; // square behind a pawn that just moved two ranks, `kNoSquare` if none
-    std::uint8_t castling;  // set of `CastlingRight`
-    std::uint8_t halfmoveClock;  // plies since the last capture or pawn move
     std::int32_t fullmoveNumber; // from 1, counts Black's moves
-    std::uint64_t key;
-    std::uint64_t pawnKey; // of the pawns alone
-    std::int32_t psqMg;    // sums of `kPsq`, White's point of view
-    std::int32_t psqEg;
-    std::int32_t nonPawnMaterial[2]; // sums of `kNonPawnValue`
-    std::int32_t phase;              // sum of `kPhaseWeight`, 24 in the start position
     UndoInfo history[kMaxHistory];
     std::int32_t historyCount;
 
@@ -81,6 +78,12 @@ struct Board {
 
     /// Takes back `m`, which must be the move played last.
     void unmakeMove(Move m);
+
+    /// The same where the side that moves is known beforehand (board/makemove-inl.h).
+    template <Color Us>
+    void makeMoveOf(Move m);
+    template <Color Us>
+    void unmakeMoveOf(Move m);
 
     void makeNullMove();
     void unmakeNullMove();
@@ -119,10 +122,6 @@ struct Board {
     bool quietGivesCheck(Move m) const;
 
   private:
-    template <Color Us>
-    void make(Move m);
-    template <Color Us>
-    void unmake(Move m);
     template <Color Us>
     bool isPseudoLegalPawnMove(Move m) const;
 

@@ -1,180 +1,23 @@
-#include "board/board.h"
-
-namespace {
-
-/// Rights that survive a move from or to a square: all but those of the king or rook at home there.
-struct CastlingMask {
-    std::uint8_t mask[64];
-};
-
-constexpr CastlingMask buildCastlingMask() {
-    CastlingMask table{};
-    for (auto& mask : table.mask)
-        mask = 0x0F;
-    table.mask[A1] = static_cast<std::uint8_t>(~WhiteQueenSide);
-    table.mask[E1] = static_cast<std::uint8_t>(~(WhiteKingSide | WhiteQueenSide));
-    table.mask[H1] = static_cast<std::uint8_t>(~WhiteKingSide);
-    table.mask[A8] = static_cast<std::uint8_t>(~BlackQueenSide);
-    table.mask[E8] = static_cast<std::uint8_t>(~(BlackKingSide | BlackQueenSide));
-    table.mask[H8] = static_cast<std::uint8_t>(~BlackKingSide);
-    return table;
-}
-
-constexpr CastlingMask kCastlingMask = buildCastlingMask();
-
-struct RookMove {
-    Square from;
-    Square to;
-};
-
-/// The rook's part of a castling move of `c`.
-constexpr RookMove castlingRook(Color c, Move m) {
-    const Square home = c == White ? A1 : A8;
-    return moveFlag(m) == FlagCastleKing ? RookMove{home + 7, home + 5} : RookMove{home, home + 3};
-}
-
-int epFile(std::uint32_t epSquare) {
-    return fileOf(static_cast<Square>(epSquare));
-}
-
-} // namespace
-
-inline UndoInfo& Board::pushRecord() {
-    UndoInfo& record = history[historyCount++];
-    record.key = key;
-    record.epSquare = epSquare;
-    record.castling = castling;
-    record.halfmoveClock = halfmoveClock;
-    record.captured = kNoPiece;
-    return record;
-}
-
-template <Color Us>
-void Board::make(Move m) {
-    constexpr Color Them = ~Us;
-    const Square from = fromSquare(m);
-    const Square to = toSquare(m);
-    const std::uint32_t flag = moveFlag(m);
-    const Piece moved = mailbox[from];
-
-    UndoInfo& record = pushRecord();
-    record.pawnKey = pawnKey;
-    record.psqMg = psqMg;
-    record.psqEg = psqEg;
-    record.nonPawnMaterial[White] = nonPawnMaterial[White];
-    record.nonPawnMaterial[Black] = nonPawnMaterial[Black];
-    record.phase = phase;
-
-    key ^= Zobrist::castling[castling] ^ Zobrist::sideToMove;
-    if (epSquare != kNoSquare)
-        key ^= Zobrist::enPassant[epFile(epSquare)];
-    ++halfmoveClock;
-    epSquare = kNoSquare;
-
-    if (flag == FlagQuiet || flag == FlagCapture || flag == FlagDoublePush) {
-        if (flag == FlagCapture) {
-            record.captured = mailbox[to];
-            removePiece(Them, record.captured, to);
-            halfmoveClock = 0;
-        }
-        movePiece(Us, moved, from, to);
-        if (moved == Pawn)
-            halfmoveClock = 0;
-        if (flag == FlagDoublePush) {
-            // Set whether or not a pawn could capture there; reading a FEN does the same.
-            epSquare = static_cast<std::uint32_t>(from + forward(Us));
-            key ^= Zobrist::enPassant[fileOf(from)];
-        }
-    } else if (flag >= FlagPromotion) {
-        if (isCapture(m)) {
-            record.captured = mailbox[to];
-            removePiece(Them, record.captured, to);
-        }
-        removePiece(Us, Pawn, from);
-        putPiece(Us, promotedPiece(m), to);
-        halfmoveClock = 0;
-    } else if (flag == FlagEnPassant) {
-        // The clock runs on: an en-passant capture is the one that does not reset it.
-        record.captured = Pawn;
-        removePiece(Them, Pawn, enPassantVictim(m));
-        movePiece(Us, Pawn, from, to);
-    } else {
-        movePiece(Us, King, from, to);
-        const RookMove rook = castlingRook(Us, m);
-        movePiece(Us, Rook, rook.from, rook.to);
-    }
-
-    castling = castling & kCastlingMask.mask[from] & kCastlingMask.mask[to];
-    key ^= Zobrist::castling[castling];
-    if constexpr (Us == Black)
-        ++fullmoveNumber;
-    sideToMove = Them;
-}
-
-template <Color Us>
-void Board::unmake(Move m) {
-    constexpr Color Them = ~Us;
-    const Square from = fromSquare(m);
-    const Square to = toSquare(m);
-    const std::uint32_t flag = moveFlag(m);
-    const UndoInfo& record = history[--historyCount];
-
-    sideToMove = Us;
-    if constexpr (Us == Black)
-        --fullmoveNumber;
-
-    // Placement by hand, everything else from the record.
-    const Piece onTarget = mailbox[to];
-    if (flag >= FlagPromotion) {
-        togglePlacement(Us, onTarget, bit(to));
-        togglePlacement(Us, Pawn, bit(from));
-        mailbox[from] = Pawn;
-    } else {
-        togglePlacement(Us, onTarget, bit(from) | bit(to));
-        mailbox[from] = onTarget;
-    }
-    mailbox[to] = kNoPiece;
-    if (record.captured != kNoPiece) {
-        const Square victim = flag == FlagEnPassant ? enPassantVictim(m) : to;
-        togglePlacement(Them, record.captured, bit(victim));
-        mailbox[victim] = record.captured;
-    } else if (isCastling(m)) {
-        const RookMove rook = castlingRook(Us, m);
-        togglePlacement(Us, Rook, bit(rook.from) | bit(rook.to));
-        mailbox[rook.to] = kNoPiece;
-        mailbox[rook.from] = Rook;
-    }
-
-    epSquare = record.epSquare;
-    castling = record.castling;
-    halfmoveClock = record.halfmoveClock;
-    key = record.key;
-    pawnKey = record.pawnKey;
-    psqMg = record.psqMg;
-    psqEg = record.psqEg;
-    nonPawnMaterial[White] = record.nonPawnMaterial[White];
-    nonPawnMaterial[Black] = record.nonPawnMaterial[Black];
-    phase = record.phase;
-}
+#include "board/makemove-inl.h"
 
 void Board::makeMove(Move m) {
     if (sideToMove == White)
-        make<White>(m);
+        makeMoveOf<White>(m);
     else
-        make<Black>(m);
+        makeMoveOf<Black>(m);
 }
 
 void Board::unmakeMove(Move m) {
     if (sideToMove == Black)
-        unmake<White>(m);
+        unmakeMoveOf<White>(m);
     else
-        unmake<Black>(m);
+        unmakeMoveOf<Black>(m);
 }
 
 void Board::makeNullMove() {
-    pushRecord(); // what the null move leaves alone needs no saving
+    pushRecord();
     if (epSquare != kNoSquare)
-        key ^= Zobrist::enPassant[epFile(epSquare)];
+        key ^= Zobrist::enPassant[MoveDetail::epFile(epSquare)];
     epSquare = kNoSquare;
     key ^= Zobrist::sideToMove;
     if (sideToMove == Black)
@@ -187,9 +30,5 @@ void Board::unmakeNullMove() {
     sideToMove = ~sideToMove;
     if (sideToMove == Black)
         --fullmoveNumber;
-    const UndoInfo& record = history[--historyCount];
-    epSquare = record.epSquare;
-    castling = record.castling;
-    halfmoveClock = record.halfmoveClock;
-    key = record.key;
+    static_cast<MoveState&>(*this) = history[--historyCount];
 }

@@ -1,19 +1,28 @@
 #include "board/perft.h"
 
+#include "board/makemove-inl.h"
 #include "board/movegen.h"
+
+namespace {
+
+template <Color Us>
+std::uint64_t perftOf(Board& board, int depth) {
+    MoveList list;
+    generateMoves(board, list);
+    std::uint64_t leaves = 0;
+    for (const Move m : list) {
+        board.makeMoveOf<Us>(m);
+        if (!board.inCheck(Us))
+            leaves += depth == 1 ? 1 : perftOf<~Us>(board, depth - 1);
+        board.unmakeMoveOf<Us>(m);
+    }
+    return leaves;
+}
+
+} // namespace
 
 std::uint64_t perft(Board& board, int depth) {
     if (depth == 0)
         return 1;
-    MoveList list;
-    generateMoves(board, list);
-    const Color us = board.sideToMove;
-    std::uint64_t leaves = 0;
-    for (const Move m : list) {
-        board.makeMove(m);
-        if (!board.inCheck(us))
-            leaves += perft(board, depth - 1);
-        board.unmakeMove(m);
-    }
-    return leaves;
+    return board.sideToMove == White ? perftOf<White>(board, depth) : perftOf<Black>(board, depth);
 }

@@ -74,16 +74,18 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     thread.countQuiescenceNode();
     thread.reachPly(ply);
 
+    // Most positions need their evaluation; computed here it fills the time in which the table's
+    // entry arrives from memory.
+    const int staticEval = evaluate(board) + Correction(thread, board).value();
+
     TTData tt{};
-    const bool hit = gTT.probe(board.key, tt);
-    if (hit) {
+    if (gTT.probe(board.key, tt)) {
         const int score = TranspositionTable::scoreFromTT(tt.score, ply);
         if (canCutByTable(tt, score, alpha, beta))
             return score;
     }
 
     // Standing pat is allowed in check too: evasions are the main search's business.
-    const int staticEval = evaluate(board) + Correction(thread, board).value();
     if (staticEval >= beta) {
         storeUnlessStopped(board, 0, staticEval, TTLower, ply);
         return beta;
@@ -98,11 +100,11 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
         if (!inCheck && isHopeless(board, m, staticEval, best))
             continue;
         board.makeMove(m);
+        gTT.prefetch(board.key);
         if (board.inCheck(us)) {
             board.unmakeMove(m);
             continue;
         }
-        gTT.prefetch(board.key);
         const int score = -quiesce(thread, board, -beta, -best, ply + 1, qdepth + 1);
         board.unmakeMove(m);
         if (score >= beta) {
