@@ -9,17 +9,17 @@ constexpr Bitboard kPromotionRank[2] = {rankBB(6), rankBB(1)};
 
 template <Color Us>
 void addPawnPushes(const Board& board, Bitboard pawns, MoveList& list) {
-    constexpr int Forward = forward(Us);
+    constexpr int kStep = forward(Us);
     const Bitboard empty = ~board.occupied;
     const Bitboard single = shiftForward(Us, pawns) & empty;
     const Bitboard twice = shiftForward(Us, single & kThirdRank[Us]) & empty;
     for (Bitboard targets = single; targets;) {
         const Square to = popLowest(targets);
-        list.add(encodeMove(to - Forward, to));
+        list.add(encodeMove(to - kStep, to));
     }
     for (Bitboard targets = twice; targets;) {
         const Square to = popLowest(targets);
-        list.add(encodeMove(to - 2 * Forward, to, FlagDoublePush));
+        list.add(encodeMove(to - 2 * kStep, to, FlagDoublePush));
     }
 }
 
@@ -99,13 +99,13 @@ void addPieceMoves(const Board& board, MoveList& list) {
 
 template <Color Us>
 void addCastling(const Board& board, MoveList& list) {
-    constexpr Square King = Us == White ? E1 : E8;
+    constexpr Square kHome = Us == White ? E1 : E8;
     if (!board.castling)
         return;
     if (board.canCastleKS(Us))
-        list.add(encodeMove(King, King + 2, FlagCastleKing));
+        list.add(encodeMove(kHome, kHome + 2, FlagCastleKing));
     if (board.canCastleQS(Us))
-        list.add(encodeMove(King, King - 2, FlagCastleQueen));
+        list.add(encodeMove(kHome, kHome - 2, FlagCastleQueen));
 }
 
 template <Color Us, Kind K>

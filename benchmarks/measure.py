@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+"""Measures what a user of the engine feels: nodes per second beside other engines, the gain of a
+second thread, and how fast the engine starts, answers and stops.
+
+    measure.py nodes ENGINE [OTHER ...]   nodes per processor second, in turn, medians and ratios
+    measure.py threads ENGINE             nodes per second of two threads against one
+    measure.py latency ENGINE             start to "uciok", "isready" in a search, "stop" to "bestmove"
+
+Machines are shared and noisy: every figure is a median of several runs, and engines are compared
+within one run, in turn. Two threads need two idle cores to show anything."""
+
+import os
+import statistics
+import subprocess
+import sys
+import time
+
+# The middle games of the search benchmark.
+POSITIONS = (
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
+    "r1bqk2r/pppp1ppp/2n2n2/2b1p3/2B1P3/2N2N2/PPPP1PPP/R1BQK2R w KQkq - 0 1",
+    "rnbq1rk1/pp2ppbp/3p1np1/2p5/2PP4/2N1PN2/PP2BPPP/R1BQK2R w KQ - 0 1",
+    "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10",
+    "2rq1rk1/pp1bppbp/2np1np1/8/3NP3/1BN1BP2/PPPQ2PP/2KR3R w - - 0 1",
+    "4rrk1/pp1n1ppp/2p5/3p4/3P4/2P2N2/PP3PPP/R3R1K1 w - - 0 1",
+)
+RUNS = 7
+MOVE_TIME_MS = 500
+
+
+class Engine:
+    """A UCI engine behind two pipes."""
+
+    def __init__(self, path, options=()):
+        self.started = time.perf_counter()
+        self.process = subprocess.Popen(
+            [path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+            text=True, bufsize=1)
+        self.send("uci")
+        self.until("uciok")
+        self.uciok = time.perf_counter() - self.started
+        for name, value in options:
+            self.send(f"setoption name {name} value {value}")
+        self.ready()
+
+    def send(self, line):
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+
+    def until(self, word):
+        """Reads lines up to one that begins with the word; returns all of them."""
+        lines = []
+        while True:
+            line = self.process.stdout.readline()
+            if not line:
+                raise RuntimeError(f"the engine ended before it said {word}")
+            lines.append(line.rstrip("\n"))
+            if line.startswith(word):
+                return lines
+
+    def ready(self):
+        self.send("isready")
+        self.until("readyok")
+
+    def cpu_seconds(self):
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as stat:
+            fields = stat.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def search_nodes(self, fen):
+        """Searches for a moment; returns the node count of the last line that has one."""
+        self.send(f"position fen {fen}")
+        self.send(f"go movetime {MOVE_TIME_MS}")
+        nodes = 0
+        for line in self.until("bestmove"):
+            words = line.split()
+            if "nodes" in words:
+                nodes = int(words[words.index("nodes") + 1])
+        return nodes
+
+    def close(self):
+        self.send("quit")
+        self.process.wait()
+
+
+def nodes_per_cpu_second(path):
+    engine = Engine(path, [("Hash", 64)])
+    before = engine.cpu_seconds()
+    nodes = sum(engine.search_nodes(fen) for fen in POSITIONS)
+    rate = nodes / (engine.cpu_seconds() - before)
+    engine.close()
+    return rate
+
+
+def nodes(paths):
+    rates = {path: [] for path in paths}
+    for _ in range(RUNS):
+        for path in paths:
+            rates[path].append(nodes_per_cpu_second(path))
+    first = rates[paths[0]]
+    for path in paths:
+        median = statistics.median(rates[path])
+        ratio = statistics.median(a / b for a, b in zip(first, rates[path]))
+        print(f"{path}: {median / 1e6:.2f} M nodes per processor second"
+              f" (from {min(rates[path]) / 1e6:.2f} to {max(rates[path]) / 1e6:.2f});"
+              f" {paths[0]} is {ratio:.2f} times as fast")
+
+
+def wall_rate(path, threads):
+    engine = Engine(path, [("Hash", 64), ("Threads", threads)])
+    begin = time.perf_counter()
+    total = sum(engine.search_nodes(fen) for fen in POSITIONS)
+    rate = total / (time.perf_counter() - begin)
+    engine.close()
+    return rate
+
+
+def threads(path):
+    ratios = []
+    for _ in range(RUNS):
+        one = wall_rate(path, 1)
+        two = wall_rate(path, 2)
+        ratios.append(two / one)
+    print(f"two threads: {statistics.median(ratios):.2f} times the nodes per second of one"
+          f" (from {min(ratios):.2f} to {max(ratios):.2f})")
+
+
+def report_times(what, seconds):
+    print(f"{what}: median {statistics.median(seconds) * 1e3:.2f} ms,"
+          f" longest {max(seconds) * 1e3:.2f} ms")
+
+
+def latency(path):
+    starts, answers, stops = [], [], []
+    for _ in range(30):
+        engine = Engine(path)
+        starts.append(engine.uciok)
+        engine.send("go infinite")
+        time.sleep(0.1)
+        begin = time.perf_counter()
+        engine.ready()
+        answers.append(time.perf_counter() - begin)
+        begin = time.perf_counter()
+        engine.send("stop")
+        engine.until("bestmove")
+        stops.append(time.perf_counter() - begin)
+        engine.close()
+    report_times('start of the process to "uciok"', starts)
+    report_times('"isready" to "readyok" in a search', answers)
+    report_times('"stop" to "bestmove"', stops)
+
+
+def main():
+    commands = {"nodes": nodes, "threads": lambda a: threads(a[0]), "latency": lambda a: latency(a[0])}
+    if len(sys.argv) < 3 or sys.argv[1] not in commands:
+        sys.exit(__doc__)
+    commands[sys.argv[1]](sys.argv[2:])
+
+
+if __name__ == "__main__":
+    main()
