@@ -49,6 +49,22 @@ inline Bitboard queenAttacks(Square sq, Bitboard occupancy) {
     return rookAttacks(sq, occupancy) | bishopAttacks(sq, occupancy);
 }
 
+/// Attacks of a piece whose type is known beforehand; a pawn's need its colour as well.
+template <Piece P>
+Bitboard attacksOf(Square sq, Bitboard occupancy) {
+    static_assert(P != Pawn && P != kNoPiece);
+    if constexpr (P == Knight)
+        return knightAttacks[sq];
+    else if constexpr (P == Bishop)
+        return bishopAttacks(sq, occupancy);
+    else if constexpr (P == Rook)
+        return rookAttacks(sq, occupancy);
+    else if constexpr (P == Queen)
+        return queenAttacks(sq, occupancy);
+    else
+        return kingAttacks[sq];
+}
+
 } // namespace Attacks
 
 /// Squares strictly between two squares of one rank, file or diagonal; empty for all other pairs.

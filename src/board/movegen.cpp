@@ -61,26 +61,12 @@ void addEnPassant(const Board& board, MoveList& list) {
         list.add(encodeMove(popLowest(pawns), to, FlagEnPassant));
 }
 
-template <Piece P>
-Bitboard attacksOf(Square sq, Bitboard occupied) {
-    if constexpr (P == Knight)
-        return Attacks::knightAttacks[sq];
-    else if constexpr (P == Bishop)
-        return Attacks::bishopAttacks(sq, occupied);
-    else if constexpr (P == Rook)
-        return Attacks::rookAttacks(sq, occupied);
-    else if constexpr (P == Queen)
-        return Attacks::queenAttacks(sq, occupied);
-    else
-        return Attacks::kingAttacks[sq];
-}
-
 template <Color Us, Kind K, Piece P>
 void addPieceMoves(const Board& board, MoveList& list) {
     const Bitboard enemies = board.colorBB[~Us];
     for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
         const Square from = popLowest(pieces);
-        Bitboard targets = attacksOf<P>(from, board.occupied);
+        Bitboard targets = Attacks::attacksOf<P>(from, board.occupied);
         if constexpr (K == Kind::Captures)
             targets &= enemies;
         else if constexpr (K == Kind::Quiets)

@@ -31,18 +31,6 @@ struct PieceWalk {
     int kingWeight[2] = {0, 0}; // and the weight of the attackers
 };
 
-template <Piece P>
-Bitboard attacksFrom(Square sq, Bitboard occupied) {
-    if constexpr (P == Knight)
-        return Attacks::knightAttacks[sq];
-    else if constexpr (P == Bishop)
-        return Attacks::bishopAttacks(sq, occupied);
-    else if constexpr (P == Rook)
-        return Attacks::rookAttacks(sq, occupied);
-    else
-        return Attacks::queenAttacks(sq, occupied);
-}
-
 /// Positive for White's features, negative for Black's.
 constexpr int signOf(Color c) {
     return c == White ? 1 : -1;
@@ -81,7 +69,7 @@ void addPieces(const Board& board, PieceWalk& walk, Sink& sink) {
     static_assert(EvalParams::kKsRingUnits == 2 * EvalParams::kKsZoneUnits);
     for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
         const Square sq = popLowest(pieces);
-        Bitboard attacks = attacksFrom<P>(sq, board.occupied);
+        Bitboard attacks = Attacks::attacksOf<P>(sq, board.occupied);
         walk.attackedBy[Us] |= attacks;
 
         // The ring lies within the zone, so a piece that attacks it counts twice the half.
