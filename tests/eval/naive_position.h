@@ -59,7 +59,10 @@ constexpr bool isLightSquare(int square) {
 constexpr std::string_view kTypes = "PNBRQK";
 
 inline int typeIndex(char type) {
-    return static_cast<int>(kTypes.find(type));
+    const std::size_t index = kTypes.find(type);
+    if (index == kTypes.npos)
+        std::abort(); // a mistake of the test itself
+    return static_cast<int>(index);
 }
 
 using SquareSet = std::array<bool, 64>;
