@@ -9,7 +9,7 @@ namespace {
 
 // Depths that helpers leave out, by (id - 1) mod 20: they skip a depth when (depth + phase) / size
 // is odd. So the pool spreads over depths instead of searching each one many times.
-constexpr int kSkipSize[20] = {1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4};
+constexpr int kSkipSize[20] = {1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4};
 constexpr int kSkipPhase[20] = {0, 1, 0, 1, 2, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0, 1, 2, 3};
 
 constexpr int kAspirationDepth = 5; // the first depth with a narrow window
