@@ -1,0 +1,72 @@
+"""The referee's rules and the engine's moves agree: each would show the other's mistakes."""
+
+import os
+import random
+import unittest
+
+from client import START_FEN, EngineTest
+from rules import Position
+
+DATA = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "data")
+
+
+class Agreement(EngineTest):
+    def test_moves_of_many_positions(self) -> None:
+        with open(os.path.join(DATA, "positions.epd"), encoding="utf-8") as file:
+            fens = file.read().splitlines()
+        for fen in fens:
+            self.engine.send(f"position fen {fen}")
+            self.assertEqual(self.engine.fen(), fen)
+            moves = Position(fen).legal_moves()
+            self.assertEqual(sorted(self.engine.legal_moves()), sorted(moves), fen)
+
+    def test_random_games(self) -> None:
+        """The position after every game, told as moves, is the one that the rules arrive at."""
+        rng = random.Random(20240301)
+        for game in range(100):
+            position, moves = Position(START_FEN), []
+            for _ in range(rng.choice((10, 40, 80, 120))):
+                legal = sorted(position.legal_moves())
+                if not legal or position.clock > 150:
+                    break
+                moves.append(rng.choice(legal))
+                position.play(moves[-1])
+            with self.subTest(game=game):
+                command = f"position startpos moves {' '.join(moves)}"
+                self.assertEqual(self.engine.answers(command), [])
+                self.assertEqual(self.engine.fen(), position.fen())
+                legal = sorted(position.legal_moves())
+                self.assertEqual(sorted(self.engine.legal_moves()), legal)
+
+
+class Ends(unittest.TestCase):
+    def test_mate_and_stalemate(self) -> None:
+        mate = Position("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 1 3")
+        self.assertEqual((mate.legal_moves(), mate.in_check()), ([], True))
+        stalemate = Position("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1")
+        self.assertEqual((stalemate.legal_moves(), stalemate.in_check()), ([], False))
+
+    def test_dead_positions(self) -> None:
+        placements = {
+            "4k3/8/8/8/8/8/8/4K3": True,
+            "4k3/8/8/8/8/8/8/3NK3": True,
+            "4k3/8/8/8/8/8/8/3BK3": True,
+            "4kb2/8/8/8/8/8/8/2B1K3": True,  # both bishops on dark squares
+            "2b1k3/8/8/8/8/8/8/2B1K3": False,
+            "4k3/8/8/8/8/8/8/2NNK3": False,
+            "4k3/8/8/8/8/8/4P3/4K3": False,
+            "4k3/8/8/8/8/8/8/3RK3": False,
+        }
+        for placement, dead in placements.items():
+            with self.subTest(placement):
+                self.assertEqual(Position(f"{placement} w - - 0 1").is_dead(), dead)
+
+    def test_en_passant_counts_in_a_repetition_only_where_it_can_be_played(self) -> None:
+        without = Position("4k3/8/8/8/4P3/8/8/4K3 b - - 0 1").repetition_key()
+        self.assertEqual(Position("4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1").repetition_key(), without)
+        without = Position("4k3/8/8/8/3pP3/8/8/4K3 b - - 0 1").repetition_key()
+        self.assertNotEqual(Position("4k3/8/8/8/3pP3/8/8/4K3 b - e3 0 1").repetition_key(), without)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,110 @@
+#include "uci/modes.h"
+
+#include "tools/bench.h"
+#include "uci/uci.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+/// Runs `call` with `input` on standard input and what it prints caught.
+template <class Call>
+Outcome caught(const std::string& input, Call call) {
+    std::istringstream stream(input);
+    std::streambuf* before = std::cin.rdbuf(stream.rdbuf());
+    std::cin.clear();
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const int status = call();
+    Outcome run{status, testing::internal::GetCapturedStdout(),
+                testing::internal::GetCapturedStderr()};
+    std::cin.rdbuf(before);
+    std::cin.clear();
+    return run;
+}
+
+Outcome mode(std::initializer_list<std::string_view> arguments, const std::string& input = "") {
+    const std::vector<std::string_view> list(arguments);
+    return caught(input, [&] { return runMode(list); });
+}
+
+TEST(Modes, StandInTheOrderInWhichTheyAreTried) {
+    const Mode expected[] = {
+        {"perft", 2, nullptr},      {"benchsearch", 0, nullptr}, {"evaltrace", 1, nullptr},
+        {"egscale", 0, nullptr},    {"datagen", 0, nullptr},     {"featureexport", 2, nullptr},
+        {"tuneparams", 0, nullptr}, {"bench", 0, nullptr},
+    };
+    std::size_t next = 0;
+    for (const Mode& m : modes()) {
+        while (next < std::size(expected) && expected[next].word != m.word)
+            ++next;
+        ASSERT_LT(next, std::size(expected)) << m.word << " is unknown or in the wrong place";
+        EXPECT_EQ(m.arguments, expected[next].arguments) << m.word;
+        EXPECT_NE(m.run, nullptr) << m.word;
+    }
+}
+
+TEST(Modes, WithoutTheirArgumentsAreNotCalledFor) {
+    for (const Mode& m : modes()) {
+        std::vector<std::string_view> arguments = {m.word};
+        for (int given = 0; given < m.arguments; ++given) {
+            const Outcome run = caught("isready\n", [&] { return runMode(arguments); });
+            EXPECT_EQ(run.status, 0) << m.word;
+            EXPECT_EQ(run.out, "readyok\n") << m.word << " with " << given << " arguments";
+            arguments.push_back("x");
+        }
+    }
+}
+
+TEST(Modes, UnknownWordsAndNoneSpeakUci) {
+    EXPECT_EQ(mode({}, "isready\n").out, "readyok\n");
+    EXPECT_EQ(mode({"uci"}, "isready\n").out, "readyok\n");
+    EXPECT_EQ(mode({"Perft", "x", "1"}, "isready\n").out, "readyok\n");
+}
+
+TEST(Modes, PerftCountsByMove) {
+    const Outcome run = mode({"perft", "8/8/8/8/8/5k2/6p1/6K1 w - - 0 1", "2", "ignored"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "g1h2: 10\n\nNodes searched: 10\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(Modes, ReportErrorsOnStandardErrorWithStatus1) {
+    const Outcome run = mode({"perft", "x", "0"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "perft: глибина має бути цілим числом >= 1\n");
+    EXPECT_EQ(mode({"perft", "x", "1"}).err, "невалідний FEN\n");
+    EXPECT_EQ(mode({"evaltrace", "x"}).err, "невалідний FEN\n");
+    EXPECT_EQ(mode({"benchsearch", "x"}).err, "benchsearch: глибина має бути цілим числом >= 1\n");
+}
+
+TEST(Modes, EgScaleKeepsNothingFromLineToLine) {
+    const Outcome run = mode({"egscale"}, "4k3/8/8/8/8/8/8/2NNK3 w - - 0 1;x\nx\n");
+    EXPECT_EQ(run.out, "0\nerr\n");
+}
+
+TEST(UciLoop, CanRunAgainAndStartsFromTheStartPosition) {
+    const auto loop = [] {
+        uciLoop();
+        return 0;
+    };
+    EXPECT_EQ(caught("position startpos moves e2e4\nquit\nisready\n", loop).out, "");
+    EXPECT_EQ(caught("d\n", loop).out,
+              "fen: rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1\n");
+}
+
+} // namespace

@@ -1,0 +1,36 @@
+# The tests that drive the executable from outside. Each module is one test; one that needs a
+# program that is not installed shows as skipped.
+find_package(Python3 COMPONENTS Interpreter REQUIRED)
+
+# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci or tests/match. Timeouts
+# leave room for sanitizers and busy machines.
+function(morvane_python_test module timeout)
+  add_test(NAME executable.${module}
+    COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
+  set_tests_properties(executable.${module} PROPERTIES
+    ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>"
+    SKIP_RETURN_CODE 77
+    TIMEOUT ${timeout})
+endfunction()
+
+morvane_python_test(protocol 900)
+morvane_python_test(position 300)
+morvane_python_test(go 900)
+morvane_python_test(options 600)
+morvane_python_test(modes 1800)
+morvane_python_test(signature 1800)
+morvane_python_test(writes 300)
+morvane_python_test(long_games 600)
+morvane_python_test(rules 600)
+morvane_python_test(games 900)
+
+add_test(NAME executable.xboard_match
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/match/xboard_match.sh)
+set_tests_properties(executable.xboard_match PROPERTIES
+  ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>"
+  SKIP_RETURN_CODE 77
+  TIMEOUT 240)
+
+# Clocks run in these: nothing else should take the processors from them.
+set_tests_properties(executable.options executable.games executable.xboard_match PROPERTIES
+  RUN_SERIAL TRUE)
