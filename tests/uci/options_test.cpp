@@ -66,7 +66,7 @@ TEST_F(Options, AreComparedInLowerCase) {
 }
 
 TEST_F(Options, StartAtTheAdvertisedDefaults) {
-    EXPECT_EQ(gTT.bucketCount(), uciOptions()[0].defaultValue * 16384U);
+    EXPECT_EQ(gTT.bucketCount(), static_cast<unsigned>(uciOptions()[0].defaultValue) * 16384U);
     EXPECT_EQ(gMoveOverhead, uciOptions()[2].defaultValue);
 }
 
