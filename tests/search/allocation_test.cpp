@@ -12,12 +12,13 @@ namespace {
 
 std::atomic<std::uint64_t> gAllocations{0};
 
-void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
+void* allocateOrNull(std::size_t size, std::align_val_t align) noexcept {
+    const auto alignment = static_cast<std::size_t>(align);
     ++gAllocations;
     return std::aligned_alloc(alignment, (size / alignment + 1) * alignment);
 }
 
-void* allocate(std::size_t size, std::size_t alignment) {
+void* allocate(std::size_t size, std::align_val_t alignment) {
     if (void* memory = allocateOrNull(size, alignment))
         return memory;
     throw std::bad_alloc();
@@ -28,7 +29,9 @@ void* allocate(std::size_t size, std::size_t alignment) {
     std::free(memory);
 }
 
-constexpr std::size_t kPlain = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+using NoThrow = const std::nothrow_t&;
+
+constexpr std::align_val_t kPlain{__STDCPP_DEFAULT_NEW_ALIGNMENT__};
 
 } // namespace
 
@@ -38,10 +41,10 @@ constexpr std::size_t kPlain = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 // clang-format off
 void* operator new(std::size_t n) { return allocate(n, kPlain); }
 void* operator new[](std::size_t n) { return allocate(n, kPlain); }
-void* operator new(std::size_t n, std::align_val_t a) { return allocate(n, static_cast<std::size_t>(a)); }
-void* operator new[](std::size_t n, std::align_val_t a) { return allocate(n, static_cast<std::size_t>(a)); }
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return allocateOrNull(n, kPlain); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return allocateOrNull(n, kPlain); }
+void* operator new(std::size_t n, std::align_val_t a) { return allocate(n, a); }
+void* operator new[](std::size_t n, std::align_val_t a) { return allocate(n, a); }
+void* operator new(std::size_t n, NoThrow) noexcept { return allocateOrNull(n, kPlain); }
+void* operator new[](std::size_t n, NoThrow) noexcept { return allocateOrNull(n, kPlain); }
 void operator delete(void* memory) noexcept { release(memory); }
 void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t) noexcept { release(memory); }
@@ -50,8 +53,8 @@ void operator delete(void* memory, std::align_val_t) noexcept { release(memory);
 void operator delete[](void* memory, std::align_val_t) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { release(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { release(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { release(memory); }
+void operator delete(void* memory, NoThrow) noexcept { release(memory); }
+void operator delete[](void* memory, NoThrow) noexcept { release(memory); }
 // clang-format on
 
 namespace {

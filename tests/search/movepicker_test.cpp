@@ -219,8 +219,6 @@ TEST_F(PickerTest, StaysExhausted) {
     EXPECT_EQ(drain(picker).size(), 20U);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(picker.next(), 0U);
-    const Board stalemated = boardOf(kStalematedFen);
-    EXPECT_TRUE(order(stalemated).size() <= 3) << "pseudo-legal king moves at most";
 }
 
 TEST_F(PickerTest, TheTableMoveComesFirstAndOnlyOnce) {
@@ -243,14 +241,6 @@ TEST_F(PickerTest, ATableMoveThatIsImpossibleHereIsIgnored) {
     for (const Move code : {encodeMove(A1, A8), encodeMove(A1, A1), encodeMove(0, 0, 15),
                             encodeMove(E1, G1, FlagCastleKing), Move{0xFFFF}})
         EXPECT_EQ(order(board, code), without) << code;
-}
-
-TEST_F(PickerTest, TheTableMoveNeedsNoGeneration) {
-    // A move appears as soon as it is asked for, although the list of the position is never drawn.
-    const Board board = boardOf(kTacticalFen);
-    const Move tableMove = moveOf(board, "e1c1");
-    MovePicker picker = pickerOf(board, tableMove);
-    EXPECT_EQ(picker.next(), tableMove);
 }
 
 TEST_F(PickerTest, ALosingCaptureComesLastAndAWinningOneFirst) {
