@@ -26,6 +26,7 @@ POSITIONS = (
 )
 RUNS = 7
 MOVE_TIME_MS = 500
+LONG_SEARCH_MS = 3000
 
 
 class Engine:
@@ -67,36 +68,55 @@ class Engine:
             fields = stat.read().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
-    def search_nodes(self, fen):
-        """Searches for a moment; returns the node count of the last line that has one."""
+    def search(self, fen, limit):
+        """Searches under a limit; returns depth and nodes of the last line that tells both."""
         self.send(f"position fen {fen}")
-        self.send(f"go movetime {MOVE_TIME_MS}")
-        nodes = 0
+        self.send(f"go {limit}")
+        depth = nodes = 0
         for line in self.until("bestmove"):
             words = line.split()
-            if "nodes" in words:
+            if "nodes" in words and "score" in words:
+                depth = int(words[words.index("depth") + 1])
                 nodes = int(words[words.index("nodes") + 1])
-        return nodes
+        return depth, nodes
+
+    def new_game(self):
+        self.send("ucinewgame")
+        self.ready()
 
     def close(self):
         self.send("quit")
         self.process.wait()
 
 
-def nodes_per_cpu_second(path):
-    engine = Engine(path, [("Hash", 64)])
-    before = engine.cpu_seconds()
-    nodes = sum(engine.search_nodes(fen) for fen in POSITIONS)
-    rate = nodes / (engine.cpu_seconds() - before)
+def depths_within(path, options):
+    """Depths that the engine reaches in the move time: a search to a depth counts all its nodes."""
+    engine = Engine(path, options)
+    depths = [engine.search(fen, f"movetime {MOVE_TIME_MS}")[0] for fen in POSITIONS]
     engine.close()
-    return rate
+    return depths
+
+
+def cpu_rate(path, options, depths):
+    """Nodes per processor second over all positions. The first round warms up: the system hands out
+    fresh memory slowly."""
+    engine = Engine(path, options)
+    for _ in range(2):
+        engine.new_game()
+        before = engine.cpu_seconds()
+        total = sum(engine.search(fen, f"depth {depth}")[1] for fen, depth in zip(POSITIONS, depths))
+        result = total / (engine.cpu_seconds() - before)
+    engine.close()
+    return result
 
 
 def nodes(paths):
+    options = [("Hash", 64)]
+    depths = {path: depths_within(path, options) for path in paths}
     rates = {path: [] for path in paths}
     for _ in range(RUNS):
         for path in paths:
-            rates[path].append(nodes_per_cpu_second(path))
+            rates[path].append(cpu_rate(path, options, depths[path]))
     first = rates[paths[0]]
     for path in paths:
         median = statistics.median(rates[path])
@@ -106,21 +126,27 @@ def nodes(paths):
               f" {paths[0]} is {ratio:.2f} times as fast")
 
 
-def wall_rate(path, threads):
-    engine = Engine(path, [("Hash", 64), ("Threads", threads)])
-    begin = time.perf_counter()
-    total = sum(engine.search_nodes(fen) for fen in POSITIONS)
-    rate = total / (time.perf_counter() - begin)
+def wall_rate(path, count):
+    """Nodes per second that the engine itself reports at the end of a long search."""
+    engine = Engine(path, [("Hash", 64), ("Threads", count)])
+    reported = 0
+    for _ in range(2):  # the first round warms up
+        engine.new_game()
+        engine.send(f"position fen {POSITIONS[3]}")
+        engine.send(f"go movetime {LONG_SEARCH_MS}")
+        for line in engine.until("bestmove"):
+            words = line.split()
+            if "nps" in words:
+                reported = int(words[words.index("nps") + 1])
     engine.close()
-    return rate
+    return reported
 
 
 def threads(path):
     ratios = []
     for _ in range(RUNS):
         one = wall_rate(path, 1)
-        two = wall_rate(path, 2)
-        ratios.append(two / one)
+        ratios.append(wall_rate(path, 2) / one)
     print(f"two threads: {statistics.median(ratios):.2f} times the nodes per second of one"
           f" (from {min(ratios):.2f} to {max(ratios):.2f})")
 

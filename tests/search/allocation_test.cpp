@@ -45,6 +45,12 @@ void* operator new(std::size_t n, std::align_val_t a) { return allocate(n, a); }
 void* operator new[](std::size_t n, std::align_val_t a) { return allocate(n, a); }
 void* operator new(std::size_t n, NoThrow) noexcept { return allocateOrNull(n, kPlain); }
 void* operator new[](std::size_t n, NoThrow) noexcept { return allocateOrNull(n, kPlain); }
+void* operator new(std::size_t n, std::align_val_t a, NoThrow) noexcept {
+    return allocateOrNull(n, a);
+}
+void* operator new[](std::size_t n, std::align_val_t a, NoThrow) noexcept {
+    return allocateOrNull(n, a);
+}
 void operator delete(void* memory) noexcept { release(memory); }
 void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t) noexcept { release(memory); }
@@ -55,6 +61,8 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { rel
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { release(memory); }
 void operator delete(void* memory, NoThrow) noexcept { release(memory); }
 void operator delete[](void* memory, NoThrow) noexcept { release(memory); }
+void operator delete(void* memory, std::align_val_t, NoThrow) noexcept { release(memory); }
+void operator delete[](void* memory, std::align_val_t, NoThrow) noexcept { release(memory); }
 // clang-format on
 
 namespace {
