@@ -1,11 +1,11 @@
 #include "base/parse.h"
 
+#include "base/text.h"
+
 #include <cstdint>
 #include <limits>
 
 namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
 // Far beyond the 32-bit range and far below the 64-bit one, so the sum can never wrap.
 constexpr std::int64_t kMagnitudeLimit = std::int64_t{1} << 40;

@@ -1,10 +1,10 @@
+#include "base/text.h"
 #include "board/board.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 constexpr std::string_view kCastlingLetters = "KQkq"; // in the order of the rights' bits
 constexpr int kMaxCounterDigits = 9;
 constexpr int kMaxHalfmoveClock = 100;
@@ -32,13 +32,6 @@ std::string_view nextField(std::string_view& text) {
     const std::string_view field = text.substr(0, text.find_first_of(kWhiteSpace));
     text.remove_prefix(field.size());
     return field;
-}
-
-constexpr bool isUpper(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-constexpr char toLower(char c) {
-    return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 bool parsePlacement(std::string_view field, ParsedFen& out) {

@@ -76,6 +76,14 @@ constexpr Bitboard shiftForward(Color c, Bitboard b) {
     return c == White ? b << 8 : b >> 8;
 }
 
+/// One bit, of eight, for each file that holds a square of the set.
+constexpr unsigned filesOf(Bitboard b) {
+    b |= b >> 32;
+    b |= b >> 16;
+    b |= b >> 8;
+    return static_cast<unsigned>(b & 0xFF);
+}
+
 /// All squares that the pawns of one side attack.
 constexpr Bitboard pawnAttackSet(Color c, Bitboard pawns) {
     const Bitboard ahead = shiftForward(c, pawns);

@@ -30,13 +30,6 @@ Bitboard opposedSquares(const Board& board, Color c) {
     return fillForward(~c, shiftForward(~c, board.pieces[~c][Pawn]));
 }
 
-unsigned filesOf(Bitboard b) {
-    b |= b >> 32;
-    b |= b >> 16;
-    b |= b >> 8;
-    return static_cast<unsigned>(b & 0xFF);
-}
-
 /// All squares of a set of files given as one bit a file.
 Bitboard filesBB(unsigned files) {
     return files * kFileA;

@@ -104,13 +104,6 @@ void addBishopPair(const Board& board, Sink& sink) {
     sink.template use<Term::BishopPair, kBishopPair>(0, pairs);
 }
 
-/// One bit for each file that holds a square of the set.
-constexpr std::uint8_t filesOf(Bitboard set) {
-    set |= set >> 32;
-    set |= set >> 16;
-    return static_cast<std::uint8_t>(set | set >> 8);
-}
-
 /// Shelter of a king away from the centre: files with a pawn just before him gain, files without a
 /// pawn of his cost. Danger: the more the enemy attacks round him, the worse. Middle game only.
 template <Color Us, class Sink>

@@ -46,10 +46,6 @@ Window widenedAgain(int score, Window failed) {
     return {failed.alpha, std::min(score, kBound) + kSecondMargin};
 }
 
-bool stopped() {
-    return gStopSearch.load(std::memory_order_relaxed);
-}
-
 /// Searches one depth and keeps its result, unless it was interrupted; an interrupted first
 /// iteration counts, so that there is always a move.
 bool completeIteration(Thread& thread, int depth) {

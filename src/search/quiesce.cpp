@@ -13,10 +13,6 @@ constexpr int kTableMoveScore = 1000000;
 constexpr int kQuiescenceDepth = -1; // of table entries
 constexpr int kDeltaMargin = 200;
 
-bool stopped() {
-    return gStopSearch.load(std::memory_order_relaxed);
-}
-
 /// Whether a stored result answers a null-window search at once.
 bool canCutByTable(const TTData& tt, int score, int alpha, int beta) {
     if (beta - alpha != 1 || tt.depth < kQuiescenceDepth)

@@ -41,10 +41,6 @@ constexpr int kHistoryLimit = 16384;
 
 constexpr int kFiftyMoveClock = 99; // beyond
 
-bool stopped() {
-    return gStopSearch.load(std::memory_order_relaxed);
-}
-
 /// One call of `alphaBeta`: what its steps share.
 struct Node {
     Thread& thread;

@@ -33,6 +33,11 @@ void init();
 /// Plies by which a late quiet move is reduced, by remaining depth and move number, each up to 63.
 extern std::int32_t kLMR[64][64];
 
+/// Whether the search has been told to end; asked at every node.
+inline bool stopped() {
+    return gStopSearch.load(std::memory_order_relaxed);
+}
+
 /// Score of a position searched to `depth` plies within a window, from the side to move's point of
 /// view; it may lie outside of the window. A node whose window is wider than 1 lies on the
 /// principal variation. A stopped search returns a number without meaning.

@@ -3,6 +3,7 @@
 #include "base/memory.h"
 #include "base/output.h"
 #include "base/parse.h"
+#include "base/text.h"
 #include "search/thread.h"
 #include "search/tt.h"
 #include "uci/messages.h"
@@ -49,10 +50,6 @@ constexpr UciOption kOptions[] = {
     {"Threads", "threads", 1, 1, 256, applyThreads},
     {"Move Overhead", "move overhead", 10, 0, 5000, applyMoveOverhead},
 };
-
-constexpr char toLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 } // namespace
 
