@@ -7,10 +7,10 @@ namespace {
 
 std::mutex gOutputMutex;
 
-void writeTo(std::FILE* stream, std::string_view text) {
+bool writeTo(std::FILE* stream, std::string_view text) {
     const std::lock_guard lock(gOutputMutex);
-    std::fwrite(text.data(), 1, text.size(), stream);
-    std::fflush(stream);
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+           std::fflush(stream) == 0;
 }
 
 } // namespace
@@ -23,8 +23,8 @@ void init() {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
-void write(std::string_view text) {
-    writeTo(stdout, text);
+bool write(std::string_view text) {
+    return writeTo(stdout, text);
 }
 
 void writeError(std::string_view text) {

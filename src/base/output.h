@@ -10,8 +10,8 @@ namespace Output {
 /// once at program start, before any output.
 void init();
 
-/// Writes `text`, which holds whole lines, to standard output.
-void write(std::string_view text);
+/// Writes `text`, which holds whole lines, to standard output. Returns false if it could not.
+bool write(std::string_view text);
 
 /// Writes `text`, which holds whole lines, to standard error.
 void writeError(std::string_view text);

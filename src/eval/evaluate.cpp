@@ -28,13 +28,17 @@ int evaluate(const Board& board) {
 
 namespace Eval {
 
-Blend blend(const Board& board, ScorePair total) {
+int taper(ScorePair total, int phase, int scale, int halfmoveClock) {
     using EvalParams::kFullPhase;
-    const int phase = std::min(board.phase, kFullPhase);
-    const int scale = egScaleFactor(board, total.eg);
     const int eg = scale * total.eg / kFullScale;
     const int tapered = (phase * total.mg + eg * (kFullPhase - phase)) / kFullPhase;
-    return {phase, scale, tapered * (kFadeLength - board.halfmoveClock) / kFadeLength};
+    return tapered * (kFadeLength - halfmoveClock) / kFadeLength;
+}
+
+Blend blend(const Board& board, ScorePair total) {
+    const int phase = std::min(board.phase, EvalParams::kFullPhase);
+    const int scale = egScaleFactor(board, total.eg);
+    return {phase, scale, taper(total, phase, scale, board.halfmoveClock)};
 }
 
 void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]) {

@@ -28,8 +28,11 @@ struct Blend {
     int value; // centipawns, White's point of view
 };
 
-/// Blends the two totals by game phase, the end-game half scaled, and fades the result as the
-/// fifty-move rule draws near. Every division truncates.
+/// One value from the totals of both phases: the end-game half scaled, the two blended by game
+/// phase, the result faded as the fifty-move rule draws near. Every division truncates.
+int taper(ScorePair total, int phase, int scale, int halfmoveClock);
+
+/// The same with phase, scale and clock of a position.
 Blend blend(const Board& board, ScorePair total);
 
 /// The breakdown behind `evaluate`, printed; returns the value like `evaluate`.

@@ -4,6 +4,7 @@
 #include "eval/features.h"
 #include "eval/masks.h"
 #include "eval/pawns.h"
+#include "eval/walk_pawns.h"
 
 /// The evaluation, written once: a walk over a position that tells a sink which weights count how
 /// often, all from White's point of view and in centipawns. Play, the printed breakdown and feature
@@ -187,6 +188,16 @@ void walkKept(const Board& board, Sink& sink) {
     sink.template base<Term::Material>(board.psqMg, board.psqEg);
     const ScorePair pawns = evalPawns(board);
     sink.template base<Term::Pawns>(pawns.mg, pawns.eg);
+    walkPieces(board, sink);
+}
+
+/// The same walk with nothing taken from what is kept: each use of each weight is counted.
+template <class Sink>
+void walkCounted(const Board& board, Sink& sink) {
+    walkMaterial(board, sink);
+    PawnFeatures pawns{};
+    computePawnFeatures(board, pawns);
+    walkPawnStructure(pawns, sink);
     walkPieces(board, sink);
 }
 

@@ -46,19 +46,6 @@ Window widenedAgain(int score, Window failed) {
     return {failed.alpha, std::min(score, kBound) + kSecondMargin};
 }
 
-/// Searches one depth and keeps its result, unless it was interrupted; an interrupted first
-/// iteration counts, so that there is always a move.
-bool completeIteration(Thread& thread, int depth) {
-    RootStack stack;
-    const int score = aspirationSearch(thread, thread.board, depth, thread.score, stack.records);
-    if (stopped() && depth != 1)
-        return false;
-    thread.bestMove = thread.rootBestMove;
-    thread.score = score;
-    thread.completedDepth = depth;
-    return true;
-}
-
 } // namespace
 
 int aspirationSearch(Thread& thread, Board& board, int depth, int previousScore, SearchStack* ss) {
@@ -83,6 +70,17 @@ int aspirationSearch(Thread& thread, Board& board, int depth, int previousScore,
     if (stopped() || window.contains(score))
         return score;
     return search(kFullWindow);
+}
+
+bool completeIteration(Thread& thread, int depth) {
+    RootStack stack;
+    const int score = aspirationSearch(thread, thread.board, depth, thread.score, stack.records);
+    if (stopped() && depth != 1)
+        return false;
+    thread.bestMove = thread.rootBestMove;
+    thread.score = score;
+    thread.completedDepth = depth;
+    return true;
 }
 
 bool helperSkipsDepth(int id, int depth) {

@@ -51,6 +51,11 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
 /// before and then within wider ones.
 int aspirationSearch(Thread& thread, Board& board, int depth, int previousScore, SearchStack* ss);
 
+/// Searches the thread's root position at one depth, round the score of the iteration before, and
+/// keeps the result. Returns false and keeps nothing if it was interrupted; an interrupted first
+/// iteration counts, so that there is always a move.
+bool completeIteration(Thread& thread, int depth);
+
 /// Searches the thread's root position at growing depths until its limits are reached. On the main
 /// thread prints a line for each iteration.
 void iterativeDeepening(Thread& thread);

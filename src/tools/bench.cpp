@@ -35,13 +35,8 @@ Effort searchPosition(Thread& thread, std::string_view fen, int depth) {
     thread.board.setFen(fen);
     thread.clearForSearch();
     const Clock::time_point start = Clock::now();
-    for (int d = 1; d <= depth; ++d) {
-        Search::RootStack stack;
-        thread.score =
-            Search::aspirationSearch(thread, thread.board, d, thread.score, stack.records);
-        thread.bestMove = thread.rootBestMove;
-        thread.completedDepth = d;
-    }
+    for (int d = 1; d <= depth; ++d)
+        Search::completeIteration(thread, d);
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     return {thread.nodes, thread.qnodes, elapsed.count()};

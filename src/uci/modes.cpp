@@ -5,6 +5,8 @@
 #include "eval/endgame.h"
 #include "eval/evaluate.h"
 #include "tools/bench.h"
+#include "tools/datagen.h"
+#include "tools/tuneexport.h"
 #include "uci/divide.h"
 #include "uci/messages.h"
 #include "uci/uci.h"
@@ -67,15 +69,29 @@ int egScaleMode(Arguments) {
     return 0;
 }
 
+int dataGenMode(Arguments arguments) {
+    DataGenConfig config;
+    return parseDataGenArgs(arguments, config) ? runDataGen(config) : 1;
+}
+
+int featureExportMode(Arguments arguments) {
+    return runFeatureExport(std::string(arguments[0]), std::string(arguments[1]));
+}
+
+int tuneParamsMode(Arguments) {
+    return runTuneParams();
+}
+
 int benchMode(Arguments) {
     runBenchPerft();
     return 0;
 }
 
 constexpr Mode kModes[] = {
-    {"perft", 2, perftMode},         {"benchsearch", 0, benchSearchMode},
-    {"evaltrace", 1, evalTraceMode}, {"egscale", 0, egScaleMode},
-    {"bench", 0, benchMode},
+    {"perft", 2, perftMode},           {"benchsearch", 0, benchSearchMode},
+    {"evaltrace", 1, evalTraceMode},   {"egscale", 0, egScaleMode},
+    {"datagen", 0, dataGenMode},       {"featureexport", 2, featureExportMode},
+    {"tuneparams", 0, tuneParamsMode}, {"bench", 0, benchMode},
 };
 
 } // namespace

@@ -1,0 +1,62 @@
+#include "base/files.h"
+
+#include <filesystem>
+#include <limits>
+#include <system_error>
+
+namespace Files {
+
+bool RecordWriter::open(const std::string& path) {
+    file_.reset(std::fopen(path.c_str(), "wb"));
+    if (!file_)
+        return false;
+    std::setvbuf(file_.get(), nullptr, _IONBF, 0); // records are handed on as they come
+    path_ = path;
+    size_ = 0;
+    return true;
+}
+
+bool RecordWriter::append(std::string_view record) {
+    if (std::fwrite(record.data(), 1, record.size(), file_.get()) == record.size()) {
+        size_ += record.size();
+        return true;
+    }
+    std::error_code ignored; // a device has no size to go back to
+    std::filesystem::resize_file(path_, size_, ignored);
+    return false;
+}
+
+bool RecordWriter::close() {
+    return std::fclose(file_.release()) == 0;
+}
+
+bool LineReader::open(const std::string& path) {
+    file_.open(path, std::ios::binary);
+    buffer_ = std::make_unique_for_overwrite<char[]>(kLongestLine + 1);
+    return file_.is_open();
+}
+
+LineReader::Status LineReader::next(std::string_view& line) {
+    file_.getline(buffer_.get(), kLongestLine + 1);
+    if (file_.bad())
+        return Status::Error;
+    const auto size = static_cast<std::size_t>(file_.gcount());
+    if (file_.eof()) { // the last line needs no end
+        line = {buffer_.get(), size};
+        return size == 0 ? Status::End : Status::Line;
+    }
+    if (file_.fail()) {
+        file_.clear();
+        file_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+        return Status::TooLong;
+    }
+    line = {buffer_.get(), size - 1};
+    return Status::Line;
+}
+
+bool areSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(a, error) && std::filesystem::equivalent(a, b, error);
+}
+
+} // namespace Files

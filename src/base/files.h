@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+
+/// Text files of any size in constant memory, with every failure told.
+namespace Files {
+
+/// A file that grows by whole records: each one is one write to the system, and what a failed write
+/// has left of its record is cut off again. A process that is killed leaves whole records, too.
+class RecordWriter {
+  public:
+    /// Creates the file or empties it. Returns false if the system refuses.
+    bool open(const std::string& path);
+
+    /// Appends a record. Returns false if it could not be written whole (a full disk, for example);
+    /// nothing may be appended after that.
+    bool append(std::string_view record);
+
+    /// Returns false if the system could not keep what was written.
+    bool close();
+
+  private:
+    struct Closer {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    std::unique_ptr<std::FILE, Closer> file_;
+    std::string path_;
+    std::uint64_t size_ = 0;
+};
+
+/// Reads a file line by line.
+class LineReader {
+  public:
+    /// No line of text that means anything is longer; without a bound a file without line ends
+    /// would be read into memory whole.
+    static constexpr std::size_t kLongestLine = std::size_t{16} << 20;
+
+    enum class Status { Line, TooLong, End, Error };
+
+    /// Returns false if the file cannot be opened.
+    bool open(const std::string& path);
+
+    /// Reads the next line, without its end, into `line`, which stays valid until the next call. A
+    /// line that is too long is skipped as a whole.
+    Status next(std::string_view& line);
+
+  private:
+    std::ifstream file_;
+    std::unique_ptr<char[]> buffer_;
+};
+
+/// Whether both paths lead to one regular file: what reads the first and writes the second would
+/// destroy it.
+bool areSameFile(const std::string& a, const std::string& b);
+
+} // namespace Files
