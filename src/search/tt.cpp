@@ -21,6 +21,9 @@ constexpr std::uint32_t kGenerationMask = 63;
 // What an entry of an earlier search counts less than one of this search, in plies of depth.
 constexpr int kAgePenalty = 8;
 
+// Above this share of all buckets one sweep is cheaper than visits in random order.
+constexpr std::uint64_t kRecordedShare = 8;
+
 std::uint64_t pack(std::uint32_t move, int score, int depth, TTFlag flag,
                    std::uint32_t generation) {
     return std::uint64_t{move} | std::uint64_t{static_cast<std::uint16_t>(score)} << kScoreShift |
@@ -71,13 +74,34 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     indexMask_ = count - 1;
     powerOfTwo_ = std::has_single_bit(count);
     generation_ = 0;
+    recordWrites(false);
     return true;
 }
 
 void TranspositionTable::clear() {
-    if (buckets_)
+    if (recordIsComplete_)
+        for (const std::uint64_t bucket : written_)
+            buckets_[bucket] = {};
+    else if (buckets_)
         std::memset(static_cast<void*>(buckets_), 0, bucketCount_ * sizeof(Bucket));
     generation_ = 0;
+    written_.clear();
+    recordIsComplete_ = recording_;
+}
+
+void TranspositionTable::recordWrites(bool on) {
+    recording_ = on;
+    recordIsComplete_ = false; // what was written before is not in it
+    written_.clear();
+    if (on)
+        written_.reserve(bucketCount_ / kRecordedShare);
+}
+
+void TranspositionTable::record(std::uint64_t bucket) {
+    if (written_.size() < written_.capacity())
+        written_.push_back(bucket);
+    else
+        recordIsComplete_ = false;
 }
 
 bool TranspositionTable::probe(std::uint64_t key, TTData& out) const {
@@ -99,9 +123,10 @@ void TranspositionTable::store(std::uint64_t key, std::uint32_t move, int score,
                                TTFlag flag, int ply) {
     if (bucketCount_ == 0)
         return;
+    const std::uint64_t bucket = index(key);
     Entry* victim = nullptr;
     int victimWorth = 0;
-    for (Entry& entry : buckets_[index(key)].entries) {
+    for (Entry& entry : buckets_[bucket].entries) {
         const std::uint64_t keyXorData = load(entry.keyXorData);
         const std::uint64_t data = load(entry.data);
         if ((keyXorData | data) == 0) {
@@ -126,6 +151,8 @@ void TranspositionTable::store(std::uint64_t key, std::uint32_t move, int score,
     }
     if (victimWorth > depth)
         return;
+    if (recordIsComplete_) [[unlikely]]
+        record(bucket);
     const std::uint64_t data = pack(move, scoreToTT(score, ply), depth, flag, generation_);
     save(victim->keyXorData, key ^ data);
     save(victim->data, data);

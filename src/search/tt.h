@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 /// What a stored score says about the true one.
 enum TTFlag : std::uint32_t { TTExact = 0, TTLower = 1, TTUpper = 2 };
@@ -31,6 +32,11 @@ class TranspositionTable {
 
     /// Empties the table, its age included.
     void clear();
+
+    /// Keeps a record of the places written from the next clearing on: clearing after a short
+    /// search then costs as much as the search wrote, not as much as the table is large. For tools
+    /// that search on one thread and clear often. Resizing ends it.
+    void recordWrites(bool on);
 
     /// Begins a new search: entries of earlier ones lose worth.
     void newGeneration() { ++generation_; }
@@ -68,11 +74,16 @@ class TranspositionTable {
         return powerOfTwo_ ? key & indexMask_ : key % bucketCount_;
     }
 
+    void record(std::uint64_t bucket);
+
     Bucket* buckets_ = nullptr;
     std::uint64_t bucketCount_ = 0;
     std::uint8_t generation_ = 0; // its low 6 bits are stored
     std::uint64_t indexMask_ = 0;
     bool powerOfTwo_ = false;
+    bool recording_ = false;
+    bool recordIsComplete_ = false;      // all that was written since the last clearing
+    std::vector<std::uint64_t> written_; // buckets
 };
 
 extern TranspositionTable gTT;

@@ -124,7 +124,13 @@ Move searchForDataGen(Thread& thread, int maxDepth, std::int64_t nodeLimit, int&
 }
 
 SelfPlay::SelfPlay(const DataGenConfig& config)
-    : config_(config), thread_(std::make_unique<Thread>(1)) {} // any thread but the main one
+    : config_(config), thread_(std::make_unique<Thread>(1)) { // any thread but the main one
+    gTT.recordWrites(true); // every opening and every game begins with a clear table
+}
+
+SelfPlay::~SelfPlay() {
+    gTT.recordWrites(false);
+}
 
 bool SelfPlay::findOpening(std::uint64_t seed) {
     std::mt19937_64 generator(seed);

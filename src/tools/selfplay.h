@@ -21,6 +21,9 @@ class SelfPlay {
   public:
     /// `config` must outlive the object.
     explicit SelfPlay(const DataGenConfig& config);
+    ~SelfPlay();
+    SelfPlay(const SelfPlay&) = delete;
+    SelfPlay& operator=(const SelfPlay&) = delete;
 
     /// Plays random moves from the start position until a balanced position is found; the next game
     /// begins with it. Returns false if all attempts fail.

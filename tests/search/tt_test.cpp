@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <type_traits>
 
@@ -72,6 +73,22 @@ class OneBucket : public testing::Test {
 
     TranspositionTable table;
 };
+
+/// Stores results of random positions.
+void storeAtRandom(TranspositionTable& table, std::mt19937_64& random, int stores) {
+    for (int i = 0; i < stores; ++i)
+        table.store(random(), static_cast<std::uint32_t>(random()), 0,
+                    static_cast<int>(random() % 20) - 1, TTExact, 0);
+}
+
+/// The number of words in the table that are not zero.
+std::ptrdiff_t wordsInUse(TranspositionTable& table) {
+    const RawEntry* entries = rawEntries(table);
+    return std::accumulate(entries, entries + 4 * table.bucketCount(), std::ptrdiff_t{0},
+                           [](std::ptrdiff_t sum, const RawEntry& e) {
+                               return sum + (e.keyXorData != 0) + (e.data != 0);
+                           });
+}
 
 // --- size and place ---
 
@@ -321,6 +338,57 @@ TEST_F(OneBucket, ClearingEmptiesItAndResetsItsAge) {
         EXPECT_FALSE(holds(key));
     store(kKeyA, 1);
     EXPECT_EQ(rawEntries(table)[0].data >> 58, 0U);
+}
+
+TEST(TranspositionTable, ClearsWhollyWithARecordOfWrites) {
+    std::mt19937_64 random(20261120);
+    for (const std::uint64_t mb : {1, 3}) {
+        TranspositionTable table;
+        ASSERT_TRUE(table.resize(mb));
+        storeAtRandom(table, random, 1000);
+        EXPECT_GT(wordsInUse(table), 1000);
+        table.recordWrites(true); // the record begins with the next clearing
+        const int share = static_cast<int>(table.bucketCount()) / 8;
+        for (const int stores : {0, 10, share - 1, share, share + 1, 10 * share, 1, 3}) {
+            storeAtRandom(table, random, stores);
+            table.clear();
+            EXPECT_EQ(wordsInUse(table), 0) << stores << " stores, " << mb << " MiB";
+        }
+        storeAtRandom(table, random, 100);
+        table.recordWrites(false);
+        storeAtRandom(table, random, 100);
+        table.clear();
+        EXPECT_EQ(wordsInUse(table), 0);
+    }
+}
+
+TEST(TranspositionTable, StoresTheSameWithARecordOfWrites) {
+    TranspositionTable plain;
+    TranspositionTable recording;
+    ASSERT_TRUE(plain.resize(1));
+    ASSERT_TRUE(recording.resize(1));
+    recording.recordWrites(true);
+    for (const int stores : {500, 5000, 200000, 2000}) {
+        for (TranspositionTable* table : {&plain, &recording}) {
+            std::mt19937_64 random(static_cast<std::uint64_t>(stores));
+            table->clear();
+            table->newGeneration();
+            storeAtRandom(*table, random, stores);
+        }
+        EXPECT_EQ(std::memcmp(rawEntries(plain), rawEntries(recording), 1 << 20), 0) << stores;
+    }
+}
+
+TEST(TranspositionTable, ResizingEndsTheRecordOfWrites) {
+    TranspositionTable table;
+    ASSERT_TRUE(table.resize(1));
+    table.recordWrites(true);
+    table.clear();
+    ASSERT_TRUE(table.resize(2));
+    std::mt19937_64 random(1);
+    storeAtRandom(table, random, 1000);
+    table.clear();
+    EXPECT_EQ(wordsInUse(table), 0);
 }
 
 TEST_F(OneBucket, ResizingResetsItsAge) {
