@@ -1,5 +1,6 @@
 #include "base/files.h"
 
+#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <system_error>
@@ -7,6 +8,9 @@
 namespace Files {
 
 bool RecordWriter::open(const std::string& path) {
+#ifdef SIGXFSZ
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes shall be told like a full disk
+#endif
     file_.reset(std::fopen(path.c_str(), "wb"));
     if (!file_)
         return false;

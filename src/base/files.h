@@ -11,8 +11,10 @@
 /// Text files of any size in constant memory, with every failure told.
 namespace Files {
 
-/// A file that grows by whole records: each one is one write to the system, and what a failed write
-/// has left of its record is cut off again. A process that is killed leaves whole records, too.
+/// A file that grows by whole records. What a failed write has left of its record is cut off again.
+/// A process that is killed leaves whole records as well, since each is one write to the system;
+/// only a kill within that very write, some millionths of a second, can end it at the edge of a
+/// page.
 class RecordWriter {
   public:
     /// Creates the file or empties it. Returns false if the system refuses.
