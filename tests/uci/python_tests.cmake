@@ -8,7 +8,7 @@ function(morvane_python_test module timeout)
   add_test(NAME executable.${module}
     COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
   set_tests_properties(executable.${module} PROPERTIES
-    ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>"
+    ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>;MORVANE_SELFCHECK=$<TARGET_FILE:morvane_selfcheck>"
     SKIP_RETURN_CODE 77
     TIMEOUT ${timeout})
 endfunction()
@@ -20,6 +20,8 @@ morvane_python_test(options 600)
 morvane_python_test(modes 1800)
 morvane_python_test(signature 1800)
 morvane_python_test(writes 300)
+morvane_python_test(tuning 900)
+morvane_python_test(streaming 600)
 morvane_python_test(long_games 600)
 morvane_python_test(rules 600)
 morvane_python_test(games 900)
