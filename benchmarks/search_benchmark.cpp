@@ -18,11 +18,8 @@ void benchSearch(benchmark::State& state) {
             thread->board = *board;
             thread->clearForSearch();
             state.ResumeTiming();
-            for (int depth = 1; depth <= kDefaultBenchDepth; ++depth) {
-                Search::RootStack stack;
-                thread->score = Search::aspirationSearch(*thread, thread->board, depth,
-                                                         thread->score, stack.records);
-            }
+            for (int depth = 1; depth <= kDefaultBenchDepth; ++depth)
+                Search::completeIteration(*thread, depth);
             nodes += thread->nodes;
         }
     state.SetItemsProcessed(static_cast<std::int64_t>(nodes));

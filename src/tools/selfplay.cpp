@@ -190,7 +190,9 @@ Move SelfPlay::search(int& whiteScore) {
     Board& board = thread_->board;
     board.makeRoomInHistory();
     int score = 0;
+    const std::uint64_t before = thread_->nodes;
     const Move move = searchForDataGen(*thread_, config_.maxdepth, config_.nodes, score);
+    nodes_ += thread_->nodes - before;
     whiteScore = board.sideToMove == White ? score : -score;
     return move;
 }

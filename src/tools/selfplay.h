@@ -32,6 +32,9 @@ class SelfPlay {
     /// Plays from the opening to the end and collects the positions worth keeping.
     GameResult playGame(std::vector<Sample>& samples);
 
+    /// Nodes searched so far, for openings and games.
+    std::uint64_t nodes() const { return nodes_; }
+
   private:
     template <class Generator>
     bool tryOpening(Generator& generator);
@@ -40,6 +43,7 @@ class SelfPlay {
 
     const DataGenConfig& config_;
     std::unique_ptr<Thread> thread_; // its board is the game's
+    std::uint64_t nodes_ = 0;
 };
 
 /// Searches the thread's position at depths 1 to `maxDepth` (at most 128); after `nodeLimit` nodes
