@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// Every text of the tools that a user can see on standard error, in one place.
+/// What the tools say on standard error when something is wrong, in one place.
 namespace Messages {
 
 // --- datagen ---
