@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by ./run and ./test: installs Debian packages that are missing.
 # Usage: ensure_packages PACKAGE...
 ensure_packages() {

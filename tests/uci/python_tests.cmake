@@ -2,7 +2,8 @@
 # program that is not installed shows as skipped.
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 
-# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci or tests/match. Timeouts
+# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci, tests/match or
+# tests/tools. Timeouts
 # leave room for sanitizers and busy machines.
 function(morvane_python_test module timeout)
   add_test(NAME executable.${module}
@@ -22,6 +23,7 @@ morvane_python_test(signature 1800)
 morvane_python_test(writes 300)
 morvane_python_test(tuning 900)
 morvane_python_test(streaming 600)
+morvane_python_test(datagen_shards 900)
 morvane_python_test(long_games 600)
 morvane_python_test(rules 600)
 morvane_python_test(games 900)

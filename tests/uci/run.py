@@ -13,7 +13,7 @@ TESTS = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 def main() -> int:
     sys.dont_write_bytecode = True
-    sys.path[:0] = [os.path.join(TESTS, "uci"), os.path.join(TESTS, "match")]
+    sys.path[:0] = [os.path.join(TESTS, folder) for folder in ("uci", "match", "tools")]
     if "MORVANE_ENGINE" not in os.environ:
         sys.exit("MORVANE_ENGINE must name the engine's executable")
     module, *names = sys.argv[1:]
