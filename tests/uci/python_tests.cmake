@@ -2,9 +2,8 @@
 # program that is not installed shows as skipped.
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 
-# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci, tests/match or
-# tests/tools. Timeouts
-# leave room for sanitizers and busy machines.
+# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci, tests/match or tests/tools.
+# Timeouts leave room for sanitizers and busy machines.
 function(morvane_python_test module timeout)
   add_test(NAME executable.${module}
     COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
