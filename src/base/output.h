@@ -6,8 +6,9 @@
 /// lines written by different threads never mix.
 namespace Output {
 
-/// Makes every later call one write to the operating system whatever the text's length. Called
-/// once at program start, before any output.
+/// Makes every later call one write to the operating system whatever the text's length, and keeps
+/// files from taking the places of closed standard streams. Called once at program start, before
+/// any output.
 void init();
 
 /// Writes `text`, which holds whole lines, to standard output. Returns false if it could not.
