@@ -1,0 +1,220 @@
+#include "base/files.h"
+
+#include "support/temp_files.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+using Files::areSameFile;
+using Files::LineReader;
+using Files::RecordWriter;
+using TempFiles::Folder;
+using TempFiles::SizeLimit;
+
+namespace {
+
+using namespace std::string_literals;
+
+// --- writing records ---
+
+class RecordWriterTest : public testing::Test {
+  protected:
+    std::string content() const { return TempFiles::read(path); }
+
+    Folder folder;
+    const std::string path = folder.pathOf("records");
+    RecordWriter writer;
+};
+
+TEST_F(RecordWriterTest, EmptiesTheFileAndWritesRecordsAsTheyStand) {
+    folder.write("records", "what was there before");
+    ASSERT_TRUE(writer.open(path));
+    EXPECT_EQ(content(), "");
+    EXPECT_TRUE(writer.append("one\n"));
+    EXPECT_TRUE(writer.append(""));
+    EXPECT_TRUE(writer.append("t\0wo\r\n\xff"s));
+    EXPECT_TRUE(writer.close());
+    EXPECT_EQ(content(), "one\nt\0wo\r\n\xff"s);
+}
+
+TEST_F(RecordWriterTest, ARecordIsInTheFileWhenAppendReturns) {
+    ASSERT_TRUE(writer.open(path));
+    ASSERT_TRUE(writer.append("small"));
+    EXPECT_EQ(content(), "small");
+    const std::string large(100001, 'x');
+    ASSERT_TRUE(writer.append(large));
+    EXPECT_EQ(content(), "small" + large);
+}
+
+TEST_F(RecordWriterTest, OpensNoFolderAndNothingInAMissingOne) {
+    EXPECT_FALSE(writer.open(folder.path()));
+    EXPECT_FALSE(writer.open(folder.pathOf("missing/records")));
+    EXPECT_FALSE(writer.open(""));
+}
+
+TEST_F(RecordWriterTest, ADeviceWithoutRoomTakesNoRecord) {
+    ASSERT_TRUE(writer.open("/dev/full"));
+    EXPECT_FALSE(writer.append("record"));
+}
+
+TEST_F(RecordWriterTest, WhatAFailedWriteLeavesOfItsRecordIsCutOff) {
+    const std::string record(300, 'r');
+    for (const std::size_t limit : {299U, 301U, 900U, 901U, 1199U}) {
+        const SizeLimit full(limit);
+        const std::size_t whole = limit / record.size();
+        ASSERT_TRUE(writer.open(path));
+        for (std::size_t i = 0; i < whole; ++i)
+            EXPECT_TRUE(writer.append(record)) << limit;
+        EXPECT_FALSE(writer.append(record)) << limit;
+        EXPECT_EQ(std::filesystem::file_size(path), whole * record.size()) << limit;
+        writer.close();
+        EXPECT_EQ(std::filesystem::file_size(path), whole * record.size()) << limit;
+    }
+}
+
+TEST_F(RecordWriterTest, TellsAFailureOfTheSystemToClose) {
+    ASSERT_TRUE(writer.open(path));
+    ASSERT_TRUE(writer.append("record"));
+    EXPECT_TRUE(writer.close());
+
+    // The next file gets the lowest free number. Closed behind the writer's back, it cannot be
+    // closed again.
+    const int free = dup(STDERR_FILENO);
+    ::close(free);
+    ASSERT_TRUE(writer.open(path));
+    ASSERT_EQ(fcntl(free, F_GETFD) & ~FD_CLOEXEC, 0);
+    ::close(free);
+    EXPECT_FALSE(writer.close());
+}
+
+// --- reading lines ---
+
+/// What a reader makes of a file: its lines, or "<too long>", up to the end. "<error>" ends it,
+/// too.
+std::vector<std::string> linesAt(const std::string& path) {
+    LineReader reader;
+    if (!reader.open(path))
+        return {"<not opened>"};
+    std::vector<std::string> lines;
+    std::string_view line;
+    for (;;)
+        switch (reader.next(line)) {
+        case LineReader::Status::Line:
+            lines.emplace_back(line);
+            break;
+        case LineReader::Status::TooLong:
+            lines.emplace_back("<too long>");
+            break;
+        case LineReader::Status::Error:
+            lines.emplace_back("<error>");
+            return lines;
+        case LineReader::Status::End:
+            // Whoever asks again gets the same answer.
+            EXPECT_EQ(reader.next(line), LineReader::Status::End);
+            return lines;
+        }
+}
+
+using Lines = std::vector<std::string>;
+
+Lines linesOf(std::string_view content) {
+    const Folder folder;
+    return linesAt(folder.write("lines", content));
+}
+
+TEST(LineReader, LinesEndWithALineFeedAndTheLastOneNeedsNone) {
+    EXPECT_EQ(linesOf("one\ntwo\n"), (Lines{"one", "two"}));
+    EXPECT_EQ(linesOf("one\ntwo"), (Lines{"one", "two"}));
+    EXPECT_EQ(linesOf("x"), (Lines{"x"}));
+}
+
+TEST(LineReader, EmptyLinesAreLinesButAnEmptyFileHasNone) {
+    EXPECT_EQ(linesOf(""), Lines{});
+    EXPECT_EQ(linesOf("\n"), (Lines{""}));
+    EXPECT_EQ(linesOf("\n\none\n\n"), (Lines{"", "", "one", ""}));
+}
+
+TEST(LineReader, EveryOtherCharacterBelongsToTheLine) {
+    EXPECT_EQ(linesOf("one\r\ntwo\r"), (Lines{"one\r", "two\r"}));
+    EXPECT_EQ(linesOf("a\0b\n\0\n\0"s), (Lines{"a\0b"s, "\0"s, "\0"s}));
+    EXPECT_EQ(linesOf(" \t\v\f\x1a\xff\n"), (Lines{" \t\v\f\x1a\xff"}));
+}
+
+TEST(LineReader, TheLongestLineIsALineAndALongerOneIsSkippedWhole) {
+    const std::string longest = std::string(LineReader::kLongestLine - 1, 'x') + "y";
+    EXPECT_TRUE(linesOf(longest) == Lines{longest});
+    EXPECT_TRUE(linesOf(longest + "\n") == Lines{longest});
+    EXPECT_TRUE(linesOf(longest + "\n\nnext") == (Lines{longest, "", "next"}));
+
+    EXPECT_EQ(linesOf(longest + "z"), Lines{"<too long>"});
+    EXPECT_EQ(linesOf(longest + "z\n"), Lines{"<too long>"});
+    EXPECT_EQ(linesOf(longest + "z\n\nnext\n"), (Lines{"<too long>", "", "next"}));
+    EXPECT_EQ(linesOf("first\n" + longest + longest + "z\nnext"),
+              (Lines{"first", "<too long>", "next"}));
+    EXPECT_EQ(linesOf(longest + "z\n" + longest + "z\nnext"),
+              (Lines{"<too long>", "<too long>", "next"}));
+}
+
+TEST(LineReader, OpensNoMissingFile) {
+    const Folder folder;
+    EXPECT_EQ(linesAt(folder.pathOf("missing")), Lines{"<not opened>"});
+    EXPECT_EQ(linesAt(""), Lines{"<not opened>"});
+}
+
+TEST(LineReader, TellsThatReadingFailed) {
+    const Folder folder;
+    EXPECT_EQ(linesAt(folder.path()), Lines{"<error>"}) << "a folder can be opened but not read";
+}
+
+TEST(LineReader, ReadsWhatHasNoSize) {
+    EXPECT_EQ(linesAt("/dev/null"), Lines{});
+}
+
+// --- telling files apart ---
+
+class AreSameFile : public testing::Test {
+  protected:
+    Folder folder;
+    const std::string file = folder.write("file", "content");
+};
+
+TEST_F(AreSameFile, OneFileUnderAnyName) {
+    EXPECT_TRUE(areSameFile(file, file));
+    EXPECT_TRUE(areSameFile(file, folder.path() + "/./file"));
+    const std::string symbolic = folder.pathOf("symbolic");
+    const std::string hard = folder.pathOf("hard");
+    std::filesystem::create_symlink("file", symbolic);
+    std::filesystem::create_hard_link(file, hard);
+    for (const std::string& link : {symbolic, hard}) {
+        EXPECT_TRUE(areSameFile(file, link)) << link;
+        EXPECT_TRUE(areSameFile(link, file)) << link;
+    }
+}
+
+TEST_F(AreSameFile, TwoFilesWithTheSameContentAreTwo) {
+    EXPECT_FALSE(areSameFile(file, folder.write("other", "content")));
+}
+
+TEST_F(AreSameFile, AMissingFileIsLikeNoOther) {
+    const std::string missing = folder.pathOf("missing");
+    const std::string dangling = folder.pathOf("dangling");
+    std::filesystem::create_symlink("missing", dangling);
+    EXPECT_FALSE(areSameFile(file, missing));
+    EXPECT_FALSE(areSameFile(missing, file));
+    EXPECT_FALSE(areSameFile(missing, missing));
+    EXPECT_FALSE(areSameFile(dangling, missing));
+}
+
+TEST_F(AreSameFile, WhatCannotBeDestroyedIsNoFile) {
+    EXPECT_FALSE(areSameFile("/dev/null", "/dev/null"));
+    EXPECT_FALSE(areSameFile(folder.path(), folder.path()));
+}
+
+} // namespace
