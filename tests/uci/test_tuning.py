@@ -3,10 +3,9 @@
 import os
 import re
 import subprocess
-import tempfile
 import unittest
 
-from client import START_FEN, run_mode
+from client import START_FEN, FolderTest, run_mode
 
 PARAMS = 1082
 QUIET = "6k1/5ppp/8/8/8/8/5PPP/R5K1 w - - 63 80"
@@ -19,26 +18,7 @@ GOOD_LINES = [
 ]
 
 
-class FilesTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self) -> None:
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-
-    def path(self, name: str) -> str:
-        return os.path.join(self.folder, name)
-
-    def write(self, name: str, data: bytes) -> str:
-        with open(self.path(name), "wb") as file:
-            file.write(data)
-        return self.path(name)
-
-    def read(self, name: str) -> bytes:
-        with open(self.path(name), "rb") as file:
-            return file.read()
-
+class FilesTest(FolderTest):
     def run_ok(self, *arguments: str) -> tuple[str, str]:
         result = run_mode(*arguments, stdin=b"isready\n")
         self.assertEqual(result.returncode, 0, result.stderr)
