@@ -342,7 +342,7 @@ TEST_F(OneBucket, ClearingEmptiesItAndResetsItsAge) {
 
 TEST(TranspositionTable, ClearsWhollyWithARecordOfWrites) {
     std::mt19937_64 random(20261120);
-    for (const std::uint64_t mb : {1, 3}) {
+    for (const std::uint64_t mb : {1ULL, 3ULL}) {
         TranspositionTable table;
         ASSERT_TRUE(table.resize(mb));
         storeAtRandom(table, random, 1000);

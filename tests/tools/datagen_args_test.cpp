@@ -123,10 +123,16 @@ TEST(DataGenArgs, ASeedHasNoSign) {
 
 TEST(DataGenArgs, OptionsOf32BitsKeepTheLow32) {
     const std::pair<std::string, std::int32_t> cases[] = {
-        {"2147483647", 2147483647},  {"2147483648", -2147483647 - 1},
-        {"4294967301", 5},           {"-2147483649", 2147483647},
-        {"-4294967297", -1},         {" -12 ", -12},
-        {"9223372036854775808", -1}, {"x", 0},
+        {"2147483647", 2147483647},
+        {"2147483648", -2147483647 - 1},
+        {"4294967301", 5},
+        {"-2147483649", 2147483647},
+        {"-4294967297", -1},
+        {" -12 ", -12},
+        {"9223372036854775808", -1},
+        {"010", 10},
+        {"0x10", 0},
+        {"x", 0},
     };
     for (const auto& [text, value] : cases) {
         const DataGenConfig c = optionsFrom(
@@ -142,8 +148,9 @@ TEST(DataGenArgs, OptionsOf32BitsKeepTheLow32) {
 
 TEST(DataGenArgs, SwitchesAreOnForEveryNumberButZero) {
     const std::pair<std::string, bool> cases[] = {
-        {"1", true},   {"0", false}, {"2", true},     {"-1", true},   {" +3x", true},
-        {"00", false}, {"", false},  {"true", false}, {"0x1", false}, {"4294967296", true},
+        {"1", true},    {"0", false},  {"2", true},          {"-1", true},
+        {" +3x", true}, {"00", false}, {"", false},          {"true", false},
+        {"0x1", false}, {"08", true},  {"4294967296", true},
     };
     for (const auto& [text, value] : cases) {
         const DataGenConfig c =

@@ -152,10 +152,10 @@ std::string rowOf(const std::string& fen, const std::string& result) {
 
 class ManyRows : public FeatureExport {
   protected:
-    /// Fills data and rows until the rows are several times what is written at once.
-    ManyRows() {
+    /// Adds lines and rows until there are so many bytes of rows.
+    void fill(std::size_t bytes) {
         const std::vector<std::string> fens = Positions::readAll();
-        while (rows.size() < 1200000) {
+        while (rows.size() < bytes) {
             const std::string& fen = fens[static_cast<std::size_t>(lines++) % fens.size()];
             data += fen + (lines % 3 ? " [0.0]\n" : " [0.5] [12]\n");
             rows += rowOf(fen, lines % 3 ? "0" : "0.5");
@@ -167,11 +167,16 @@ class ManyRows : public FeatureExport {
     std::string rows;
 };
 
+constexpr std::size_t kAtOnce = 262144; // bytes after which rows are written
+constexpr std::size_t kSeveral = 1200000;
+
 TEST_F(ManyRows, AllAreWritten) {
+    fill(kSeveral);
     EXPECT_TRUE(rowsOf(data, lines, 0) == rows);
 }
 
 TEST_F(ManyRows, ADiskThatFillsUpHoldsWholeRows) {
+    fill(kSeveral);
     folder.write("data.txt", data);
     for (const std::size_t limit : {400000U, 700000U, 1100000U}) {
         {
@@ -186,9 +191,12 @@ TEST_F(ManyRows, ADiskThatFillsUpHoldsWholeRows) {
     }
 }
 
-TEST_F(ManyRows, AFullDiskIsTold) {
-    expectFailure(folder.write("data.txt", data), "/dev/full",
-                  "помилка запису: /dev/full — збережено лише цілі рядки");
+TEST_F(ManyRows, AFullDiskIsToldThoughNoRowIsLeftAtTheEnd) {
+    for (const std::size_t bytes : {kAtOnce, kSeveral}) {
+        fill(bytes);
+        expectFailure(folder.write("data.txt", data), "/dev/full",
+                      "помилка запису: /dev/full — збережено лише цілі рядки");
+    }
 }
 
 // --- files that will not do ---

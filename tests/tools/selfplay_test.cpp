@@ -272,6 +272,50 @@ TEST(SelfPlayEnds, AtItsLongestLengthWhateverStandsOnTheBoard) {
     }
 }
 
+// --- adjudication ---
+
+/// A game from a rook ending that may be given up or agreed drawn after any ply.
+class SelfPlayAdjudication : public testing::Test {
+  protected:
+    SelfPlayAdjudication() {
+        const Played played = play(opening, config);
+        score = std::abs(played.samples.at(0).score);
+        EXPECT_GT(score, 0);
+        config.resignplies = 1;
+        config.drawplies = 1;
+        config.drawmin = 0;
+        config.draw = -1;
+    }
+
+    const Opening opening = {11, 291, "2r5/7k/3K4/8/8/8/8/8 b - - 0 146"};
+    DataGenConfig config = playedOut(opening.plies, 3);
+    int score = 0; // of the first position, whose side to move, Black, is ahead
+};
+
+TEST_F(SelfPlayAdjudication, AScoreOfTheResignationThresholdEndsTheGame) {
+    config.resign = score;
+    Played played = play(opening, config);
+    EXPECT_EQ(played.result, GameResult::BlackWon);
+    EXPECT_EQ(played.samples.size(), 1U) << "the position that ends the game is kept";
+    config.resign = score + 1;
+    EXPECT_GT(play(opening, config).samples.size(), 1U);
+}
+
+TEST_F(SelfPlayAdjudication, AScoreOfTheDrawThresholdEndsTheGame) {
+    config.draw = score;
+    Played played = play(opening, config);
+    EXPECT_EQ(played.result, GameResult::Draw);
+    EXPECT_EQ(played.samples.size(), 1U);
+    config.draw = score - 1;
+    EXPECT_GT(play(opening, config).samples.size(), 1U);
+}
+
+TEST_F(SelfPlayAdjudication, ResignationComesBeforeADraw) {
+    config.resign = score;
+    config.draw = score;
+    EXPECT_EQ(play(opening, config).result, GameResult::BlackWon);
+}
+
 // --- openings ---
 
 bool hasOpening(const DataGenConfig& config, std::uint64_t seed) {
@@ -491,6 +535,21 @@ TEST_F(RunDataGen, TellsAFullDiskAtOnce) {
     EXPECT_EQ(found.err, "datagen: games=100 out=/dev/full seed=1 nodes=0 maxdepth=1 "
                          "randomplies=8 score=1\n"
                          "datagen: помилка запису: /dev/full — збережено лише цілі партії\n");
+}
+
+TEST_F(RunDataGen, AFullDiskIsToldThoughTheLastGameHasNothingToWrite) {
+    config = playedOut(240, 5); // a game of moves, then one that begins with a dead position
+    config.out = folder.pathOf("data.txt");
+    config.seed = 23;
+    config.games = 1;
+    ASSERT_EQ(run().result, 0);
+    const std::string first = TempFiles::read(config.out);
+    EXPECT_NE(first, "");
+    config.games = 2;
+    ASSERT_EQ(run().result, 0);
+    EXPECT_EQ(TempFiles::read(config.out), first);
+    config.out = "/dev/full";
+    EXPECT_EQ(run().result, 1);
 }
 
 TEST_F(RunDataGen, ADiskThatFillsUpHoldsWholeGames) {

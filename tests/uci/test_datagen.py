@@ -508,13 +508,13 @@ class Games(DataGenTest):
     ENDINGS = "games=15 seed=5 maxdepth=4 randomplies=200"
     EN_PASSANT = "games=1 seed=916 maxdepth=2"
     RARE_ENDS = (
-        "games=2 seed=3 maxdepth=1 randomplies=250",
-        "games=1 seed=16 maxdepth=1 randomplies=250",
-        "games=1 seed=33 maxdepth=1 randomplies=250",
-        "games=1 seed=79 maxdepth=1 randomplies=250",
-        "games=1 seed=28 maxdepth=4 randomplies=200",
+        (2, "games=2 seed=3 maxdepth=1 randomplies=250"),
+        (1, "games=1 seed=16 maxdepth=1 randomplies=250"),
+        (1, "games=1 seed=33 maxdepth=1 randomplies=250"),
+        (1, "games=1 seed=79 maxdepth=1 randomplies=250"),
+        (1, "games=1 seed=28 maxdepth=4 randomplies=200"),
         # These go through positions that occurred among the random plies.
-        "games=3 seed=1 maxdepth=1 randomplies=400 openingtries=3",
+        (3, "games=3 seed=1 maxdepth=1 randomplies=400 openingtries=3"),
     )
 
     OPTIONS = [
@@ -555,7 +555,8 @@ class Games(DataGenTest):
     def test_games_follow_the_rules(self) -> None:
         ends: set[str] = set()
         minor_pieces: set[str] = set()
-        for base in (self.GAMES, self.ENDINGS, *self.RARE_ENDS):
+        for count, base in ((6, self.GAMES), (12, self.ENDINGS), *self.RARE_ENDS):
+            self.assertEqual(len(uncut_games(base)), count, base)
             for game in uncut_games(base):
                 game.check_moves()
                 self.assertTrue(game.last_moves, game.plies[-1].fen)
