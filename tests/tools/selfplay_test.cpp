@@ -294,7 +294,7 @@ class SelfPlayAdjudication : public testing::Test {
 
 TEST_F(SelfPlayAdjudication, AScoreOfTheResignationThresholdEndsTheGame) {
     config.resign = score;
-    Played played = play(opening, config);
+    const Played played = play(opening, config);
     EXPECT_EQ(played.result, GameResult::BlackWon);
     EXPECT_EQ(played.samples.size(), 1U) << "the position that ends the game is kept";
     config.resign = score + 1;
@@ -303,7 +303,7 @@ TEST_F(SelfPlayAdjudication, AScoreOfTheResignationThresholdEndsTheGame) {
 
 TEST_F(SelfPlayAdjudication, AScoreOfTheDrawThresholdEndsTheGame) {
     config.draw = score;
-    Played played = play(opening, config);
+    const Played played = play(opening, config);
     EXPECT_EQ(played.result, GameResult::Draw);
     EXPECT_EQ(played.samples.size(), 1U);
     config.draw = score - 1;

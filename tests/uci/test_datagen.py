@@ -232,7 +232,7 @@ class Arguments(DataGenTest):
         run = self.run_of(self.read("out.txt"), result.stderr)
         self.assertEqual(run.header, header(games=2, out="out.txt", nodes=1))
         self.assertEqual((run.played, run.discarded), (2, 0))
-        self.assertEqual(run.data, self.generate("games=2 nodes=1 maxplies=3").data)
+        self.assert_same_file(run.data, file_of("games=2 nodes=1 maxplies=3"))
 
     def test_no_argument_means_the_defaults(self) -> None:
         with subprocess.Popen([engine_path(), "datagen"], cwd=self.folder,
@@ -305,7 +305,6 @@ class Reports(DataGenTest):
         self.assertEqual((result.returncode, result.stdout), (0, data))
         result = self.launch(*options, "out=/dev/null")
         self.assertEqual((result.returncode, result.stdout), (0, b""))
-
 
     def test_closed_streams(self) -> None:
         """A file opened then gets the stream's number; the report must not go into it."""
