@@ -97,7 +97,10 @@ struct Board : MoveState {
     Square kingSquare(Color c) const { return lowestSquare(pieces[c][King]); }
 
     /// Whether a piece of colour `by` attacks the square.
-    bool isAttacked(Square sq, Color by) const;
+    bool isAttacked(Square sq, Color by) const { return isAttacked(sq, by, occupied); }
+
+    /// The same seen through another occupancy by sliders.
+    bool isAttacked(Square sq, Color by, Bitboard occupancy) const;
 
     /// Whether the king of `c` is attacked.
     bool inCheck(Color c) const { return isAttacked(kingSquare(c), ~c); }
@@ -113,12 +116,12 @@ struct Board : MoveState {
     /// Whether the generators would produce this code here, whatever code it is.
     bool isPseudoLegal(Move m) const;
 
-    /// Whether a pseudo-legal move leaves the own king out of check. Tries the move on the board
-    /// and takes it back, so the board must not be shared.
+    /// Whether a pseudo-legal move leaves the own king out of check. For all moves of a position
+    /// `LegalityTest` is faster (board/movetests.h).
     bool isLegal(Move m) const;
 
     /// Whether a pseudo-legal quiet move or double push attacks the enemy king, directly or by
-    /// discovery.
+    /// discovery. For all moves of a position `CheckTest` is faster.
     bool quietGivesCheck(Move m) const;
 
   private:
@@ -178,15 +181,15 @@ inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
     psqEg += kPsq[c][p][to].eg - kPsq[c][p][from].eg;
 }
 
-inline bool Board::isAttacked(Square sq, Color by) const {
+inline bool Board::isAttacked(Square sq, Color by, Bitboard occupancy) const {
     const Bitboard(&attackers)[6] = pieces[by];
     const Bitboard diagonal = attackers[Bishop] | attackers[Queen];
     const Bitboard straight = attackers[Rook] | attackers[Queen];
     return ((attackers[Pawn] & Attacks::pawnAttacks[~by][sq]) |
             (attackers[Knight] & Attacks::knightAttacks[sq]) |
             (attackers[King] & Attacks::kingAttacks[sq]) |
-            (diagonal & Attacks::bishopAttacks(sq, occupied)) |
-            (straight & Attacks::rookAttacks(sq, occupied))) != 0;
+            (diagonal & Attacks::bishopAttacks(sq, occupancy)) |
+            (straight & Attacks::rookAttacks(sq, occupancy))) != 0;
 }
 
 inline Bitboard Board::attackersTo(Square sq, Bitboard occupancy) const {

@@ -1,4 +1,4 @@
-#include "board/board.h"
+#include "board/movetests.h"
 
 namespace {
 
@@ -109,27 +109,9 @@ bool Board::isPseudoLegal(Move m) const {
 }
 
 bool Board::isLegal(Move m) const {
-    // Undone before the return: to the caller nothing changes.
-    Board& board = const_cast<Board&>(*this);
-    const Color us = sideToMove;
-    board.makeMove(m);
-    const bool legal = !inCheck(us);
-    board.unmakeMove(m);
-    return legal;
+    return LegalityTest(*this, inCheck(sideToMove)).isLegal(m);
 }
 
 bool Board::quietGivesCheck(Move m) const {
-    const Color us = sideToMove;
-    const Bitboard change = bit(fromSquare(m)) | bit(toSquare(m));
-    const Bitboard occupancy = occupied ^ change;
-    const Square king = kingSquare(~us);
-    const Piece moved = mailbox[fromSquare(m)];
-
-    const auto after = [&](Piece p) { return pieces[us][p] ^ (p == moved ? change : 0); };
-    const Bitboard queens = after(Queen);
-    return ((after(Pawn) & Attacks::pawnAttacks[~us][king]) |
-            (after(Knight) & Attacks::knightAttacks[king]) |
-            (after(King) & Attacks::kingAttacks[king]) |
-            ((after(Bishop) | queens) & Attacks::bishopAttacks(king, occupancy)) |
-            ((after(Rook) | queens) & Attacks::rookAttacks(king, occupancy))) != 0;
+    return CheckTest(*this).givesCheck(m);
 }

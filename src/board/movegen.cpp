@@ -1,5 +1,7 @@
 #include "board/movegen.h"
 
+#include "board/movetests.h"
+
 namespace {
 
 enum class Kind { All, Captures, Quiets };
@@ -139,8 +141,9 @@ void generateQuiets(const Board& board, MoveList& list) {
 void generateLegalMoves(const Board& board, MoveList& list) {
     MoveList all;
     generateMoves(board, all);
+    const LegalityTest legality(board, board.inCheck(board.sideToMove));
     for (const Move m : all)
-        if (board.isLegal(m))
+        if (legality.isLegal(m))
             list.add(m);
 }
 

@@ -2,6 +2,7 @@
 
 #include "board/makemove-inl.h"
 #include "board/movegen.h"
+#include "board/movetests.h"
 
 namespace {
 
@@ -10,10 +11,12 @@ std::uint64_t perftOf(Board& board, int depth) {
     MoveList list;
     generateMoves(board, list);
     std::uint64_t leaves = 0;
+    const LegalityTest legality(board, board.inCheck(Us));
     for (const Move m : list) {
+        if (!legality.isLegal(m))
+            continue;
         board.makeMoveOf<Us>(m);
-        if (!board.inCheck(Us))
-            leaves += depth == 1 ? 1 : perftOf<~Us>(board, depth - 1);
+        leaves += depth == 1 ? 1 : perftOf<~Us>(board, depth - 1);
         board.unmakeMoveOf<Us>(m);
     }
     return leaves;

@@ -139,14 +139,13 @@ int Endgame::krpkrScale(Color strong, Square strongKing, Square strongRook, Squa
     return cutOff ? kFullScale : kKrpkrUnclear;
 }
 
-int egScaleFactor(const Board& board, int egScore) {
+/// The rules for less than pawns on both sides, and for a bishop each.
+int Endgame::Detail::rareScaleFactor(const Board& board, int egScore) {
     const Color strong = egScore < 0 ? Black : White;
     const Sides s{board, strong, ~strong};
     const Bitboard whitePawns = s.pawns(White);
     const Bitboard blackPawns = s.pawns(Black);
 
-    if (whitePawns && blackPawns && !s.both(kBishopMaterial))
-        return kFullScale;
     if (popcount(whitePawns | blackPawns) == 1) {
         const Color owner = whitePawns ? White : Black;
         if (s.both(0))
@@ -169,14 +168,9 @@ int egScaleFactor(const Board& board, int egScore) {
     return canWin ? kFullScale : kNearlyDrawn;
 }
 
-int kingProximityEg(const Board& board, int whiteMaterial, int blackMaterial) {
-    const int lead = whiteMaterial - blackMaterial;
-    int amount = 0;
-    if (lead > EvalParams::kMopUpLead)
-        amount += mopUp(board, White);
-    else if (lead < -EvalParams::kMopUpLead)
-        amount -= mopUp(board, Black);
-
+/// One side leads far enough to be driving the other king.
+int Endgame::Detail::proximityOfLead(const Board& board, int whiteMaterial, int blackMaterial) {
+    int amount = whiteMaterial > blackMaterial ? mopUp(board, White) : -mopUp(board, Black);
     if (whiteMaterial == kBishopAndKnight && blackMaterial == 0 &&
         isBishopAndKnightAgainstKing(board, White))
         amount += rightCorner(board, White);

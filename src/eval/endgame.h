@@ -25,10 +25,28 @@ int krpkrScale(Color strong, Square strongKing, Square strongRook, Square pawn, 
 
 } // namespace Endgame
 
+namespace Endgame::Detail {
+
+int rareScaleFactor(const Board& board, int egScore);
+int proximityOfLead(const Board& board, int whiteMaterial, int blackMaterial);
+
+} // namespace Endgame::Detail
+
 /// What remains, out of 64, of an end-game score from White's point of view: less than 64 where the
 /// side that it favours cannot make good on it.
-int egScaleFactor(const Board& board, int egScore);
+inline int egScaleFactor(const Board& board, int egScore) {
+    const bool bishopEach = board.nonPawnMaterial[White] == kNonPawnValue[Bishop] &&
+                            board.nonPawnMaterial[Black] == kNonPawnValue[Bishop];
+    if (board.pieces[White][Pawn] && board.pieces[Black][Pawn] && !bishopEach) [[likely]]
+        return kFullScale;
+    return Endgame::Detail::rareScaleFactor(board, egScore);
+}
 
 /// Drives the losing king to the edge and, with bishop and knight, to the right corner: an end-game
 /// amount in centipawns from White's point of view. The materials are without pawns.
-int kingProximityEg(const Board& board, int whiteMaterial, int blackMaterial);
+inline int kingProximityEg(const Board& board, int whiteMaterial, int blackMaterial) {
+    const int lead = whiteMaterial - blackMaterial;
+    if (lead <= EvalParams::kMopUpLead && lead >= -EvalParams::kMopUpLead)
+        return 0;
+    return Endgame::Detail::proximityOfLead(board, whiteMaterial, blackMaterial);
+}

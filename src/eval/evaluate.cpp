@@ -20,25 +20,32 @@ void setEvalTrace(bool on) {
 int evaluate(const Board& board) {
     if (gEvalTrace) [[unlikely]]
         return Eval::evaluateAndPrint(board);
-    Eval::SumSink sink;
-    Eval::walkKept(board, sink);
-    const int value = Eval::blend(board, sink.total()).value;
+    const int value = Eval::fade(Eval::evaluateUnfaded(board), board.halfmoveClock);
     return board.sideToMove == White ? value : -value;
 }
 
 namespace Eval {
 
-int taper(ScorePair total, int phase, int scale, int halfmoveClock) {
+int taper(ScorePair total, int phase, int scale) {
     using EvalParams::kFullPhase;
     const int eg = scale * total.eg / kFullScale;
-    const int tapered = (phase * total.mg + eg * (kFullPhase - phase)) / kFullPhase;
-    return tapered * (kFadeLength - halfmoveClock) / kFadeLength;
+    return (phase * total.mg + eg * (kFullPhase - phase)) / kFullPhase;
+}
+
+int fade(int value, int halfmoveClock) {
+    return value * (kFadeLength - halfmoveClock) / kFadeLength;
 }
 
 Blend blend(const Board& board, ScorePair total) {
     const int phase = std::min(board.phase, EvalParams::kFullPhase);
     const int scale = egScaleFactor(board, total.eg);
-    return {phase, scale, taper(total, phase, scale, board.halfmoveClock)};
+    return {phase, scale, taper(total, phase, scale)};
+}
+
+int evaluateUnfaded(const Board& board) {
+    SumSink sink;
+    walkKept(board, sink);
+    return blend(board, sink.total()).value;
 }
 
 void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]) {

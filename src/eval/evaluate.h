@@ -25,15 +25,22 @@ namespace Eval {
 struct Blend {
     int phase; // 0 to 24, 24 = all pieces on the board
     int scale; // of the end-game half, out of 64
-    int value; // centipawns, White's point of view
+    int value; // centipawns, White's point of view, before it fades
 };
 
 /// One value from the totals of both phases: the end-game half scaled, the two blended by game
-/// phase, the result faded as the fifty-move rule draws near. Every division truncates.
-int taper(ScorePair total, int phase, int scale, int halfmoveClock);
+/// phase. Every division truncates.
+int taper(ScorePair total, int phase, int scale);
 
-/// The same with phase, scale and clock of a position.
+/// What is left of a value as the fifty-move rule draws near.
+int fade(int value, int halfmoveClock);
+
+/// Totals tapered with phase and scale of a position.
 Blend blend(const Board& board, ScorePair total);
+
+/// Value of a position from White's point of view before it fades: it depends on nothing but what
+/// the position's key tells.
+int evaluateUnfaded(const Board& board);
 
 /// The breakdown behind `evaluate`, printed; returns the value like `evaluate`.
 int evaluateAndPrint(const Board& board);

@@ -8,15 +8,9 @@ namespace {
 
 constexpr int kCacheSize = 16384;
 
-struct PawnEntry {
-    std::uint64_t key;
-    std::int16_t mg;
-    std::int16_t eg;
-};
-
 /// One cache a thread. The whole key is compared, so what an earlier game left is harmless; and the
-/// key 0 of a board without pawns finds a zeroed entry, which is its score.
-thread_local PawnEntry gPawnTable[kCacheSize];
+/// key 0 of a board without pawns finds a zeroed entry, which is right for it.
+thread_local Eval::PawnEntry gPawnTable[kCacheSize];
 
 Bitboard fillForward(Color c, Bitboard b) {
     b |= c == White ? b << 8 : b >> 8;
@@ -28,6 +22,16 @@ Bitboard fillForward(Color c, Bitboard b) {
 /// Squares from which a pawn of `c` has an enemy pawn ahead on its own file.
 Bitboard opposedSquares(const Board& board, Color c) {
     return fillForward(~c, shiftForward(~c, board.pieces[~c][Pawn]));
+}
+
+/// Squares from which a pawn of `c` has one ahead on a neighbouring file.
+Bitboard guardedSquares(Bitboard opposed) {
+    return shiftEast(opposed) | shiftWest(opposed);
+}
+
+Bitboard passedPawnsOf(const Board& board, Color c) {
+    const Bitboard opposed = opposedSquares(board, c);
+    return board.pieces[c][Pawn] & ~(opposed | guardedSquares(opposed));
 }
 
 /// All squares of a set of files given as one bit a file.
@@ -64,8 +68,8 @@ void countPawns(const Board& board, Color c, PawnFeatures& features) {
     features.connected[c] += popcount(pawns & supported);
 
     const Bitboard opposed = opposedSquares(board, c);
-    const Bitboard guarded = shiftEast(opposed) | shiftWest(opposed);
-    for (Bitboard passed = pawns & ~(opposed | guarded); passed;)
+    const Bitboard guarded = guardedSquares(opposed);
+    for (Bitboard passed = passedPawnsOf(board, c); passed;)
         ++features.passed[c][relativeRank(c, popLowest(passed))];
     for (Bitboard halfOpen = pawns & guarded & ~opposed; halfOpen;)
         features.candidate[c] += isCandidate(board, c, popLowest(halfOpen));
@@ -91,15 +95,14 @@ int passerWeight(int relativeRank) {
     return 5 * relativeRank - 13;
 }
 
-PasserWorth passerWorth(const Board& board, const Bitboard (&attackedBy)[2], Color c) {
-    const Bitboard opposed = opposedSquares(board, c);
-    const Bitboard guarded = shiftEast(opposed) | shiftWest(opposed);
+PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2],
+                        Color c) {
     const Bitboard advanced = c == White ? rankBB(3) | rankBB(4) | rankBB(5) | rankBB(6)
                                          : rankBB(4) | rankBB(3) | rankBB(2) | rankBB(1);
     static_assert(kFirstPasserRank == 3 && kLastPasserRank == 6);
 
     PasserWorth worth;
-    for (Bitboard passers = board.pieces[c][Pawn] & advanced & ~(opposed | guarded); passers;) {
+    for (Bitboard passers = passed & board.colorBB[c] & advanced; passers;) {
         const Square sq = popLowest(passers);
         const Square stop = sq + forward(c);
         const int weight = passerWeight(relativeRank(c, sq));
@@ -125,9 +128,14 @@ void computePawnFeatures(const Board& board, PawnFeatures& features) {
     countPawns(board, Black, features);
 }
 
-void passerTerms(const Board& board, const Bitboard (&attackedBy)[2], int& mg, int& eg) {
-    const PasserWorth white = passerWorth(board, attackedBy, White);
-    const PasserWorth black = passerWorth(board, attackedBy, Black);
+Bitboard passedPawns(const Board& board) {
+    return passedPawnsOf(board, White) | passedPawnsOf(board, Black);
+}
+
+void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2], int& mg,
+                 int& eg) {
+    const PasserWorth white = passerWorth(board, passed, attackedBy, White);
+    const PasserWorth black = passerWorth(board, passed, attackedBy, Black);
     const int path = white.path - black.path;
     mg = path / 8;
     eg = (white.kings - black.kings) / 4 + path / 4;
@@ -143,14 +151,14 @@ ScorePair evalPawnsRaw(const Board& board) {
     return sink.total();
 }
 
-ScorePair evalPawns(const Board& board) {
+const PawnEntry& pawnEntry(const Board& board) {
     PawnEntry& entry = gPawnTable[board.pawnKey & (kCacheSize - 1)];
     if (entry.key != board.pawnKey) [[unlikely]] {
         const ScorePair score = evalPawnsRaw(board);
         entry = {board.pawnKey, static_cast<std::int16_t>(score.mg),
-                 static_cast<std::int16_t>(score.eg)};
+                 static_cast<std::int16_t>(score.eg), passedPawns(board)};
     }
-    return {entry.mg, entry.eg};
+    return entry;
 }
 
 } // namespace Eval

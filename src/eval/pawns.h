@@ -15,14 +15,33 @@ struct PawnFeatures {
 /// Adds the counts of both colours to `features`, which the caller has zeroed.
 void computePawnFeatures(const Board& board, PawnFeatures& features);
 
+/// Passed pawns of both colours: no enemy pawn ahead on their own or a neighbouring file.
+Bitboard passedPawns(const Board& board);
+
 /// Worth of advanced passed pawns against kings, blockers and attackers, White's point of view.
-/// `attackedBy` holds the squares that each side attacks.
-void passerTerms(const Board& board, const Bitboard (&attackedBy)[2], int& mg, int& eg);
+/// `passed` are the board's passed pawns, `attackedBy` the squares that each side attacks.
+void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2], int& mg,
+                 int& eg);
 
 namespace Eval {
 
-/// Score of the pawn structure, White's point of view, through the calling thread's cache.
-ScorePair evalPawns(const Board& board);
+/// What is remembered of a pawn structure.
+struct PawnEntry {
+    std::uint64_t key;
+    std::int16_t mg; // score, White's point of view
+    std::int16_t eg;
+    Bitboard passed; // of both colours
+};
+
+/// The entry of the board's pawn structure in the calling thread's cache, filled if need be. Valid
+/// until the next call.
+const PawnEntry& pawnEntry(const Board& board);
+
+/// Score of the pawn structure, White's point of view, through the cache.
+inline ScorePair evalPawns(const Board& board) {
+    const PawnEntry& entry = pawnEntry(board);
+    return {entry.mg, entry.eg};
+}
 
 /// The same computed afresh; the cache is neither read nor written.
 ScorePair evalPawnsRaw(const Board& board);

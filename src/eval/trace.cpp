@@ -67,7 +67,8 @@ int evaluateAndPrint(const Board& board) {
     walkKept(board, sink);
     const Blend result = blend(board, sink.total());
     const bool whiteToMove = board.sideToMove == White;
-    const int value = whiteToMove ? result.value : -result.value;
+    const int whiteValue = fade(result.value, board.halfmoveClock);
+    const int value = whiteToMove ? whiteValue : -whiteValue;
 
     Output::write(kHeading);
     for (int term = 0; term < kTermCount; ++term)
@@ -76,7 +77,7 @@ int evaluateAndPrint(const Board& board) {
     Output::write(traceEval("total", sink.total()));
     Output::write("  phase           " + std::to_string(result.phase) + " / 24\n");
     Output::write("  eg scale        " + std::to_string(result.scale) + " / 64\n");
-    Output::write("  final (white)   " + std::to_string(result.value) + "\n");
+    Output::write("  final (white)   " + std::to_string(whiteValue) + "\n");
     Output::write("  final (stm=" + std::string(whiteToMove ? "w" : "b") + ")      " +
                   std::to_string(value) + "\n");
     return value;

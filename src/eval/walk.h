@@ -128,10 +128,12 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
 
 /// Passed pawns against the pieces: a free path, a defended next step, kings near and far.
 template <class Sink>
-void addPassers(const Board& board, const PieceWalk& walk, Sink& sink) {
+void addPassers(const Board& board, Bitboard passed, const PieceWalk& walk, Sink& sink) {
+    if (!passed)
+        return;
     int mg = 0;
     int eg = 0;
-    passerTerms(board, walk.attackedBy, mg, eg);
+    passerTerms(board, passed, walk.attackedBy, mg, eg);
     sink.template base<Term::Pawns>(mg, eg);
 }
 
@@ -160,9 +162,9 @@ void walkMaterial(const Board& board, Sink& sink) {
     addPiecesOfType.template operator()<Queen>();
 }
 
-/// Every term but material and pawn structure.
+/// Every term but material and pawn structure; `passed` are the board's passed pawns.
 template <class Sink>
-void walkPieces(const Board& board, Sink& sink) {
+void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
     using namespace Detail;
     PieceWalk walk;
     beginPieces(board, walk);
@@ -178,7 +180,7 @@ void walkPieces(const Board& board, Sink& sink) {
     addPieces<Queen, Black>(board, walk, sink);
     addKingSafety<White>(board, walk, sink);
     addKingSafety<Black>(board, walk, sink);
-    addPassers(board, walk, sink);
+    addPassers(board, passed, walk, sink);
 }
 
 /// The walk of play: material and pawn structure are taken from what the board and the pawn cache
@@ -186,9 +188,9 @@ void walkPieces(const Board& board, Sink& sink) {
 template <class Sink>
 void walkKept(const Board& board, Sink& sink) {
     sink.template base<Term::Material>(board.psqMg, board.psqEg);
-    const ScorePair pawns = evalPawns(board);
+    const PawnEntry& pawns = pawnEntry(board);
     sink.template base<Term::Pawns>(pawns.mg, pawns.eg);
-    walkPieces(board, sink);
+    walkPieces(board, pawns.passed, sink);
 }
 
 /// The same walk with nothing taken from what is kept: each use of each weight is counted.
@@ -198,7 +200,7 @@ void walkCounted(const Board& board, Sink& sink) {
     PawnFeatures pawns{};
     computePawnFeatures(board, pawns);
     walkPawnStructure(pawns, sink);
-    walkPieces(board, sink);
+    walkPieces(board, passedPawns(board), sink);
 }
 
 } // namespace Eval

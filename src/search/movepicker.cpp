@@ -1,7 +1,7 @@
 #include "search/movepicker.h"
 
 #include "board/movegen.h"
-#include "search/ordering.h"
+#include "board/movetests.h"
 #include "search/thread.h"
 
 using namespace Ordering;
@@ -26,7 +26,6 @@ Move MovePicker::next() {
         [[fallthrough]];
     case Stage::GenerateCaptures:
         generateCaptures(*board_, moves_);
-        captureEnd_ = moves_.count;
         scoreCaptures();
         stage_ = Stage::GoodCaptures;
         [[fallthrough]];
@@ -36,11 +35,10 @@ Move MovePicker::next() {
         stage_ = Stage::GenerateQuiets;
         [[fallthrough]];
     case Stage::GenerateQuiets:
-        quietStart_ = quietCursor_ = moves_.count;
         generateQuiets(*board_, moves_);
+        scoreQuiets();
         if (quietChecksOnly_)
             dropQuietsWithoutCheck();
-        scoreQuiets();
         stage_ = Stage::Quiets;
         [[fallthrough]];
     case Stage::Quiets:
@@ -66,59 +64,66 @@ void MovePicker::keepQuietChecksOnly() {
 }
 
 void MovePicker::scoreCaptures() {
+    captureEnd_ = moves_.count;
     for (int i = 0; i < captureEnd_; ++i) {
         const Move m = moves_.moves[i];
-        scores_[i] = m == ttMove_ ? kNever : captureScore(*board_, m);
+        keys_[i] = m == ttMove_ ? kNoMoveKey : makeKey(captureScore(*board_, m), i);
     }
+    captureKeysEnd_ = closeGroup(keys_, captureEnd_);
 }
 
 void MovePicker::scoreQuiets() {
     const auto& history = thread_->quietHistory[board_->sideToMove];
-    for (int i = quietStart_; i < moves_.count; ++i) {
+    quietGap_ = captureKeysEnd_ - captureEnd_;
+    for (int i = captureEnd_; i < moves_.count; ++i) {
         const Move m = moves_.moves[i];
-        scores_[i] = m == ttMove_ ? kNever : quietScore(history, m);
+        const int place = i + quietGap_;
+        keys_[place] = m == ttMove_ ? kNoMoveKey : makeKey(quietScore(history, m), place);
     }
+    quietKeysEnd_ = closeGroup(keys_, moves_.count + quietGap_);
 }
 
 Move MovePicker::nextGoodCapture() {
     for (;;) {
-        const int best = indexOfBest(scores_, captureCursor_, captureEnd_);
-        if (best < 0 || scores_[best] < kGoodCaptureBound)
+        const Key best = greatestKey(keys_, 0, captureKeysEnd_);
+        if (scoreOf(best) < kGoodCaptureBound)
             return 0;
-        const Move m = moves_.moves[best];
+        const int place = placeOf(best);
+        const Move m = moves_.moves[place];
         if (needsExchangeTest(*board_, m) && !seeGE(*board_, m, 0)) {
-            scores_[best] -= 2 * kCaptureBand;
+            keys_[place] = makeKey(scoreOf(best) - 2 * kCaptureBand, place);
             continue;
         }
-        moveForward(moves_.moves, scores_, best, captureCursor_++);
+        keys_[place] = kNoMoveKey;
         return m;
     }
 }
 
 Move MovePicker::nextQuiet() {
-    const int best = indexOfBest(scores_, quietCursor_, moves_.count);
-    if (best < 0)
+    const Key best = greatestKey(keys_, captureKeysEnd_, quietKeysEnd_);
+    if (best == kNoMoveKey)
         return 0;
-    moveForward(moves_.moves, scores_, best, quietCursor_);
-    return moves_.moves[quietCursor_++];
+    const int place = placeOf(best);
+    keys_[place] = kNoMoveKey;
+    return quietAt(place);
 }
 
 Move MovePicker::nextBadCapture() {
-    const int best = indexOfBest(scores_, captureCursor_, captureEnd_);
-    if (best < 0)
+    const Key best = greatestKey(keys_, 0, captureKeysEnd_);
+    if (best == kNoMoveKey)
         return 0;
-    moveForward(moves_.moves, scores_, best, captureCursor_);
-    return moves_.moves[captureCursor_++];
+    const int place = placeOf(best);
+    keys_[place] = kNoMoveKey;
+    return moves_.moves[place];
 }
 
 void MovePicker::dropQuietsWithoutCheck() {
-    int kept = quietCursor_;
-    for (int i = quietCursor_; i < moves_.count; ++i) {
-        const Move m = moves_.moves[i];
-        if (isCastling(m) || board_->quietGivesCheck(m)) {
-            moves_.moves[kept] = m;
-            scores_[kept++] = scores_[i];
-        }
+    const CheckTest checks(*board_);
+    for (int place = captureKeysEnd_; place < quietKeysEnd_; ++place) {
+        if (keys_[place] == kNoMoveKey)
+            continue;
+        const Move m = quietAt(place);
+        if (!isCastling(m) && !checks.givesCheck(m))
+            keys_[place] = kNoMoveKey;
     }
-    moves_.count = kept;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "board/board.h"
+#include "search/ordering.h"
 
 struct Thread;
 
@@ -37,15 +37,18 @@ class MovePicker {
     Move nextBadCapture();
     void dropQuietsWithoutCheck();
 
+    Move quietAt(int place) const { return moves_.moves[place - quietGap_]; }
+
     bool quietChecksOnly_ = false;
     const Thread* thread_;
     const Board* board_;
     Move ttMove_;
     Stage stage_ = Stage::TableMove;
     MoveList moves_; // captures, then quiet moves behind them
-    std::int32_t scores_[MoveList::kCapacity];
+    // Their keys; those of the quiet moves begin with a group of their own.
+    alignas(sizeof(Ordering::Key) * Ordering::kLanes) Ordering::Key keys_[Ordering::kKeyCapacity];
     int captureEnd_ = 0;
-    int captureCursor_ = 0;
-    int quietStart_ = 0;
-    int quietCursor_ = 0;
+    int captureKeysEnd_ = 0;
+    int quietGap_ = 0; // from a quiet move's place among the moves to that of its key
+    int quietKeysEnd_ = 0;
 };

@@ -3,6 +3,7 @@
 #include "search/see.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 /// Scores by which moves are ordered. The bands keep the kinds of moves apart: winning captures
@@ -32,9 +33,6 @@ inline constexpr int kQuietPromotion = 90000;
 inline constexpr int kGoodCaptureBound = 81000;
 inline constexpr int kHistoryCap = 77000;
 
-/// A move with this score is never picked.
-inline constexpr int kNever = std::numeric_limits<std::int32_t>::min();
-
 /// What a capture takes.
 inline Piece victimOf(const Board& board, Move m) {
     return isEnPassant(m) ? Pawn : board.mailbox[toSquare(m)];
@@ -52,28 +50,66 @@ inline int quietScore(const std::int32_t (&history)[64][64], Move m) {
     return std::min(history[fromSquare(m)][toSquare(m)], kHistoryCap);
 }
 
-/// Moves entry `from` of a list to the place `to` before it; the entries between keep their order.
-inline void moveForward(Move* moves, std::int32_t* scores, int from, int to) {
-    const Move move = moves[from];
-    const std::int32_t score = scores[from];
-    for (int i = from; i > to; --i) {
-        moves[i] = moves[i - 1];
-        scores[i] = scores[i - 1];
-    }
-    moves[to] = move;
-    scores[to] = score;
+/// A move's score and its place in a list in one number: the greatest key is the best move, the
+/// first of equals. So picking the best is taking a maximum, without branches and on several lanes
+/// at once, and a picked move is struck off without moving the others.
+using Key = std::int32_t;
+
+/// A struck or missing move: less than every score.
+inline constexpr Key kNoMoveKey = std::numeric_limits<Key>::min();
+
+inline constexpr int kPlaceBits = 10;
+inline constexpr int kPlaceMask = (1 << kPlaceBits) - 1;
+
+/// Keys are looked through in groups of this many; what is missing in the last is `kNoMoveKey`.
+inline constexpr int kLanes = 8;
+
+constexpr int wholeGroups(int count) {
+    return (count + kLanes - 1) & ~(kLanes - 1);
 }
 
-/// Index of the highest score in [begin, end), the first of equals; `end` of an empty range is -1.
-inline int indexOfBest(const std::int32_t* scores, int begin, int end) {
-    int best = -1;
-    int bestScore = kNever;
-    for (int i = begin; i < end; ++i)
-        if (scores[i] > bestScore) {
-            best = i;
-            bestScore = scores[i];
-        }
-    return best;
+/// A list of keys for any list of moves, with room to fill up two groups.
+inline constexpr int kKeyCapacity = MoveList::kCapacity + 2 * kLanes;
+static_assert(kKeyCapacity <= kPlaceMask + 1);
+
+constexpr Key makeKey(int score, int place) {
+    return score * (kPlaceMask + 1) + (kPlaceMask - place);
+}
+constexpr int scoreOf(Key key) {
+    return key >> kPlaceBits;
+}
+constexpr int placeOf(Key key) {
+    return kPlaceMask - (key & kPlaceMask);
+}
+
+/// Fills the last group of a list that ends at `end`; returns the end of the group.
+inline int closeGroup(Key* keys, int end) {
+    const int groupEnd = wholeGroups(end);
+    while (end < groupEnd)
+        keys[end++] = kNoMoveKey;
+    return groupEnd;
+}
+
+/// The greater key of each lane.
+template <class Lanes>
+inline Lanes greaterOf(Lanes a, Lanes b) {
+    return a > b ? a : b;
+}
+
+/// The greatest key of the groups in [begin, end), `kNoMoveKey` if there is none left. The keys
+/// must be aligned to whole groups.
+inline Key greatestKey(const Key* keys, int begin, int end) {
+    using Group [[gnu::vector_size(kLanes * sizeof(Key)), gnu::may_alias]] = Key;
+    using Half [[gnu::vector_size(kLanes / 2 * sizeof(Key))]] = Key;
+    Group best = Group{} + kNoMoveKey;
+    for (int i = begin; i < end; i += kLanes)
+        best = greaterOf(best, *reinterpret_cast<const Group*>(keys + i));
+    Half halves[2];
+    std::memcpy(halves, &best, sizeof best);
+    Half half = greaterOf(halves[0], halves[1]);
+    half = greaterOf(half, __builtin_shufflevector(half, half, 2, 3, 0, 1));
+    half = greaterOf(half, __builtin_shufflevector(half, half, 1, 0, 3, 2));
+    return half[0];
 }
 
 } // namespace Ordering

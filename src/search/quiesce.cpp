@@ -1,5 +1,5 @@
 #include "board/movegen.h"
-#include "eval/evaluate.h"
+#include "board/movetests.h"
 #include "search/correction.h"
 #include "search/ordering.h"
 #include "search/search.h"
@@ -31,23 +31,27 @@ class CapturePicker {
   public:
     CapturePicker(const Board& board, Move ttMove) {
         generateCaptures(board, moves_);
-        for (int i = 0; i < moves_.count; ++i)
-            scores_[i] = moves_.moves[i] == ttMove ? kTableMoveScore
-                                                   : Ordering::captureScore(board, moves_.moves[i]);
+        for (int i = 0; i < moves_.count; ++i) {
+            const Move m = moves_.moves[i];
+            const int score = m == ttMove ? kTableMoveScore : Ordering::captureScore(board, m);
+            keys_[i] = Ordering::makeKey(score, i);
+        }
+        keysEnd_ = Ordering::closeGroup(keys_, moves_.count);
     }
 
     Move next() {
-        if (cursor_ == moves_.count)
+        const Ordering::Key best = Ordering::greatestKey(keys_, 0, keysEnd_);
+        if (best == Ordering::kNoMoveKey)
             return 0;
-        const int best = Ordering::indexOfBest(scores_, cursor_, moves_.count);
-        Ordering::moveForward(moves_.moves, scores_, best, cursor_);
-        return moves_.moves[cursor_++];
+        const int place = Ordering::placeOf(best);
+        keys_[place] = Ordering::kNoMoveKey;
+        return moves_.moves[place];
     }
 
   private:
     MoveList moves_;
-    std::int32_t scores_[MoveList::kCapacity];
-    int cursor_ = 0;
+    alignas(sizeof(Ordering::Key) * Ordering::kLanes) Ordering::Key keys_[Ordering::kKeyCapacity];
+    int keysEnd_;
 };
 
 /// Whether a capture cannot raise the best score: what it takes is too little, or the exchange
@@ -65,14 +69,14 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     if (stopped())
         return 0;
     if (ply >= kMaxPly)
-        return evaluate(board);
+        return thread.evalCache.evaluate(board);
     thread.countNode();
     thread.countQuiescenceNode();
     thread.reachPly(ply);
 
     // Most positions need their evaluation; computed here it fills the time in which the table's
     // entry arrives from memory.
-    const int staticEval = evaluate(board) + Correction(thread, board).value();
+    const int staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
 
     TTData tt{};
     if (gTT.probe(board.key, tt)) {
@@ -88,19 +92,17 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     }
     int best = std::max(staticEval, alpha);
     Move bestMove = 0;
-    const Color us = board.sideToMove;
-    const bool inCheck = board.inCheck(us);
+    const bool inCheck = board.inCheck(board.sideToMove);
+    const LegalityTest legality(board, inCheck);
 
     CapturePicker picker(board, tt.move);
     while (const Move m = picker.next()) {
         if (!inCheck && isHopeless(board, m, staticEval, best))
             continue;
+        if (!legality.isLegal(m))
+            continue;
         board.makeMove(m);
         gTT.prefetch(board.key);
-        if (board.inCheck(us)) {
-            board.unmakeMove(m);
-            continue;
-        }
         const int score = -quiesce(thread, board, -beta, -best, ply + 1, qdepth + 1);
         board.unmakeMove(m);
         if (score >= beta) {

@@ -1,6 +1,6 @@
 #include "search/search.h"
 
-#include "eval/evaluate.h"
+#include "board/movetests.h"
 #include "search/correction.h"
 #include "search/movepicker.h"
 #include "search/tt.h"
@@ -41,7 +41,10 @@ constexpr int kHistoryLimit = 16384;
 
 constexpr int kFiftyMoveClock = 99; // beyond
 
-/// One call of `alphaBeta`: what its steps share.
+int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
+               bool cutNode, bool inCheck);
+
+/// One call of `searchNode`: what its steps share.
 struct Node {
     Thread& thread;
     Board& board;
@@ -51,8 +54,8 @@ struct Node {
     int depth;
     const bool cutNode;
     const bool pv;
+    const bool inCheck;
 
-    bool inCheck = false;
     bool hit = false; // the table knows the position
     TTData tt{};
     int ttScore = 0;
@@ -62,11 +65,12 @@ struct Node {
     Color us() const { return board.sideToMove; }
 
     /// Searches the position after a move that has just been made, null move included.
-    int searchChild(Move m, int low, int high, int childDepth, bool childCutNode) {
+    int searchChild(Move m, bool givesCheck, int low, int high, int childDepth, bool childCutNode) {
         SearchStack child;
         child.ply = ss->ply + 1;
         child.move = m;
-        return -alphaBeta(thread, board, -high, -low, childDepth, &child, childCutNode);
+        return -searchNode(thread, board, -high, -low, childDepth, &child, childCutNode,
+                           givesCheck);
     }
 };
 
@@ -156,7 +160,8 @@ bool canTryNullMove(const Node& n) {
 bool nullMoveFailsHigh(Node& n) {
     const int reduction = n.depth > kNullMoveDeep ? 3 : 2;
     n.board.makeNullMove();
-    const int score = n.searchChild(0, n.beta - 1, n.beta, n.depth - reduction - 1, !n.cutNode);
+    const int score =
+        n.searchChild(0, false, n.beta - 1, n.beta, n.depth - reduction - 1, !n.cutNode);
     n.board.unmakeNullMove();
     return score >= n.beta;
 }
@@ -183,8 +188,8 @@ struct SingularResult {
 SingularResult testSingularity(Node& n) {
     const int bound = n.ttScore - kSingularScoreMargin * n.depth;
     n.ss->excludedMove = n.tt.move;
-    const int score =
-        alphaBeta(n.thread, n.board, bound - 1, bound, (n.depth - 1) / 2, n.ss, n.cutNode);
+    const int score = searchNode(n.thread, n.board, bound - 1, bound, (n.depth - 1) / 2, n.ss,
+                                 n.cutNode, n.inCheck);
     n.ss->excludedMove = 0;
     if (score < bound)
         return {1, false, score};
@@ -221,18 +226,24 @@ int lateMoveReduction(const Node& n, Move m, int newDepth, int movesSearched) {
 /// The moves of one node as they are searched.
 class MoveLoop {
   public:
-    explicit MoveLoop(Node& node) : n_(node), picker_(node.thread, node.board, node.tt.move) {}
+    explicit MoveLoop(Node& node)
+        : n_(node),
+          picker_(node.thread, node.board, node.tt.move),
+          legality_(node.board, node.inCheck),
+          checks_(node.board) {}
 
     int run();
 
   private:
     bool isTail() const { return mayPrune_ && movesSearched_ >= lateMoveCount_; }
-    int searchMove(Move m, int newDepth, bool reducible);
+    int searchMove(Move m, bool givesCheck, int newDepth, bool reducible);
     int failHigh(Move m);
     int finish();
 
     Node& n_;
     MovePicker picker_;
+    const LegalityTest legality_;
+    const CheckTest checks_;
     QuietsTried quiets_;
     const bool mayPrune_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveDepth;
     const int lateMoveCount_ = n_.depth * n_.depth + kLateMoveBase;
@@ -244,7 +255,6 @@ class MoveLoop {
 
 int MoveLoop::run() {
     Board& board = n_.board;
-    const Color us = n_.us();
     while (const Move m = picker_.next()) {
         if (m == n_.ss->excludedMove)
             continue;
@@ -262,18 +272,15 @@ int MoveLoop::run() {
 
         // 13.2 Late move pruning: after many moves only checks are still worth a look.
         const bool quiet = !isCaptureOrPromotion(m);
-        if (isTail() && quiet && !isCastling(m) && !board.quietGivesCheck(m))
+        const bool givesCheck = checks_.givesCheck(m);
+        if (isTail() && quiet && !givesCheck)
             continue;
 
         // 13.3 Make the move, if it is legal.
+        if (!legality_.isLegal(m))
+            continue;
         board.makeMove(m);
         gTT.prefetch(board.key);
-        const bool legal = !board.inCheck(us);
-        const bool givesCheck = legal && board.inCheck(~us);
-        if (!legal || (isTail() && isCastling(m) && !givesCheck)) {
-            board.unmakeMove(m);
-            continue;
-        }
 
         // 13.4 Remember quiet moves: the ones that a cutoff refutes lose history.
         if (quiet)
@@ -282,7 +289,7 @@ int MoveLoop::run() {
         // 13.5 to 13.8 Search it, extended or reduced.
         const int depthChange = extension >= 1 || givesCheck ? 1 : extension < 0 ? -1 : 0;
         const bool reducible = !n_.inCheck && quiet && !givesCheck && extension >= 0;
-        const int score = searchMove(m, n_.depth - 1 + depthChange, reducible);
+        const int score = searchMove(m, givesCheck, n_.depth - 1 + depthChange, reducible);
         board.unmakeMove(m);
 
         // 13.9 From here on the tail holds checks only.
@@ -315,7 +322,7 @@ int MoveLoop::run() {
 
 /// Searches a move that has been made: late quiet moves first with reduced depth, all but the first
 /// of a principal variation with a null window, and what turns out to be better in full.
-int MoveLoop::searchMove(Move m, int newDepth, bool reducible) {
+int MoveLoop::searchMove(Move m, bool givesCheck, int newDepth, bool reducible) {
     const int alpha = n_.alpha;
     const bool firstOfPv = n_.pv && movesSearched_ == 0;
     int score = 0;
@@ -324,15 +331,15 @@ int MoveLoop::searchMove(Move m, int newDepth, bool reducible) {
             const int wanted = lateMoveReduction(n_, m, newDepth, movesSearched_);
             const int reduction = std::min(newDepth - 1, wanted);
             if (reduction > 0) {
-                score = n_.searchChild(m, alpha, alpha + 1, newDepth - reduction, true);
+                score = n_.searchChild(m, givesCheck, alpha, alpha + 1, newDepth - reduction, true);
                 if (score <= alpha)
                     return score;
             }
         }
-        score = n_.searchChild(m, alpha, alpha + 1, newDepth, !n_.cutNode);
+        score = n_.searchChild(m, givesCheck, alpha, alpha + 1, newDepth, !n_.cutNode);
     }
     if (n_.pv && (firstOfPv || (score > alpha && score < n_.beta)))
-        score = n_.searchChild(m, alpha, n_.beta, newDepth, false);
+        score = n_.searchChild(m, givesCheck, alpha, n_.beta, newDepth, false);
     return score;
 }
 
@@ -373,17 +380,8 @@ int MoveLoop::finish() {
     return bestScore_;
 }
 
-} // namespace
-
-void init() {
-    for (int depth = 1; depth < 64; ++depth)
-        for (int move = 1; move < 64; ++move)
-            kLMR[depth][move] =
-                static_cast<std::int32_t>(std::log(depth) * std::log(move) / 2.25 + 0.75);
-}
-
-int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
-              bool cutNode) {
+int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
+               bool cutNode, bool inCheck) {
     const bool pv = beta - alpha > 1;
     const int ply = ss->ply;
 
@@ -393,7 +391,7 @@ int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, Sear
 
     // 2. Ply limit.
     if (ply >= kMaxPly)
-        return evaluate(board);
+        return thread.evalCache.evaluate(board);
 
     // 3. Mate distance: no line from here can be better than a mate already found.
     alpha = std::max(alpha, matedIn(ply));
@@ -417,16 +415,15 @@ int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, Sear
         return 0;
 
     // 7. Transposition table: was this position searched deep enough before?
-    Node n{thread, board, ss, alpha, beta, depth, cutNode, pv};
+    Node n{thread, board, ss, alpha, beta, depth, cutNode, pv, inCheck};
     probeTable(n);
     if (canCutByTable(n))
         return n.ttScore;
 
     // 8. In check there is no static evaluation and nothing is pruned on its account.
-    n.inCheck = board.inCheck(n.us());
     if (!n.inCheck) {
         // 9. Static evaluation, corrected by experience.
-        n.staticEval = evaluate(board) + Correction(thread, board).value();
+        n.staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
 
         // 10. Reverse futility pruning: far above beta, with nothing under attack.
         if (canReverseFutilityPrune(n))
@@ -443,6 +440,21 @@ int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, Sear
 
     // 13. Search the moves.
     return MoveLoop(n).run();
+}
+
+} // namespace
+
+void init() {
+    for (int depth = 1; depth < 64; ++depth)
+        for (int move = 1; move < 64; ++move)
+            kLMR[depth][move] =
+                static_cast<std::int32_t>(std::log(depth) * std::log(move) / 2.25 + 0.75);
+}
+
+int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
+              bool cutNode) {
+    return searchNode(thread, board, alpha, beta, depth, ss, cutNode,
+                      board.inCheck(board.sideToMove));
 }
 
 } // namespace Search

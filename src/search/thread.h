@@ -1,6 +1,6 @@
 #pragma once
 
-#include "board/board.h"
+#include "eval/evalcache.h"
 #include "search/time.h"
 
 #include <atomic>
@@ -51,6 +51,7 @@ struct alignas(128) Thread {
     std::int32_t quietHistory[2][64][64];                  // by side, from, to
     std::int16_t pawnCorrection[2][kCorrectionSize];       // by side to move, pawn key
     std::int16_t nonPawnCorrection[2][2][kCorrectionSize]; // by side to move, colour, pieces
+    Eval::EvalCache evalCache;                             // outlives the searches
 
     std::atomic<std::uint64_t> nodes{0};
     std::atomic<std::uint64_t> qnodes{0};

@@ -7,5 +7,6 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     Zobrist::init();
     Attacks::init();
+    Attacks::initBetween();
     return RUN_ALL_TESTS();
 }

@@ -52,7 +52,7 @@ void expectPawnsAsCountedOneByOne(const Board& board) {
     Bitboard attackedBy[2];
     Eval::computeAttackedBy(board, attackedBy);
     ScorePair found;
-    passerTerms(board, attackedBy, found.mg, found.eg);
+    passerTerms(board, passedPawns(board), attackedBy, found.mg, found.eg);
     ASSERT_EQ(found, (ScorePair{passers.mg, passers.eg}));
 }
 
@@ -61,7 +61,7 @@ ScorePair passersOf(const std::string& fen) {
     Bitboard attackedBy[2];
     Eval::computeAttackedBy(board, attackedBy);
     ScorePair found{-1, -1};
-    passerTerms(board, attackedBy, found.mg, found.eg);
+    passerTerms(board, passedPawns(board), attackedBy, found.mg, found.eg);
     return found;
 }
 
@@ -256,10 +256,10 @@ TEST(PasserTerms, UseTheAttackMapsThatTheyAreGiven) {
     const Board board = boardOf("8/P7/8/8/3K4/8/8/7k w - - 0 1");
     ScorePair score;
     const Bitboard attackedByBlack[2] = {0, Notation::squaresAt("a8")};
-    passerTerms(board, attackedByBlack, score.mg, score.eg);
+    passerTerms(board, passedPawns(board), attackedByBlack, score.mg, score.eg);
     EXPECT_EQ(score, (ScorePair{0, 72}));
     const Bitboard attackedByBoth[2] = {Notation::squaresAt("a8"), Notation::squaresAt("a8")};
-    passerTerms(board, attackedByBoth, score.mg, score.eg);
+    passerTerms(board, passedPawns(board), attackedByBoth, score.mg, score.eg);
     EXPECT_EQ(score, (ScorePair{17 * 4 / 8, 72 + 17}));
 }
 

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "board/board.h"
+
+/// Pieces of either colour that alone stand between a square and a slider of colour `by`.
+inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
+    using namespace Attacks;
+    const Bitboard(&own)[6] = board.pieces[by];
+    Bitboard snipers = ((own[Bishop] | own[Queen]) & (diagMask[sq] | adiagMask[sq])) |
+                       ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
+    Bitboard result = 0;
+    while (snipers) {
+        const Bitboard blockers = gBetweenBB[sq][popLowest(snipers)] & board.occupied;
+        if (!moreThanOne(blockers))
+            result |= blockers;
+    }
+    return result;
+}
+
+/// Whether a piece that stands between `end` and something further on stays on that line.
+inline bool staysOnLine(Square end, Square from, Square to) {
+    return ((gBetweenBB[end][to] & bit(from)) | (gBetweenBB[end][from] & bit(to))) != 0;
+}
+
+/// Tells of the pseudo-legal moves of one position, before they are made, which ones leave the own
+/// king out of check: pins and checkers are looked up once for all moves.
+class LegalityTest {
+  public:
+    /// `inCheck` tells whether the side to move is in check. The board must be in this position
+    /// again at each question.
+    LegalityTest(const Board& board, bool inCheck)
+        : board_(board),
+          king_(board.kingSquare(board.sideToMove)),
+          pinned_(soleBlockers(board, king_, ~board.sideToMove)),
+          targets_(inCheck ? evasionTargets() : ~Bitboard{0}) {}
+
+    bool isLegal(Move m) const {
+        const Square from = fromSquare(m);
+        const Square to = toSquare(m);
+        if (from == king_ || isEnPassant(m)) [[unlikely]]
+            return isLegalSpecially(m);
+        return (targets_ & bit(to)) && (!(pinned_ & bit(from)) || staysOnLine(king_, from, to));
+    }
+
+  private:
+    Bitboard evasionTargets() const;
+    bool isLegalSpecially(Move m) const;
+
+    const Board& board_;
+    const Square king_;
+    const Bitboard pinned_;  // pieces of either colour, of which only the own move
+    const Bitboard targets_; // where other pieces than the king may go
+};
+
+/// Tells of the pseudo-legal moves of one position, before they are made, which ones attack the
+/// enemy king.
+class CheckTest {
+  public:
+    /// The board must be in this position again at each question.
+    explicit CheckTest(const Board& board)
+        : board_(board),
+          king_(board.kingSquare(~board.sideToMove)),
+          discoverers_(soleBlockers(board, king_, board.sideToMove)),
+          diagonal_(Attacks::bishopAttacks(king_, board.occupied)),
+          straight_(Attacks::rookAttacks(king_, board.occupied)),
+          squares_{Attacks::pawnAttacks[~board.sideToMove][king_],
+                   Attacks::knightAttacks[king_],
+                   diagonal_,
+                   straight_,
+                   diagonal_ | straight_,
+                   Attacks::kingAttacks[king_]} {}
+
+    bool givesCheck(Move m) const {
+        if (isPromotion(m) || isCastling(m) || isEnPassant(m)) [[unlikely]]
+            return specialGivesCheck(m);
+        const Square from = fromSquare(m);
+        const Square to = toSquare(m);
+        return (squares_[board_.mailbox[from]] & bit(to)) ||
+               ((discoverers_ & bit(from)) && !staysOnLine(king_, from, to));
+    }
+
+  private:
+    bool specialGivesCheck(Move m) const;
+
+    const Board& board_;
+    const Square king_;
+    const Bitboard discoverers_; // pieces of either colour, of which only the own move
+    const Bitboard diagonal_;
+    const Bitboard straight_;
+    const Bitboard squares_[6]; // from where a piece attacks the enemy king
+};
