@@ -414,17 +414,19 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
     if (ply > 0 && isDraw(board))
         return 0;
 
-    // 7. Transposition table: was this position searched deep enough before?
+    // 7. Static evaluation, corrected by experience; in check there is none. It fills the time in
+    // which the table's entry arrives from memory.
     Node n{thread, board, ss, alpha, beta, depth, cutNode, pv, inCheck};
+    if (!n.inCheck)
+        n.staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
+
+    // 8. Transposition table: was this position searched deep enough before?
     probeTable(n);
     if (canCutByTable(n))
         return n.ttScore;
 
-    // 8. In check there is no static evaluation and nothing is pruned on its account.
+    // 9. In check nothing is pruned on account of the evaluation.
     if (!n.inCheck) {
-        // 9. Static evaluation, corrected by experience.
-        n.staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
-
         // 10. Reverse futility pruning: far above beta, with nothing under attack.
         if (canReverseFutilityPrune(n))
             return n.staticEval;
