@@ -25,6 +25,9 @@ class EvalCache {
     /// What `::evaluate` returns, from the cache where it is known.
     int evaluate(const Board& board);
 
+    /// Asks the processor to fetch the entry of a key that will be asked for soon.
+    void prefetch(std::uint64_t key) const { __builtin_prefetch(&entries_[key % kSize]); }
+
   private:
     static constexpr int kValueBits = 16;
     static constexpr std::uint64_t kSize = 1 << (kValueBits + 1);

@@ -103,6 +103,7 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
             continue;
         board.makeMove(m);
         gTT.prefetch(board.key);
+        thread.evalCache.prefetch(board.key);
         const int score = -quiesce(thread, board, -beta, -best, ply + 1, qdepth + 1);
         board.unmakeMove(m);
         if (score >= beta) {

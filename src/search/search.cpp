@@ -281,6 +281,7 @@ int MoveLoop::run() {
             continue;
         board.makeMove(m);
         gTT.prefetch(board.key);
+        n_.thread.evalCache.prefetch(board.key);
 
         // 13.4 Remember quiet moves: the ones that a cutoff refutes lose history.
         if (quiet)
