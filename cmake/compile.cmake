@@ -16,6 +16,29 @@ if(MORVANE_ARCH)
   target_compile_options(morvane_options INTERFACE -march=${MORVANE_ARCH})
 endif()
 
+# Where the processor extracts bits in one fast instruction, sliding attacks are found by it. Some
+# processors have the instruction and take hundreds of cycles for it, so a build that may run
+# elsewhere than here multiplies instead.
+if(MORVANE_PEXT STREQUAL "AUTO")
+  set(MORVANE_USES_PEXT OFF)
+  if(MORVANE_ARCH STREQUAL "native")
+    include(CheckCXXSourceCompiles)
+    set(CMAKE_REQUIRED_FLAGS "-march=native")
+    check_cxx_source_compiles("
+      #if !__BMI2__ || __znver1__ || __znver2__ || __bdver4__
+      #error no bit extraction, or a slow one
+      #endif
+      int main() {}" MORVANE_PEXT_IS_FAST)
+    unset(CMAKE_REQUIRED_FLAGS)
+    set(MORVANE_USES_PEXT ${MORVANE_PEXT_IS_FAST})
+  endif()
+else()
+  set(MORVANE_USES_PEXT ${MORVANE_PEXT})
+endif()
+if(MORVANE_USES_PEXT)
+  target_compile_definitions(morvane_options INTERFACE MORVANE_PEXT)
+endif()
+
 # Fixed addresses save an instruction at every look into a table. The thread sanitizer needs the
 # opposite.
 if(NOT MORVANE_SANITIZE)

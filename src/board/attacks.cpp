@@ -99,7 +99,7 @@ void initSliders(MagicEntry (&entries)[64], const std::uint64_t (&magics)[64], B
 
         Bitboard subset = 0;
         do {
-            table[(subset * magics[sq]) >> shift] = slidingAttacksRef(sq, subset, rook);
+            table[entries[sq].index(subset)] = slidingAttacksRef(sq, subset, rook);
             subset = (subset - mask) & mask; // the next subset of the mask, 0 after the last
         } while (subset != 0);
         table += std::size_t{1} << bits;

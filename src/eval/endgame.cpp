@@ -140,7 +140,7 @@ int Endgame::krpkrScale(Color strong, Square strongKing, Square strongRook, Squa
 }
 
 /// The rules for less than pawns on both sides, and for a bishop each.
-int Endgame::Detail::rareScaleFactor(const Board& board, int egScore) {
+[[gnu::noinline]] int Endgame::Detail::rareScaleFactor(const Board& board, int egScore) {
     const Color strong = egScore < 0 ? Black : White;
     const Sides s{board, strong, ~strong};
     const Bitboard whitePawns = s.pawns(White);
@@ -169,7 +169,8 @@ int Endgame::Detail::rareScaleFactor(const Board& board, int egScore) {
 }
 
 /// One side leads far enough to be driving the other king.
-int Endgame::Detail::proximityOfLead(const Board& board, int whiteMaterial, int blackMaterial) {
+[[gnu::noinline]] int Endgame::Detail::proximityOfLead(const Board& board, int whiteMaterial,
+                                                       int blackMaterial) {
     int amount = whiteMaterial > blackMaterial ? mopUp(board, White) : -mopUp(board, Black);
     if (whiteMaterial == kBishopAndKnight && blackMaterial == 0 &&
         isBishopAndKnightAgainstKing(board, White))

@@ -42,28 +42,11 @@ Blend blend(const Board& board, ScorePair total) {
     return {phase, scale, taper(total, phase, scale)};
 }
 
-int evaluateUnfaded(const Board& board) {
+// In one piece: the sums of the walk stay in registers.
+[[gnu::flatten]] int evaluateUnfaded(const Board& board) {
     SumSink sink;
     walkKept(board, sink);
     return blend(board, sink.total()).value;
-}
-
-void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]) {
-    const Square sq = board.kingSquare(king);
-    const Bitboard(&enemies)[6] = board.pieces[~king];
-    Bitboard pinners =
-        ((enemies[Bishop] | enemies[Queen]) & (Attacks::diagMask[sq] | Attacks::adiagMask[sq])) |
-        ((enemies[Rook] | enemies[Queen]) & (Attacks::fileMask[sq] | Attacks::rankMask[sq]));
-    pinned = 0;
-    while (pinners) {
-        const Square pinner = popLowest(pinners);
-        const Bitboard between = gBetweenBB[sq][pinner];
-        const Bitboard blockers = between & board.occupied;
-        if (blockers && !moreThanOne(blockers) && (blockers & board.colorBB[king])) {
-            pinned |= blockers;
-            rays[lowestSquare(blockers)] = between | bit(pinner);
-        }
-    }
 }
 
 void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]) {

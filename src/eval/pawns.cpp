@@ -128,7 +128,7 @@ void computePawnFeatures(const Board& board, PawnFeatures& features) {
     countPawns(board, Black, features);
 }
 
-Bitboard passedPawns(const Board& board) {
+[[gnu::noinline]] Bitboard passedPawns(const Board& board) {
     return passedPawnsOf(board, White) | passedPawnsOf(board, Black);
 }
 
@@ -143,7 +143,7 @@ void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedB
 
 namespace Eval {
 
-ScorePair evalPawnsRaw(const Board& board) {
+[[gnu::noinline]] ScorePair evalPawnsRaw(const Board& board) {
     PawnFeatures features{};
     computePawnFeatures(board, features);
     SumSink sink;

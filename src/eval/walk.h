@@ -13,23 +13,55 @@ namespace Eval {
 
 /// Pieces of `king`'s colour that stand alone between him and an enemy slider: the set, and for
 /// each square in it the ray that the piece may not leave (`rays` is not set elsewhere).
-void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned, Bitboard (&rays)[64]);
+inline void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned,
+                                Bitboard (&rays)[64]) {
+    using namespace Attacks;
+    const Square sq = board.kingSquare(king);
+    const Bitboard(&enemies)[6] = board.pieces[~king];
+    Bitboard pinners = ((enemies[Bishop] | enemies[Queen]) & (diagMask[sq] | adiagMask[sq])) |
+                       ((enemies[Rook] | enemies[Queen]) & (fileMask[sq] | rankMask[sq]));
+    pinned = 0;
+    while (pinners) {
+        const Square pinner = popLowest(pinners);
+        const Bitboard between = gBetweenBB[sq][pinner];
+        const Bitboard blockers = between & board.occupied;
+        if (blockers && !moreThanOne(blockers) && (blockers & board.colorBB[king])) {
+            pinned |= blockers;
+            rays[lowestSquare(blockers)] = between | bit(pinner);
+        }
+    }
+}
 
 /// Everything that the pieces of each side attack, own pieces and pinned attackers included.
 void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]);
 
 namespace Detail {
 
+/// Attack units against a king and, above them, the weight of the attackers: both in one number,
+/// because each attack adds to both.
+using KingDanger = std::uint32_t;
+
+inline constexpr int kDangerWeightShift = 16;
+
+/// One attack of a piece on the zone before the ring, which counts half as much as one on the ring.
+template <Piece P>
+inline constexpr KingDanger kZoneAttack =
+    EvalParams::kKsZoneUnits | EvalParams::kKsAttackWeight[P] / 2 << kDangerWeightShift;
+
 /// What the pieces contribute to terms that are counted after them.
 struct PieceWalk {
     Bitboard attackedBy[2];
-    Bitboard mobilityArea[2];
-    Bitboard kingRing[2]; // the king and his neighbours
-    Bitboard kingZone[2];
-    Bitboard pinned[2];
-    Bitboard pinRays[2][64];
-    int kingUnits[2] = {0, 0};  // attack units against each king
-    int kingWeight[2] = {0, 0}; // and the weight of the attackers
+    KingDanger danger[2]; // to each king
+};
+
+/// One side's pieces on the walk, and what they look at.
+struct SideWalk {
+    Bitboard attackedBy;
+    Bitboard mobilityArea;
+    Bitboard enemyRing; // the enemy king and his neighbours
+    Bitboard enemyZone;
+    KingDanger danger; // to the enemy king
+    Bitboard pinned;
 };
 
 /// Positive for White's features, negative for Black's.
@@ -37,16 +69,17 @@ constexpr int signOf(Color c) {
     return c == White ? 1 : -1;
 }
 
-inline void beginPieces(const Board& board, PieceWalk& walk) {
-    for (const Color c : {White, Black}) {
-        const Square king = board.kingSquare(c);
-        const Bitboard pawns = pawnAttackSet(c, board.pieces[c][Pawn]);
-        walk.attackedBy[c] = pawns | Attacks::kingAttacks[king];
-        walk.mobilityArea[~c] = ~(board.colorBB[~c] | pawns);
-        walk.kingRing[c] = Attacks::kingAttacks[king] | bit(king);
-        walk.kingZone[c] = gKingZone[c][king];
-        computeAbsolutePins(board, c, walk.pinned[c], walk.pinRays[c]);
-    }
+template <Color Us>
+SideWalk beginSide(const Board& board) {
+    const Square king = board.kingSquare(Us);
+    const Square enemyKing = board.kingSquare(~Us);
+    const Bitboard enemyPawns = pawnAttackSet(~Us, board.pieces[~Us][Pawn]);
+    return {pawnAttackSet(Us, board.pieces[Us][Pawn]) | Attacks::kingAttacks[king],
+            ~(board.colorBB[Us] | enemyPawns),
+            Attacks::kingAttacks[enemyKing] | bit(enemyKing),
+            gKingZone[~Us][enemyKing],
+            0,
+            0};
 }
 
 /// Rook on a file without own pawns: positive, more in the middle game on an open file, more in the
@@ -65,27 +98,38 @@ void addRookFile(const Board& board, Square sq, Sink& sink) {
 /// Mobility: reachable squares that no own piece holds and no enemy pawn attacks; few are a
 /// handicap, many an asset. On the way the attacks on the enemy king are counted for king safety.
 template <Piece P, Color Us, class Sink>
-void addPieces(const Board& board, PieceWalk& walk, Sink& sink) {
-    constexpr Color Them = ~Us;
+void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[64], Sink& sink) {
     static_assert(EvalParams::kKsRingUnits == 2 * EvalParams::kKsZoneUnits);
     for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
         const Square sq = popLowest(pieces);
         Bitboard attacks = Attacks::attacksOf<P>(sq, board.occupied);
-        walk.attackedBy[Us] |= attacks;
+        walk.attackedBy |= attacks;
 
         // The ring lies within the zone, so a piece that attacks it counts twice the half.
-        const int pressure =
-            ((attacks & walk.kingRing[Them]) != 0) + ((attacks & walk.kingZone[Them]) != 0);
-        walk.kingUnits[Them] += EvalParams::kKsZoneUnits * pressure;
-        walk.kingWeight[Them] += EvalParams::kKsAttackWeight[P] / 2 * pressure;
+        const KingDanger pressure =
+            KingDanger{(attacks & walk.enemyRing) != 0} + ((attacks & walk.enemyZone) != 0);
+        walk.danger += pressure * kZoneAttack<P>;
 
-        if (walk.pinned[Us] & bit(sq)) [[unlikely]]
-            attacks &= walk.pinRays[Us][sq];
-        sink.template use<Term::Mobility, kMobility[P]>(popcount(attacks & walk.mobilityArea[Us]),
+        if (walk.pinned & bit(sq)) [[unlikely]]
+            attacks &= pinRays[sq];
+        sink.template use<Term::Mobility, kMobility[P]>(popcount(attacks & walk.mobilityArea),
                                                         signOf(Us));
         if constexpr (P == Rook)
             addRookFile<Us>(board, sq, sink);
     }
+}
+
+template <Color Us, class Sink>
+void addSide(const Board& board, PieceWalk& walk, Sink& sink) {
+    SideWalk side = beginSide<Us>(board);
+    Bitboard pinRays[64]; // set for pinned pieces only
+    computeAbsolutePins(board, Us, side.pinned, pinRays);
+    addPieces<Knight, Us>(board, side, pinRays, sink);
+    addPieces<Bishop, Us>(board, side, pinRays, sink);
+    addPieces<Rook, Us>(board, side, pinRays, sink);
+    addPieces<Queen, Us>(board, side, pinRays, sink);
+    walk.attackedBy[Us] = side.attackedBy;
+    walk.danger[~Us] = side.danger;
 }
 
 /// King placement: at home in the middle game, in the centre in the end game. The lone king of a
@@ -112,7 +156,9 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
     constexpr std::uint8_t kOpenCentre = 0b00111000; // a king on these files has no shelter to lose
     const Square king = board.kingSquare(Us);
     const Bitboard pawns = board.pieces[Us][Pawn];
-    int amount = -(walk.kingWeight[Us] / EvalParams::kKsWeightDivisor);
+    const auto units = static_cast<int>(walk.danger[Us] & ((1 << kDangerWeightShift) - 1));
+    const auto weight = static_cast<int>(walk.danger[Us] >> kDangerWeightShift);
+    int amount = -(weight / EvalParams::kKsWeightDivisor);
     if (!(kOpenCentre >> fileOf(king) & 1)) {
         const std::uint8_t group = gFileGroup[fileOf(king)];
         const int sheltered = std::popcount(filesOf(pawns & gKingShield[Us][king]));
@@ -121,8 +167,8 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
         sink.template use<Term::KingSafety, kKsOpenFile>(0, -signOf(Us) * open);
     }
     constexpr int kMaxUnits = kKsSafety.cells - 1;
-    const int units = walk.kingUnits[Us] < kMaxUnits ? walk.kingUnits[Us] : kMaxUnits;
-    sink.template use<Term::KingSafety, kKsSafety>(units, -signOf(Us));
+    sink.template use<Term::KingSafety, kKsSafety>(units < kMaxUnits ? units : kMaxUnits,
+                                                   -signOf(Us));
     sink.template base<Term::KingSafety>(signOf(Us) * amount, 0);
 }
 
@@ -167,17 +213,10 @@ template <class Sink>
 void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
     using namespace Detail;
     PieceWalk walk;
-    beginPieces(board, walk);
     addKings(board, sink);
     addBishopPair(board, sink);
-    addPieces<Knight, White>(board, walk, sink);
-    addPieces<Knight, Black>(board, walk, sink);
-    addPieces<Bishop, White>(board, walk, sink);
-    addPieces<Bishop, Black>(board, walk, sink);
-    addPieces<Rook, White>(board, walk, sink);
-    addPieces<Rook, Black>(board, walk, sink);
-    addPieces<Queen, White>(board, walk, sink);
-    addPieces<Queen, Black>(board, walk, sink);
+    addSide<White>(board, walk, sink);
+    addSide<Black>(board, walk, sink);
     addKingSafety<White>(board, walk, sink);
     addKingSafety<Black>(board, walk, sink);
     addPassers(board, passed, walk, sink);
