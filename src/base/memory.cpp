@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <system_error>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -43,19 +44,75 @@ std::uint64_t clampHashMb(std::uint64_t requestedMb, std::uint64_t physicalBytes
 
 #if defined(__linux__)
 
+namespace {
+
+constexpr std::size_t kHugePage = 2 * kMiB;
+
+// Each of these steps takes about a millisecond: so soon a fetcher can stop.
+constexpr std::size_t kFetchStep = 4 * kHugePage;
+constexpr std::size_t kFetchedByOneThread = 256 * kMiB;
+constexpr std::size_t kMaxFetchThreads = 16;
+
+std::size_t wholeHugePages(std::size_t bytes) {
+    return (bytes + kHugePage - 1) / kHugePage * kHugePage;
+}
+
+} // namespace
+
 // Fresh pages of the system are zero already and cost nothing until they are used: a large table is
-// there at once.
+// there at once. The mapping begins and ends with whole huge pages, so that no part of the table
+// lies on small ones.
 void* allocateZeroed(std::size_t bytes) {
-    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
+    const std::size_t size = wholeHugePages(bytes);
+    if (size < bytes || size + kHugePage < size)
         return nullptr;
-    madvise(memory, bytes, MADV_HUGEPAGE); // advice: without huge pages all is as before
+    void* mapped =
+        mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED)
+        return nullptr;
+    auto* const begin = static_cast<std::byte*>(mapped);
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(begin) % kHugePage;
+    std::byte* const memory = begin + before;
+    if (before != 0)
+        munmap(begin, before);
+    munmap(memory + size, kHugePage - before);
+    madvise(memory, size, MADV_HUGEPAGE); // advice: without huge pages all is as before
     return memory;
+}
+
+void zero(void* memory, std::size_t bytes) {
+    if (madvise(memory, wholeHugePages(bytes), MADV_DONTNEED) != 0)
+        std::memset(memory, 0, bytes);
 }
 
 void release(void* memory, std::size_t bytes) {
     if (memory)
-        munmap(memory, bytes);
+        munmap(memory, wholeHugePages(bytes));
+}
+
+// Every thread takes each n-th step. On machines with several memory nodes the pages so come to lie
+// on the nodes of all threads, not on one.
+void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
+    stop();
+#ifdef MADV_POPULATE_WRITE
+    const std::size_t size = wholeHugePages(bytes);
+    const std::size_t cores = std::max(std::thread::hardware_concurrency(), 1U);
+    const std::size_t count =
+        std::clamp<std::size_t>(size / kFetchedByOneThread, 1, std::min(cores, kMaxFetchThreads));
+    stop_ = false;
+    const auto fetch = [=, this](std::size_t first) {
+        auto* const begin = static_cast<std::byte*>(memory);
+        for (std::size_t at = first * kFetchStep; at < size && !stop_; at += count * kFetchStep)
+            if (madvise(begin + at, std::min(kFetchStep, size - at), MADV_POPULATE_WRITE) != 0)
+                return;
+    };
+    try {
+        for (std::size_t i = 0; i < count; ++i)
+            threads_.emplace_back(fetch, i);
+    } catch (const std::system_error&) {
+        // Too few threads: the pages come with their first use.
+    }
+#endif
 }
 
 #else
@@ -73,10 +130,27 @@ void* allocateZeroed(std::size_t bytes) {
     return memory;
 }
 
+void zero(void* memory, std::size_t bytes) {
+    std::memset(memory, 0, bytes);
+}
+
 void release(void* memory, std::size_t) {
     ::operator delete(memory, kAlignment);
 }
 
+void PageFetcher::start(void*, std::size_t) {}
+
 #endif
+
+void PageFetcher::stop() {
+    stop_ = true;
+    wait();
+}
+
+void PageFetcher::wait() {
+    for (std::thread& thread : threads_)
+        thread.join();
+    threads_.clear();
+}
 
 } // namespace SysMem

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <thread>
+#include <vector>
 
 /// The machine's memory: the few things that the standard library does not offer.
 namespace SysMem {
@@ -14,10 +17,38 @@ std::uint64_t physicalBytes();
 std::uint64_t clampHashMb(std::uint64_t requestedMb, std::uint64_t physicalBytes);
 
 /// Takes `bytes` of zeroed memory, aligned to 64 bytes or more, from the system, on huge pages
-/// where it offers them. Returns null on failure.
+/// where it offers them. The pages come with their first use. Returns null on failure.
 void* allocateZeroed(std::size_t bytes);
+
+/// Makes all of an allocation of `allocateZeroed` zero again. Where the system can it gives the
+/// pages back, which takes milliseconds a GiB; they come again with their next use.
+void zero(void* memory, std::size_t bytes);
 
 /// Gives back what `allocateZeroed` returned for the same number of bytes; null is allowed.
 void release(void* memory, std::size_t bytes);
+
+/// Fetches the pages of an allocation in the background, on threads of its own, so that who uses
+/// them later does not wait for the system to zero them. Contents do not change, and the memory may
+/// be used meanwhile. Where the system cannot do this, nothing happens.
+class PageFetcher {
+  public:
+    PageFetcher() = default;
+    ~PageFetcher() { stop(); }
+    PageFetcher(const PageFetcher&) = delete;
+    PageFetcher& operator=(const PageFetcher&) = delete;
+
+    /// Begins with an allocation; ends what was under way.
+    void start(void* memory, std::size_t bytes);
+
+    /// Ends within milliseconds. Must be called before the memory is released.
+    void stop();
+
+    /// Returns when all pages are there.
+    void wait();
+
+  private:
+    std::vector<std::thread> threads_;
+    std::atomic<bool> stop_{false};
+};
 
 } // namespace SysMem

@@ -1,11 +1,9 @@
 #include "search/tt.h"
 
-#include "base/memory.h"
 #include "search/score.h"
 
 #include <atomic>
 #include <bit>
-#include <cstring>
 
 TranspositionTable gTT;
 
@@ -57,6 +55,7 @@ void save(std::uint64_t& word, std::uint64_t value) {
 } // namespace
 
 TranspositionTable::~TranspositionTable() {
+    fetcher_.stop();
     SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
 }
 
@@ -68,6 +67,7 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     void* memory = SysMem::allocateZeroed(count * sizeof(Bucket));
     if (!memory)
         return false;
+    fetcher_.stop();
     SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
     buckets_ = static_cast<Bucket*>(memory);
     bucketCount_ = count;
@@ -78,12 +78,17 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     return true;
 }
 
+void TranspositionTable::fetchPages() {
+    fetcher_.start(buckets_, bucketCount_ * sizeof(Bucket));
+}
+
 void TranspositionTable::clear() {
+    fetcher_.stop();
     if (recordIsComplete_)
         for (const std::uint64_t bucket : written_)
             buckets_[bucket] = {};
     else if (buckets_)
-        std::memset(static_cast<void*>(buckets_), 0, bucketCount_ * sizeof(Bucket));
+        SysMem::zero(buckets_, bucketCount_ * sizeof(Bucket));
     generation_ = 0;
     written_.clear();
     recordIsComplete_ = recording_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/memory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -32,6 +34,11 @@ class TranspositionTable {
 
     /// Empties the table, its age included.
     void clear();
+
+    /// Has the pages of a resized or cleared table fetched in the background: searches that find
+    /// them there do not wait for the system. `waitForPages` returns when they are.
+    void fetchPages();
+    void waitForPages() { fetcher_.wait(); }
 
     /// Keeps a record of the places written from the next clearing on: clearing after a short
     /// search then costs as much as the search wrote, not as much as the table is large. For tools
@@ -84,6 +91,7 @@ class TranspositionTable {
     bool recording_ = false;
     bool recordIsComplete_ = false;      // all that was written since the last clearing
     std::vector<std::uint64_t> written_; // buckets
+    SysMem::PageFetcher fetcher_;
 };
 
 extern TranspositionTable gTT;

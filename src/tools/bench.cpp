@@ -32,6 +32,8 @@ struct Effort {
 
 Effort searchPosition(Thread& thread, std::string_view fen, int depth) {
     gTT.clear();
+    gTT.fetchPages();
+    gTT.waitForPages();
     thread.board.setFen(fen);
     thread.clearForSearch();
     const Clock::time_point start = Clock::now();

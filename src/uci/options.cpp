@@ -25,7 +25,9 @@ void applyHash(int value) {
         infoString(Messages::hashCapped(std::to_string(requested), std::to_string(physical / kMiB),
                                         std::to_string(size)));
     stopSearch();
-    if (!gTT.resize(size))
+    if (gTT.resize(size))
+        gTT.fetchPages();
+    else
         infoString(Messages::hashFailed(std::to_string(size)));
 }
 

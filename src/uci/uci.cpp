@@ -60,6 +60,7 @@ void uciCommand(Tokens&) {
             .add(option.max)
             .print();
     Output::write("uciok\n");
+    gTT.fetchPages(); // a client that says hello will want to play
 }
 
 void isReadyCommand(Tokens&) {
@@ -68,6 +69,7 @@ void isReadyCommand(Tokens&) {
 
 void newGameCommand(Tokens&) {
     gTT.clear();
+    gTT.fetchPages();
     gPos.setFen(kStartFen);
 }
 
