@@ -9,7 +9,7 @@
 #include <cstring>
 #include <system_error>
 
-std::atomic<bool> gStopSearch{false};
+OnOwnLines<std::atomic<bool>> gStopSearch{false};
 ThreadPool gThreads;
 
 Thread::Thread(int threadId) : id(threadId) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cacheline.h"
 #include "eval/evalcache.h"
 #include "search/time.h"
 
@@ -19,7 +20,7 @@ inline constexpr int kCorrectionSize = 16384;
 /// leave the worker asleep.
 ///
 /// Objects begin on cache lines of their own, so no thread's counters disturb another's.
-struct alignas(128) Thread {
+struct alignas(kLineDistance) Thread {
     /// Starts the worker and returns once it sleeps. Throws std::system_error with the message
     /// "thread constructor failed" if the system gives no thread.
     explicit Thread(int id);
@@ -71,7 +72,8 @@ struct alignas(128) Thread {
         counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
 
-    std::mutex mutex_;
+    // What others write, at the beginning and end of a search.
+    alignas(kLineDistance) std::mutex mutex_;
     std::condition_variable wake_;
     bool searching_ = true;
     bool exit_ = false;
@@ -114,4 +116,4 @@ extern ThreadPool gThreads;
 
 /// Tells every thread to leave its search. Set by the main thread at a limit and by the UCI loop;
 /// cleared when a search starts.
-extern std::atomic<bool> gStopSearch;
+extern OnOwnLines<std::atomic<bool>> gStopSearch;

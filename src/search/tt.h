@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cacheline.h"
 #include "base/memory.h"
 
 #include <cstddef>
@@ -21,7 +22,7 @@ struct TTData {
 /// data and the key exclusive-or'ed with them: what two threads have half written in one place
 /// matches no key (R. Hyatt and T. Mann, "A lock-less transposition table implementation for
 /// parallel search", 2002). Resizing and clearing need all searches to have ended.
-class TranspositionTable {
+class alignas(kLineDistance) TranspositionTable {
   public:
     TranspositionTable() = default;
     ~TranspositionTable();

@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <vector>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 namespace {
 
@@ -51,5 +58,91 @@ TEST(AllocateZeroed, GivesZeroedAlignedMemoryOrNull) {
     // More than any address space holds.
     EXPECT_EQ(SysMem::allocateZeroed(std::size_t{1} << 62), nullptr);
 }
+
+TEST(AllocateZeroed, ManySizesAreZeroedToTheirEnd) {
+    for (const std::size_t bytes :
+         {std::size_t{1}, std::size_t{64}, std::size_t{4096}, std::size_t{2 * kMiB - 1},
+          std::size_t{2 * kMiB}, std::size_t{2 * kMiB + 1}, std::size_t{5 * kMiB}}) {
+        auto* memory = static_cast<unsigned char*>(SysMem::allocateZeroed(bytes));
+        ASSERT_NE(memory, nullptr) << bytes;
+        EXPECT_EQ(memory[0] | memory[bytes / 2] | memory[bytes - 1], 0) << bytes;
+        memory[0] = memory[bytes - 1] = 1;
+        SysMem::release(memory, bytes);
+    }
+}
+
+TEST(Zero, ClearsEveryByteAndLeavesTheMemoryUsable) {
+    for (const std::size_t bytes : {std::size_t{64}, std::size_t{3 * kMiB + 64}}) {
+        auto* memory = static_cast<unsigned char*>(SysMem::allocateZeroed(bytes));
+        ASSERT_NE(memory, nullptr);
+        for (int round = 0; round < 2; ++round) {
+            std::memset(memory, 0xA5, bytes);
+            SysMem::zero(memory, bytes);
+            EXPECT_EQ(std::count(memory, memory + bytes, 0), static_cast<std::ptrdiff_t>(bytes));
+        }
+        SysMem::release(memory, bytes);
+    }
+}
+
+TEST(PageFetcher, LeavesContentsAsTheyAreWhileTheMemoryIsUsed) {
+    constexpr std::size_t kBytes = 40 * kMiB;
+    auto* memory = static_cast<unsigned char*>(SysMem::allocateZeroed(kBytes));
+    ASSERT_NE(memory, nullptr);
+    SysMem::PageFetcher fetcher;
+    fetcher.start(memory, kBytes);
+    for (std::size_t i = 0; i < kBytes; i += 4096)
+        memory[i] = static_cast<unsigned char>(i / 4096 % 251 + 1);
+    fetcher.wait();
+    for (std::size_t i = 0; i < kBytes; i += 4096) {
+        ASSERT_EQ(memory[i], i / 4096 % 251 + 1) << i;
+        ASSERT_EQ(memory[i + 1], 0) << i;
+    }
+    SysMem::release(memory, kBytes);
+}
+
+TEST(PageFetcher, CanBeStoppedAndStartedAtAnyTime) {
+    constexpr std::size_t kBytes = 64 * kMiB;
+    void* memory = SysMem::allocateZeroed(kBytes);
+    ASSERT_NE(memory, nullptr);
+    SysMem::PageFetcher fetcher;
+    fetcher.stop();
+    fetcher.wait();
+    for (int i = 0; i < 20; ++i) {
+        fetcher.start(memory, kBytes);
+        if (i % 3 == 0)
+            fetcher.stop();
+    }
+    fetcher.start(nullptr, 0);
+    fetcher.stop();
+    SysMem::release(memory, kBytes);
+}
+
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+/// How many of the memory's pages are there.
+std::size_t residentPages(void* memory, std::size_t bytes) {
+    std::vector<unsigned char> resident(bytes / 4096);
+    if (mincore(memory, bytes, resident.data()) != 0)
+        return 0;
+    return static_cast<std::size_t>(
+        std::count_if(resident.begin(), resident.end(), [](auto page) { return page & 1; }));
+}
+
+TEST(PageFetcher, FetchesEveryPage) {
+    constexpr std::size_t kBytes = 20 * kMiB;
+    void* memory = SysMem::allocateZeroed(kBytes);
+    ASSERT_NE(memory, nullptr);
+    if (madvise(memory, 4096, MADV_POPULATE_WRITE) != 0)
+        GTEST_SKIP() << "this system cannot";
+    EXPECT_LT(residentPages(memory, kBytes), kBytes / 4096);
+    SysMem::PageFetcher fetcher;
+    fetcher.start(memory, kBytes);
+    fetcher.wait();
+    EXPECT_EQ(residentPages(memory, kBytes), kBytes / 4096);
+
+    SysMem::zero(memory, kBytes);
+    EXPECT_EQ(residentPages(memory, kBytes), 0U);
+    SysMem::release(memory, kBytes);
+}
+#endif
 
 } // namespace

@@ -362,6 +362,27 @@ TEST(TranspositionTable, ClearsWhollyWithARecordOfWrites) {
     }
 }
 
+TEST(TranspositionTable, FetchingPagesChangesNothing) {
+    TranspositionTable table;
+    table.fetchPages(); // of no table
+    ASSERT_TRUE(table.resize(8));
+    table.fetchPages();
+    std::mt19937_64 random(5);
+    storeAtRandom(table, random, 1000);
+    const auto words = wordsInUse(table);
+    table.waitForPages();
+    table.fetchPages();
+    table.waitForPages();
+    EXPECT_EQ(wordsInUse(table), words);
+
+    table.fetchPages();
+    table.clear();
+    EXPECT_EQ(wordsInUse(table), 0);
+    table.fetchPages();
+    ASSERT_TRUE(table.resize(1));
+    EXPECT_EQ(wordsInUse(table), 0);
+}
+
 TEST(TranspositionTable, StoresTheSameWithARecordOfWrites) {
     TranspositionTable plain;
     TranspositionTable recording;
