@@ -6,6 +6,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <iterator>
+
 namespace {
 
 /// Every leaf made and tested; the rate is in leaves per second of processor time.
@@ -28,24 +30,23 @@ void perftMiddleGame(benchmark::State& state) {
 BENCHMARK(perftStart)->Unit(benchmark::kMillisecond);
 BENCHMARK(perftMiddleGame)->Unit(benchmark::kMillisecond);
 
-/// Time per call over all benchmark positions; the rate is in moves per second.
+/// Lists of all benchmark positions; each is one list.
 template <void (*Generate)(const Board&, MoveList&)>
 void generate(benchmark::State& state) {
-    std::int64_t moves = 0;
     for (auto _ : state)
         for (const auto& board : benchBoards()) {
             MoveList list;
             Generate(*board, list);
             benchmark::DoNotOptimize(list.moves);
-            moves += list.count;
         }
-    state.SetItemsProcessed(moves);
+    reportEach(state, state.iterations() * std::ssize(benchBoards()));
 }
 
 BENCHMARK(generate<generateMoves>)->Name("generateMoves");
 BENCHMARK(generate<generateCaptures>)->Name("generateCaptures");
 BENCHMARK(generate<generateQuiets>)->Name("generateQuiets");
 
+/// Each is a move made and taken back.
 void makeAndUnmake(benchmark::State& state) {
     std::int64_t moves = 0;
     for (auto _ : state)
@@ -59,10 +60,11 @@ void makeAndUnmake(benchmark::State& state) {
             }
             moves += list.count;
         }
-    state.SetItemsProcessed(moves);
+    reportEach(state, moves);
 }
 BENCHMARK(makeAndUnmake);
 
+/// Each is one capture.
 void exchange(benchmark::State& state) {
     std::int64_t moves = 0;
     for (auto _ : state)
@@ -73,7 +75,7 @@ void exchange(benchmark::State& state) {
                 benchmark::DoNotOptimize(seeGE(*board, m, 0));
             moves += list.count;
         }
-    state.SetItemsProcessed(moves);
+    reportEach(state, moves);
 }
 BENCHMARK(exchange)->Name("seeGE");
 

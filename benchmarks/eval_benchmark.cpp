@@ -1,28 +1,46 @@
 #include "positions.h"
 
+#include "eval/evalcache.h"
 #include "eval/evaluate.h"
-#include "eval/pawns.h"
 
 #include <benchmark/benchmark.h>
 
+#include <iterator>
+#include <memory>
+#include <utility>
+
 namespace {
 
-/// The pawn structures of all positions stay in the cache.
+/// Nothing is remembered of the position, but its pawn structure is.
 void evaluateWarm(benchmark::State& state) {
     for (auto _ : state)
         for (const auto& board : benchBoards())
             benchmark::DoNotOptimize(evaluate(*board));
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(benchBoards().size()));
+    reportEach(state, state.iterations() * std::ssize(benchBoards()));
 }
 BENCHMARK(evaluateWarm);
 
-/// What a miss of the pawn cache adds.
-void pawnStructure(benchmark::State& state) {
+/// The pawn structure is new too: each call has a pawn key that no call had before.
+void evaluateCold(benchmark::State& state) {
+    std::uint64_t pawnKey = 1;
+    for (auto _ : state)
+        for (const auto& board : benchBoards()) {
+            const std::uint64_t kept = std::exchange(board->pawnKey, ++pawnKey);
+            benchmark::DoNotOptimize(evaluate(*board));
+            board->pawnKey = kept;
+        }
+    reportEach(state, state.iterations() * std::ssize(benchBoards()));
+}
+BENCHMARK(evaluateCold);
+
+/// The position itself is remembered.
+void evaluateRemembered(benchmark::State& state) {
+    const auto cache = std::make_unique<Eval::EvalCache>();
     for (auto _ : state)
         for (const auto& board : benchBoards())
-            benchmark::DoNotOptimize(Eval::evalPawnsRaw(*board));
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(benchBoards().size()));
+            benchmark::DoNotOptimize(cache->evaluate(*board));
+    reportEach(state, state.iterations() * std::ssize(benchBoards()));
 }
-BENCHMARK(pawnStructure);
+BENCHMARK(evaluateRemembered);
 
 } // namespace

@@ -5,14 +5,23 @@ second thread, and how fast the engine starts, answers and stops.
     measure.py nodes ENGINE [OTHER ...]   nodes per processor second, in turn, medians and ratios
     measure.py threads ENGINE             nodes per second of two threads against one
     measure.py latency ENGINE             start to "uciok", "isready" in a search, "stop" to "bestmove"
+    measure.py compare ENGINE OTHER ...   processor time of "benchsearch" in turn, ratios to the first
+    measure.py instructions ENGINE        instructions per node of "benchsearch", by function and source
+                                          file (callgrind knows no newer instructions than those of
+                                          -DMORVANE_ARCH=x86-64-v3; for files add -g)
+    measure.py hash ENGINE [MIB ...]      time to size and clear the table, and what the next search finds
 
 Machines are shared and noisy: every figure is a median of several runs, and engines are compared
 within one run, in turn. Two threads need two idle cores to show anything."""
 
+import collections
 import os
+import re
+import resource
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 
 # The middle games of the search benchmark.
@@ -27,6 +36,11 @@ POSITIONS = (
 RUNS = 7
 MOVE_TIME_MS = 500
 LONG_SEARCH_MS = 3000
+SHORT_SEARCH_MS = 100
+COMPARED_RUNS = 15
+INSTRUCTION_DEPTH = 8
+WARM_UP_SECONDS = 3  # a GiB
+PAGES_SECONDS = 0.2
 
 
 class Engine:
@@ -176,8 +190,87 @@ def latency(path):
     report_times('"stop" to "bestmove"', stops)
 
 
+def user_seconds(command):
+    before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
+    subprocess.run(command, stdout=subprocess.DEVNULL, check=True)
+    return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
+
+
+def compare(paths):
+    times = {path: [] for path in paths}
+    for run in range(COMPARED_RUNS + 1):  # the first warms up
+        for path in paths if run % 2 else reversed(paths):
+            seconds = user_seconds([path, "benchsearch"])
+            if run:
+                times[path].append(seconds)
+    first = times[paths[0]]
+    for path in paths:
+        ratios = sorted(a / b for a, b in zip(first, times[path]))
+        quarter = len(ratios) // 4
+        print(f"{path}: {statistics.median(times[path]):.3f} s;"
+              f" {statistics.median(ratios):.3f} times as fast as {paths[0]}"
+              f" (middle half {ratios[quarter]:.3f} to {ratios[-1 - quarter]:.3f})")
+
+
+def instructions(path):
+    with tempfile.TemporaryDirectory() as folder:
+        profile = os.path.join(folder, "profile")
+        run = subprocess.run(
+            ["valgrind", "--tool=callgrind", "--toggle-collect=*completeIteration*",
+             f"--callgrind-out-file={profile}", path, "benchsearch", str(INSTRUCTION_DEPTH)],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=True)
+        listing = subprocess.run(["callgrind_annotate", "--threshold=100", "--auto=no", profile],
+                                 stdout=subprocess.PIPE, text=True, check=True).stdout
+    nodes = int(re.search(r"^bench: (\d+) nodes", run.stdout, re.MULTILINE).group(1))
+    by_function, by_file = collections.Counter(), collections.Counter()
+    for line in listing.splitlines():
+        row = re.match(r" *([\d,]+) \([ \d.]+%\)  ([^:]+):(.+?)(?: \[.*)?$", line)
+        if row:
+            count = int(row.group(1).replace(",", ""))
+            function = row.group(3).replace("(anonymous namespace)::", "").removeprefix("void ")
+            by_function[re.sub(r"[<(].*|'\d+$", "", function)] += count
+            by_file[row.group(2).rpartition("src/")[2]] += count
+    total = sum(by_function.values())
+    print(f"{total / nodes:.0f} instructions per node over benchsearch {INSTRUCTION_DEPTH}"
+          f" ({nodes} nodes)")
+    for title, counts in (("function, with what is inlined in it", by_function),
+                          ("source file, wherever it is inlined", by_file)):
+        print(f"\n  per node  share  {title}")
+        for name, count in counts.most_common(20):
+            print(f"{count / nodes:10.1f} {count / total:6.1%}  {name}")
+
+
+def hash_times(path, sizes):
+    for mib in sizes or (64, 1024):
+        engine = Engine(path, [("Hash", mib)])
+        time.sleep(WARM_UP_SECONDS * mib / 1024)  # the machine itself may have to provide the memory
+        rows = []
+        for _ in range(RUNS):
+            begin = time.perf_counter()
+            engine.send(f"setoption name Hash value {mib}")
+            engine.ready()
+            sized = time.perf_counter() - begin
+            time.sleep(PAGES_SECONDS * (1 + mib / 1024))
+            begin = time.perf_counter()
+            engine.new_game()
+            cleared = time.perf_counter() - begin
+            searched = engine.search(POSITIONS[3], f"movetime {SHORT_SEARCH_MS}")[1]
+            rows.append((sized * 1e3, cleared * 1e3, searched))
+        engine.close()
+        sized, cleared, searched = (statistics.median(column) for column in zip(*rows))
+        print(f"{mib} MiB: sized in {sized:.1f} ms, cleared in {cleared:.1f} ms, {searched:.0f} nodes in"
+              f" the {SHORT_SEARCH_MS} ms that follow")
+
+
 def main():
-    commands = {"nodes": nodes, "threads": lambda a: threads(a[0]), "latency": lambda a: latency(a[0])}
+    commands = {
+        "nodes": nodes,
+        "threads": lambda a: threads(a[0]),
+        "latency": lambda a: latency(a[0]),
+        "compare": compare,
+        "instructions": lambda a: instructions(a[0]),
+        "hash": lambda a: hash_times(a[0], [int(size) for size in a[1:]]),
+    }
     if len(sys.argv) < 3 or sys.argv[1] not in commands:
         sys.exit(__doc__)
     commands[sys.argv[1]](sys.argv[2:])

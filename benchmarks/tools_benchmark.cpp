@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -34,7 +35,7 @@ void extractFeatures(benchmark::State& state) {
             Tune::extract(*board, trace);
             benchmark::DoNotOptimize(trace);
         }
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(benchBoards().size()));
+    reportEach(state, state.iterations() * std::ssize(benchBoards()));
 }
 BENCHMARK(extractFeatures);
 

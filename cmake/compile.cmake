@@ -46,6 +46,27 @@ if(NOT MORVANE_SANITIZE)
   target_link_options(morvane_options INTERFACE -no-pie)
 endif()
 
+# A profile says how often each branch was taken in a training run (scripts/build-profiled).
+set(MORVANE_PROFILE_FOLDER ${PROJECT_BINARY_DIR}/profile)
+if(MORVANE_PROFILE STREQUAL "GENERATE")
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set(MORVANE_PROFILE_FLAGS -fprofile-generate -fprofile-dir=${MORVANE_PROFILE_FOLDER})
+  else()
+    set(MORVANE_PROFILE_FLAGS -fprofile-generate=${MORVANE_PROFILE_FOLDER})
+  endif()
+elseif(MORVANE_PROFILE STREQUAL "USE")
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # What the training run did not reach has no profile.
+    set(MORVANE_PROFILE_FLAGS -fprofile-use=${MORVANE_PROFILE_FOLDER} -Wno-missing-profile)
+  else()
+    set(MORVANE_PROFILE_FLAGS -fprofile-use=${MORVANE_PROFILE_FOLDER}/merged.profdata)
+  endif()
+elseif(MORVANE_PROFILE)
+  message(FATAL_ERROR "MORVANE_PROFILE must be GENERATE, USE or empty")
+endif()
+target_compile_options(morvane_options INTERFACE ${MORVANE_PROFILE_FLAGS})
+target_link_options(morvane_options INTERFACE ${MORVANE_PROFILE_FLAGS})
+
 # Release means -O3 whatever the generator's default is.
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -D_GLIBCXX_ASSERTIONS")
