@@ -50,7 +50,7 @@ constexpr std::size_t kHugePage = 2 * kMiB;
 
 // Each of these steps takes about a millisecond: so soon a fetcher can stop.
 constexpr std::size_t kFetchStep = 4 * kHugePage;
-constexpr std::size_t kFetchedByOneThread = 256 * kMiB;
+constexpr std::size_t kFetchedByOneThread = 256 * kMiB; // and more if there are too few threads
 constexpr std::size_t kMaxFetchThreads = 16;
 
 std::size_t wholeHugePages(std::size_t bytes) {

@@ -18,7 +18,6 @@ struct alignas(32) MagicEntry {
     Bitboard operator()(Bitboard occupancy) const { return attacks[index(occupancy)]; }
 
     /// Where the attack set of an occupancy stands, counted from the square's first.
-
     std::size_t index(Bitboard occupancy) const {
 #ifdef MORVANE_PEXT
         return __builtin_ia32_pext_di(occupancy, mask);

@@ -117,7 +117,7 @@ struct Board : MoveState {
     bool isPseudoLegal(Move m) const;
 
     /// Whether a pseudo-legal move leaves the own king out of check. For all moves of a position
-    /// `LegalityTest` is faster (board/movetests.h).
+    /// `LegalityTest` is faster (board/kinglines.h).
     bool isLegal(Move m) const;
 
     /// Whether a pseudo-legal quiet move or double push attacks the enemy king, directly or by

@@ -1,6 +1,6 @@
 #include "board/movegen.h"
 
-#include "board/movetests.h"
+#include "board/kinglines.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "board/perft.h"
 
+#include "board/kinglines.h"
 #include "board/makemove-inl.h"
 #include "board/movegen.h"
-#include "board/movetests.h"
 
 namespace {
 

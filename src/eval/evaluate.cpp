@@ -42,7 +42,8 @@ Blend blend(const Board& board, ScorePair total) {
     return {phase, scale, taper(total, phase, scale)};
 }
 
-// In one piece: the sums of the walk stay in registers.
+// In one piece, so that the sums of the walk stay in registers. What is rarely needed is marked not
+// to be drawn in.
 [[gnu::flatten]] int evaluateUnfaded(const Board& board) {
     SumSink sink;
     walkKept(board, sink);

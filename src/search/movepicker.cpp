@@ -1,7 +1,7 @@
 #include "search/movepicker.h"
 
+#include "board/kinglines.h"
 #include "board/movegen.h"
-#include "board/movetests.h"
 #include "search/thread.h"
 
 using namespace Ordering;

@@ -1,5 +1,5 @@
+#include "board/kinglines.h"
 #include "board/movegen.h"
-#include "board/movetests.h"
 #include "search/correction.h"
 #include "search/ordering.h"
 #include "search/search.h"

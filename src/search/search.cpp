@@ -1,6 +1,6 @@
 #include "search/search.h"
 
-#include "board/movetests.h"
+#include "board/kinglines.h"
 #include "search/correction.h"
 #include "search/movepicker.h"
 #include "search/tt.h"

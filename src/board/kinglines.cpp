@@ -1,4 +1,4 @@
-#include "board/movetests.h"
+#include "board/kinglines.h"
 
 #include "board/makemove-inl.h"
 

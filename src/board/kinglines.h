@@ -2,6 +2,9 @@
 
 #include "board/board.h"
 
+/// What the lines that run to the two kings say about moves before they are made. Needs
+/// `gBetweenBB`.
+
 /// Pieces of either colour that alone stand between a square and a slider of colour `by`.
 inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
     using namespace Attacks;

@@ -1,4 +1,4 @@
-#include "board/movetests.h"
+#include "board/kinglines.h"
 
 #include "support/board_checks.h"
 #include "support/notation.h"
