@@ -6,6 +6,7 @@
 #include <system_error>
 
 #if defined(__linux__)
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #elif defined(__APPLE__)
@@ -101,6 +102,7 @@ void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::siz
         std::clamp<std::size_t>(size / kFetchedByOneThread, 1, std::min(cores, kMaxFetchThreads));
     stop_ = false;
     const auto fetch = [=, this](std::size_t first) {
+        pthread_setname_np(pthread_self(), "page fetcher");
         auto* const begin = static_cast<std::byte*>(memory);
         for (std::size_t at = first * kFetchStep; at < size && !stop_; at += count * kFetchStep)
             if (madvise(begin + at, std::min(kFetchStep, size - at), MADV_POPULATE_WRITE) != 0)
