@@ -5,15 +5,19 @@
 /// What the lines that run to the two kings say about moves before they are made. Needs
 /// `gBetweenBB`.
 
-/// Pieces of either colour that alone stand between a square and a slider of colour `by`.
-inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
+/// Sliders of colour `by` that would attack the square on an empty board.
+inline Bitboard snipers(const Board& board, Square sq, Color by) {
     using namespace Attacks;
     const Bitboard(&own)[6] = board.pieces[by];
-    Bitboard snipers = ((own[Bishop] | own[Queen]) & (diagMask[sq] | adiagMask[sq])) |
-                       ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
+    return ((own[Bishop] | own[Queen]) & (diagMask[sq] | adiagMask[sq])) |
+           ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
+}
+
+/// Pieces of either colour that alone stand between a square and a slider of colour `by`.
+inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
     Bitboard result = 0;
-    while (snipers) {
-        const Bitboard blockers = gBetweenBB[sq][popLowest(snipers)] & board.occupied;
+    for (Bitboard sliders = snipers(board, sq, by); sliders;) {
+        const Bitboard blockers = gBetweenBB[sq][popLowest(sliders)] & board.occupied;
         if (!moreThanOne(blockers))
             result |= blockers;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "board/kinglines.h"
 #include "eval/endgame.h"
 #include "eval/features.h"
 #include "eval/masks.h"
@@ -15,13 +16,9 @@ namespace Eval {
 /// each square in it the ray that the piece may not leave (`rays` is not set elsewhere).
 inline void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned,
                                 Bitboard (&rays)[64]) {
-    using namespace Attacks;
     const Square sq = board.kingSquare(king);
-    const Bitboard(&enemies)[6] = board.pieces[~king];
-    Bitboard pinners = ((enemies[Bishop] | enemies[Queen]) & (diagMask[sq] | adiagMask[sq])) |
-                       ((enemies[Rook] | enemies[Queen]) & (fileMask[sq] | rankMask[sq]));
     pinned = 0;
-    while (pinners) {
+    for (Bitboard pinners = snipers(board, sq, ~king); pinners;) {
         const Square pinner = popLowest(pinners);
         const Bitboard between = gBetweenBB[sq][pinner];
         const Bitboard blockers = between & board.occupied;

@@ -90,26 +90,23 @@ inline int closeGroup(Key* keys, int end) {
     return groupEnd;
 }
 
-/// The greater key of each lane.
-template <class Lanes>
-inline Lanes greaterOf(Lanes a, Lanes b) {
-    return a > b ? a : b;
-}
-
 /// The greatest key of the groups in [begin, end), `kNoMoveKey` if there is none left. The keys
 /// must be aligned to whole groups.
 inline Key greatestKey(const Key* keys, int begin, int end) {
+    // Comparing and choosing go lane by lane.
     using Group [[gnu::vector_size(kLanes * sizeof(Key)), gnu::may_alias]] = Key;
     using Half [[gnu::vector_size(kLanes / 2 * sizeof(Key))]] = Key;
     Group best = Group{} + kNoMoveKey;
-    for (int i = begin; i < end; i += kLanes)
-        best = greaterOf(best, *reinterpret_cast<const Group*>(keys + i));
+    for (int i = begin; i < end; i += kLanes) {
+        const Group& group = *reinterpret_cast<const Group*>(keys + i);
+        best = best > group ? best : group;
+    }
     Half halves[2];
     std::memcpy(halves, &best, sizeof best);
-    Half half = greaterOf(halves[0], halves[1]);
-    half = greaterOf(half, __builtin_shufflevector(half, half, 2, 3, 0, 1));
-    half = greaterOf(half, __builtin_shufflevector(half, half, 1, 0, 3, 2));
-    return half[0];
+    Half half = halves[0] > halves[1] ? halves[0] : halves[1];
+    const Half pairsSwapped = __builtin_shufflevector(half, half, 2, 3, 0, 1);
+    half = half > pairsSwapped ? half : pairsSwapped;
+    return std::max(half[0], half[1]);
 }
 
 } // namespace Ordering

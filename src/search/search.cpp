@@ -5,6 +5,7 @@
 #include "search/movepicker.h"
 #include "search/tt.h"
 
+#include <cassert>
 #include <cmath>
 
 namespace Search {
@@ -383,6 +384,7 @@ int MoveLoop::finish() {
 
 int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
                bool cutNode, bool inCheck) {
+    assert(inCheck == board.inCheck(board.sideToMove));
     const bool pv = beta - alpha > 1;
     const int ply = ss->ply;
 
