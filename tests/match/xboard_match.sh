@@ -65,7 +65,7 @@ grep -E '^\[(White|Black|Result) ' games.pgn
 endings || fail "no result was told"
 [ "$(grep -cE '^\[Result "(1-0|0-1|1/2-1/2)"\]' games.pgn)" -eq 2 ] || fail "not two results"
 [ "$(endings | wc -l)" -eq 2 ] || fail "not two endings"
-rule='mate|repetition|50[- ]move|insufficient|material|adjudication'
+rule='mate|repetition|(50|fifty)[- ]move|insufficient|material|adjudication'
 [ "$(endings | grep -ciE "$rule")" -eq 2 ] || fail "a game ended by no rule of chess"
 bad='forfeit|illegal|exited|died|resign|disconnect|abandon|flag|time'
 ! endings | grep -iE "$bad" || fail "a game ended by a mistake"
