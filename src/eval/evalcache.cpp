@@ -13,8 +13,7 @@ int EvalCache::evaluate(const Board& board) {
         if (value == static_cast<std::int16_t>(value))
             entry = (board.key & ~kValueMask) | static_cast<std::uint16_t>(value);
     }
-    value = fade(value, board.halfmoveClock);
-    return board.sideToMove == White ? value : -value;
+    return forSideToMove(board, value);
 }
 
 } // namespace Eval

@@ -20,8 +20,7 @@ void setEvalTrace(bool on) {
 int evaluate(const Board& board) {
     if (gEvalTrace) [[unlikely]]
         return Eval::evaluateAndPrint(board);
-    const int value = Eval::fade(Eval::evaluateUnfaded(board), board.halfmoveClock);
-    return board.sideToMove == White ? value : -value;
+    return Eval::forSideToMove(board, Eval::evaluateUnfaded(board));
 }
 
 namespace Eval {

@@ -35,6 +35,12 @@ int taper(ScorePair total, int phase, int scale);
 /// What is left of a value as the fifty-move rule draws near.
 int fade(int value, int halfmoveClock);
 
+/// An unfaded value of White's, faded and seen by the side to move: what `evaluate` returns.
+inline int forSideToMove(const Board& board, int value) {
+    const int faded = fade(value, board.halfmoveClock);
+    return board.sideToMove == White ? faded : -faded;
+}
+
 /// Totals tapered with phase and scale of a position.
 Blend blend(const Board& board, ScorePair total);
 

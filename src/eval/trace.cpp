@@ -67,8 +67,8 @@ int evaluateAndPrint(const Board& board) {
     walkKept(board, sink);
     const Blend result = blend(board, sink.total());
     const bool whiteToMove = board.sideToMove == White;
-    const int whiteValue = fade(result.value, board.halfmoveClock);
-    const int value = whiteToMove ? whiteValue : -whiteValue;
+    const int value = forSideToMove(board, result.value);
+    const int whiteValue = whiteToMove ? value : -value;
 
     Output::write(kHeading);
     for (int term = 0; term < kTermCount; ++term)

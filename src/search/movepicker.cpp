@@ -100,21 +100,13 @@ Move MovePicker::nextGoodCapture() {
 }
 
 Move MovePicker::nextQuiet() {
-    const Key best = greatestKey(keys_, captureKeysEnd_, quietKeysEnd_);
-    if (best == kNoMoveKey)
-        return 0;
-    const int place = placeOf(best);
-    keys_[place] = kNoMoveKey;
-    return quietAt(place);
+    const Key best = takeGreatestKey(keys_, captureKeysEnd_, quietKeysEnd_);
+    return best == kNoMoveKey ? 0 : quietAt(placeOf(best));
 }
 
 Move MovePicker::nextBadCapture() {
-    const Key best = greatestKey(keys_, 0, captureKeysEnd_);
-    if (best == kNoMoveKey)
-        return 0;
-    const int place = placeOf(best);
-    keys_[place] = kNoMoveKey;
-    return moves_.moves[place];
+    const Key best = takeGreatestKey(keys_, 0, captureKeysEnd_);
+    return best == kNoMoveKey ? 0 : moves_.moves[placeOf(best)];
 }
 
 void MovePicker::dropQuietsWithoutCheck() {

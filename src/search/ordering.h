@@ -109,4 +109,12 @@ inline Key greatestKey(const Key* keys, int begin, int end) {
     return std::max(half[0], half[1]);
 }
 
+/// Strikes off the greatest key and returns it.
+inline Key takeGreatestKey(Key* keys, int begin, int end) {
+    const Key best = greatestKey(keys, begin, end);
+    if (best != kNoMoveKey)
+        keys[placeOf(best)] = kNoMoveKey;
+    return best;
+}
+
 } // namespace Ordering

@@ -40,12 +40,8 @@ class CapturePicker {
     }
 
     Move next() {
-        const Ordering::Key best = Ordering::greatestKey(keys_, 0, keysEnd_);
-        if (best == Ordering::kNoMoveKey)
-            return 0;
-        const int place = Ordering::placeOf(best);
-        keys_[place] = Ordering::kNoMoveKey;
-        return moves_.moves[place];
+        const Ordering::Key best = Ordering::takeGreatestKey(keys_, 0, keysEnd_);
+        return best == Ordering::kNoMoveKey ? 0 : moves_.moves[Ordering::placeOf(best)];
     }
 
   private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/cacheline.h"
+#include "board/board.h"
 #include "eval/evalcache.h"
 #include "search/time.h"
 

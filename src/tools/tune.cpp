@@ -60,9 +60,7 @@ int reconstruct(const Board& board, const Trace& trace, const int* values) {
         total.mg += trace.mg[k] * values[k];
         total.eg += trace.eg[k] * values[k];
     }
-    const int value =
-        Eval::fade(Eval::taper(total, trace.phase, trace.egScale), board.halfmoveClock);
-    return board.sideToMove == White ? value : -value;
+    return Eval::forSideToMove(board, Eval::taper(total, trace.phase, trace.egScale));
 }
 
 } // namespace Tune
