@@ -68,6 +68,12 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
         return thread.evalCache.evaluate(board);
     thread.countNode();
     thread.countQuiescenceNode();
+    // Where dozens of pieces can take each other this may go on for minutes: the main search alone
+    // would look at the clock too late.
+    if (thread.id == 0 && gTime.shouldStop(thread.nodes)) {
+        gStopSearch = true;
+        return 0;
+    }
     thread.reachPly(ply);
 
     // Most positions need their evaluation; computed here it fills the time in which the table's
