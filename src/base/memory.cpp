@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <system_error>
 
 #if defined(__linux__)
-#include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #elif defined(__APPLE__)
@@ -52,7 +51,15 @@ constexpr std::size_t kHugePage = 2 * kMiB;
 // Each of these steps takes about a millisecond: so soon a fetcher can stop.
 constexpr std::size_t kFetchStep = 4 * kHugePage;
 constexpr std::size_t kFetchedByOneThread = 256 * kMiB; // and more if there are too few threads
-constexpr std::size_t kMaxFetchThreads = 16;
+
+// What the table leaves of the address space where that is limited: room for threads and for
+// everything small. Taken and given back at once, which shows that it is there.
+constexpr std::size_t kHeadroom = 32 * kMiB;
+
+std::size_t usableCores() {
+    cpu_set_t cores;
+    return sched_getaffinity(0, sizeof cores, &cores) == 0 ? std::size_t(CPU_COUNT(&cores)) : 1;
+}
 
 std::size_t wholeHugePages(std::size_t bytes) {
     return (bytes + kHugePage - 1) / kHugePage * kHugePage;
@@ -65,10 +72,11 @@ std::size_t wholeHugePages(std::size_t bytes) {
 // lies on small ones.
 void* allocateZeroed(std::size_t bytes) {
     const std::size_t size = wholeHugePages(bytes);
-    if (size < bytes || size + kHugePage < size)
+    if (size < bytes || size + kHugePage + kHeadroom < size)
         return nullptr;
+    const std::size_t slack = kHugePage + kHeadroom;
     void* mapped =
-        mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        mmap(nullptr, size + slack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED)
         return nullptr;
     auto* const begin = static_cast<std::byte*>(mapped);
@@ -76,7 +84,7 @@ void* allocateZeroed(std::size_t bytes) {
     std::byte* const memory = begin + before;
     if (before != 0)
         munmap(begin, before);
-    munmap(memory + size, kHugePage - before);
+    munmap(memory + size, slack - before);
     madvise(memory, size, MADV_HUGEPAGE); // advice: without huge pages all is as before
     return memory;
 }
@@ -97,9 +105,8 @@ void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::siz
     stop();
 #ifdef MADV_POPULATE_WRITE
     const std::size_t size = wholeHugePages(bytes);
-    const std::size_t cores = std::max(std::thread::hardware_concurrency(), 1U);
-    const std::size_t count =
-        std::clamp<std::size_t>(size / kFetchedByOneThread, 1, std::min(cores, kMaxFetchThreads));
+    const std::size_t count = std::clamp<std::size_t>(
+        size / kFetchedByOneThread, 1, std::min<std::size_t>(usableCores(), kMaxThreads));
     stop_ = false;
     const auto fetch = [=, this](std::size_t first) {
         pthread_setname_np(pthread_self(), "page fetcher");
@@ -108,12 +115,9 @@ void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::siz
             if (madvise(begin + at, std::min(kFetchStep, size - at), MADV_POPULATE_WRITE) != 0)
                 return;
     };
-    try {
-        for (std::size_t i = 0; i < count; ++i)
-            threads_.emplace_back(fetch, i);
-    } catch (const std::system_error&) {
-        // Too few threads: the pages come with their first use.
-    }
+    // A thread that the system does not give leaves its pages to their first use.
+    for (std::size_t i = 0; i < count; ++i)
+        threads_[i].start([=] { fetch(i); });
 #endif
 }
 
@@ -150,9 +154,8 @@ void PageFetcher::stop() {
 }
 
 void PageFetcher::wait() {
-    for (std::thread& thread : threads_)
+    for (WorkerThread& thread : threads_)
         thread.join();
-    threads_.clear();
 }
 
 } // namespace SysMem

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "base/worker.h"
+
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <thread>
-#include <vector>
 
 /// The machine's memory: the few things that the standard library does not offer.
 namespace SysMem {
@@ -47,7 +48,9 @@ class PageFetcher {
     void wait();
 
   private:
-    std::vector<std::thread> threads_;
+    static constexpr std::size_t kMaxThreads = 16;
+
+    std::array<WorkerThread, kMaxThreads> threads_;
     std::atomic<bool> stop_{false};
 };
 

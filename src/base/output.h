@@ -2,19 +2,26 @@
 
 #include <string_view>
 
-/// The one way to standard output. Each call writes its whole text at once and flushes it, so
-/// lines written by different threads never mix.
+/// The one way to the standard streams. Each call writes its whole text at once, so lines written
+/// by different threads never mix. Texts hold whole lines.
 namespace Output {
 
-/// Makes every later call one write to the operating system whatever the text's length, and keeps
-/// files from taking the places of closed standard streams. Called once at program start, before
-/// any output.
+/// Keeps files from taking the places of closed standard streams and a reader that has gone from
+/// ending the program in the middle of something. Called once at program start, before any output.
 void init();
 
-/// Writes `text`, which holds whole lines, to standard output. Returns false if it could not.
-bool write(std::string_view text);
+/// Writes to standard output. If that cannot be done nobody listens any more, and the process ends
+/// at once with status 1: a search must not run on for nobody.
+void write(std::string_view text);
 
-/// Writes `text`, which holds whole lines, to standard error.
+/// The same, but returns false if it could not.
+bool tryWrite(std::string_view text);
+
+/// Writes to standard error. A failure has no consequence.
 void writeError(std::string_view text);
+
+/// Writes to standard error what a client is also told in another way: does not wait for a reader
+/// who does not read.
+void writeDiagnostic(std::string_view text);
 
 } // namespace Output

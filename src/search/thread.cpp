@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <iterator>
 #include <system_error>
+#include <thread>
 
 OnOwnLines<std::atomic<bool>> gStopSearch{false};
 ThreadPool gThreads;
@@ -15,11 +17,9 @@ ThreadPool gThreads;
 Thread::Thread(int threadId) : id(threadId) {
     board.reset();
     clearForSearch();
-    try {
-        worker_ = std::thread(&Thread::idleLoop, this);
-    } catch (const std::system_error& error) {
-        throw std::system_error(error.code(), "thread constructor failed");
-    }
+    if (!worker_.start([this] { idleLoop(); }))
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                "thread constructor failed");
     waitForSearchFinished();
 }
 
@@ -94,12 +94,20 @@ void ThreadPool::clear() {
         threads_.pop_back();
 }
 
+// Threads that stay are not made anew: what the system has given once it might refuse now.
 void ThreadPool::set(std::size_t count) {
     waitForSearchFinished();
-    clear();
     count = std::max<std::size_t>(count, 1);
-    while (threads_.size() < count)
-        threads_.push_back(std::make_unique<Thread>(static_cast<int>(threads_.size())));
+    threads_.reserve(count);
+    std::vector<std::unique_ptr<Thread>> added;
+    for (std::size_t i = threads_.size(); i < count; ++i)
+        added.push_back(std::make_unique<Thread>(static_cast<int>(i)));
+
+    while (threads_.size() > count)
+        threads_.pop_back();
+    for (const auto& thread : threads_)
+        thread->clearForSearch();
+    std::move(added.begin(), added.end(), std::back_inserter(threads_));
 }
 
 void ThreadPool::startThinking(const Board& board, const SearchLimits& limits) {

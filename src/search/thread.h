@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/cacheline.h"
+#include "base/worker.h"
 #include "board/board.h"
 #include "eval/evalcache.h"
 #include "search/time.h"
@@ -10,7 +11,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 /// Entries of each correction table, by side to move.
@@ -78,16 +78,20 @@ struct alignas(kLineDistance) Thread {
     std::condition_variable wake_;
     bool searching_ = true;
     bool exit_ = false;
-    std::thread worker_; // last: it starts when everything else stands
+    WorkerThread worker_; // last: it starts when everything else stands
 };
+
+/// Bytes of memory that a thread uses, at the most about: itself and its part of its stack.
+inline constexpr std::size_t kThreadFootprint = sizeof(Thread) + (std::size_t{2} << 20);
 
 /// All search threads. Thread 0 keeps the clock, starts and stops the others and answers.
 class ThreadPool {
   public:
     ~ThreadPool() { clear(); }
 
-    /// Waits for a running search and replaces all threads by `count` new ones, at least one.
-    /// Throws like the constructor of `Thread`; the pool then has as many threads as could be made.
+    /// Waits for a running search and makes the pool `count` threads large, at least one; all are
+    /// as if new. Throws like the constructor of `Thread`, and std::bad_alloc; the pool then has
+    /// the threads that it had before.
     void set(std::size_t count);
 
     /// Starts a search and returns at once. The answer is printed when it ends.

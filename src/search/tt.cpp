@@ -56,7 +56,7 @@ void save(std::uint64_t& word, std::uint64_t value) {
 
 TranspositionTable::~TranspositionTable() {
     fetcher_.stop();
-    SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
+    SysMem::release(buckets_, bytes());
 }
 
 bool TranspositionTable::resize(std::uint64_t mb) {
@@ -68,7 +68,7 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     if (!memory)
         return false;
     fetcher_.stop();
-    SysMem::release(buckets_, bucketCount_ * sizeof(Bucket));
+    SysMem::release(buckets_, bytes());
     buckets_ = static_cast<Bucket*>(memory);
     bucketCount_ = count;
     indexMask_ = count - 1;
@@ -79,7 +79,7 @@ bool TranspositionTable::resize(std::uint64_t mb) {
 }
 
 void TranspositionTable::fetchPages() {
-    fetcher_.start(buckets_, bucketCount_ * sizeof(Bucket));
+    fetcher_.start(buckets_, bytes());
 }
 
 void TranspositionTable::clear() {
@@ -88,7 +88,7 @@ void TranspositionTable::clear() {
         for (const std::uint64_t bucket : written_)
             buckets_[bucket] = {};
     else if (buckets_)
-        SysMem::zero(buckets_, bucketCount_ * sizeof(Bucket));
+        SysMem::zero(buckets_, bytes());
     generation_ = 0;
     written_.clear();
     recordIsComplete_ = recording_;

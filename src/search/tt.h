@@ -67,6 +67,7 @@ class alignas(kLineDistance) TranspositionTable {
     static int scoreFromTT(int score, int ply);
 
     std::uint64_t bucketCount() const { return bucketCount_; }
+    std::uint64_t bytes() const { return bucketCount_ * sizeof(Bucket); }
 
   private:
     struct Entry {

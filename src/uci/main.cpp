@@ -1,15 +1,37 @@
 #include "base/output.h"
+#include "base/worker.h"
+#include "uci/messages.h"
 #include "uci/modes.h"
 #include "uci/startup.h"
 
 #include <iostream>
+#include <new>
 #include <string_view>
+#include <system_error>
 #include <vector>
+
+namespace {
+
+/// What the machine does not give at the start cannot be made up for, only told.
+int run(std::span<const std::string_view> arguments) {
+    try {
+        initEngine();
+        return runMode(arguments);
+    } catch (const std::system_error&) {
+        Output::writeError(Messages::kNoThread);
+    } catch (const std::bad_alloc&) {
+        Output::writeError(Messages::kNoMemory);
+    }
+    return 1;
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
     Output::init();
-    initEngine();
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    return runMode(arguments);
+    int status = 1;
+    callOnLargeStack([&] { status = run(arguments); });
+    return status;
 }

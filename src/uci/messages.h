@@ -13,6 +13,13 @@ inline constexpr std::string_view kAuthor = "the Morvane developers";
 
 inline constexpr std::string_view kBadFen = "невалідний FEN";
 inline constexpr std::string_view kEgScaleBadLine = "err";
+inline constexpr std::string_view kNoThread = "morvane: не вдалося створити потік\n";
+inline constexpr std::string_view kNoMemory = "morvane: бракує пам'яті\n";
+
+// --- any command ---
+
+inline constexpr std::string_view kLineTooLong = "задовгий рядок — пропущено";
+inline constexpr std::string_view kCommandNeedsMemory = "бракує пам'яті — команду не виконано";
 
 /// For the words "perft" and "benchsearch".
 inline std::string badDepth(std::string_view word) {

@@ -1,5 +1,6 @@
 #include "uci/options.h"
 
+#include "base/memlimits.h"
 #include "base/memory.h"
 #include "base/output.h"
 #include "base/parse.h"
@@ -10,14 +11,26 @@
 #include "uci/uci.h"
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 
 namespace {
 
+constexpr std::uint64_t kMiB = 1 << 20;
+
+// What a table and its threads leave of the memory that there is.
+constexpr std::uint64_t kReserve = 32 * kMiB;
+
 int gThreadCount = 1;
 
+/// Whether the machine has the memory for a table and threads, all of it in use. Pages come with
+/// their first use, and where there are none left the system ends the process: so it must be asked
+/// before.
+bool fitsInMemory(std::uint64_t tableBytes, std::uint64_t threads) {
+    return tableBytes + threads * kThreadFootprint + kReserve <= SysMem::budgetBytes();
+}
+
 void applyHash(int value) {
-    constexpr std::uint64_t kMiB = 1 << 20;
     const auto requested = static_cast<std::uint64_t>(value);
     const std::uint64_t physical = SysMem::physicalBytes();
     const std::uint64_t size = SysMem::clampHashMb(requested, physical);
@@ -25,7 +38,9 @@ void applyHash(int value) {
         infoString(Messages::hashCapped(std::to_string(requested), std::to_string(physical / kMiB),
                                         std::to_string(size)));
     stopSearch();
-    if (gTT.resize(size))
+    const bool fits = size * kMiB <= gTT.bytes() ||
+                      fitsInMemory(size * kMiB, static_cast<std::uint64_t>(gThreadCount));
+    if (fits && gTT.resize(size))
         gTT.fetchPages();
     else
         infoString(Messages::hashFailed(std::to_string(size)));
@@ -33,14 +48,15 @@ void applyHash(int value) {
 
 void applyThreads(int value) {
     stopSearch();
-    try {
-        gThreads.set(static_cast<std::size_t>(value));
-        gThreadCount = value;
-    } catch (const std::system_error&) {
-        // The threads that the pool had before could be made once and will be again.
-        infoString(Messages::threadsFailed(std::to_string(value)));
-        gThreads.set(static_cast<std::size_t>(gThreadCount));
-    }
+    if (value <= gThreadCount || fitsInMemory(gTT.bytes(), static_cast<std::uint64_t>(value)))
+        try {
+            gThreads.set(static_cast<std::size_t>(value));
+            gThreadCount = value;
+            return;
+        } catch (const std::system_error&) {
+        } catch (const std::bad_alloc&) {
+        }
+    infoString(Messages::threadsFailed(std::to_string(value)));
 }
 
 void applyMoveOverhead(int value) {
@@ -74,7 +90,7 @@ void setUciOption(std::string name, const std::string& value) {
 
 void infoString(const std::string& message) {
     Output::write("info string " + message + "\n");
-    Output::writeError(message + "\n");
+    Output::writeDiagnostic(message + "\n");
 }
 
 void initThreads() {

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint64_t kInitialHashMb = 64;
+constexpr std::uint64_t kInitialHashMb = 64; // less where the system does not give so much
 
 } // namespace
 
@@ -19,5 +19,7 @@ void initEngine() {
     Eval::init();
     Endgame::init();
     Search::init();
-    gTT.resize(kInitialHashMb);
+    std::uint64_t mb = kInitialHashMb;
+    while (!gTT.resize(mb) && mb > 1)
+        mb /= 2;
 }

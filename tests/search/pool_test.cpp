@@ -1,9 +1,40 @@
 #include "helpers.h"
 #include "info_line.h"
 
+#include <fstream>
 #include <future>
+#include <vector>
+
+#include <sys/resource.h>
 
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kInstrumented = true;
+#elif defined(__has_feature)
+constexpr bool kInstrumented = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool kInstrumented = false;
+#endif
+
+/// As long as it lives the process gets no more than 64 MiB of address space.
+class AddressSpaceLimit {
+  public:
+    AddressSpaceLimit() {
+        getrlimit(RLIMIT_AS, &before_);
+        std::ifstream file("/proc/self/statm");
+        rlim_t pages = 0;
+        file >> pages;
+        const rlimit limit{pages * 4096 + (rlim_t{64} << 20), before_.rlim_max};
+        setrlimit(RLIMIT_AS, &limit);
+    }
+    ~AddressSpaceLimit() { setrlimit(RLIMIT_AS, &before_); }
+    AddressSpaceLimit(const AddressSpaceLimit&) = delete;
+    AddressSpaceLimit& operator=(const AddressSpaceLimit&) = delete;
+
+  private:
+    rlimit before_{};
+};
 
 using Lines = std::vector<std::string>;
 
@@ -183,6 +214,22 @@ TEST_P(PoolOfThreads, ANewPoolWaitsForTheSearchOfTheOld) {
     EXPECT_TRUE(isLegalAnswer(board, lines.back()));
     EXPECT_EQ(gThreads.size(), 3U);
     EXPECT_EQ(gThreads.totalNodes(), 0U) << "the threads are new";
+}
+
+TEST_P(PoolOfThreads, APoolThatCannotGrowStaysAsItIs) {
+    if (kInstrumented)
+        GTEST_SKIP() << "sanitizers end the process where memory ends";
+    std::vector<const Thread*> before;
+    for (std::size_t i = 0; i < gThreads.size(); ++i)
+        before.push_back(&gThreads[i]);
+    {
+        const AddressSpaceLimit noMore;
+        EXPECT_ANY_THROW(gThreads.set(250));
+    }
+    ASSERT_EQ(gThreads.size(), before.size());
+    for (std::size_t i = 0; i < gThreads.size(); ++i)
+        EXPECT_EQ(&gThreads[i], before[i]);
+    EXPECT_EQ(go(boardOf(kMiddleGameFen), depthLimit(4)).size(), 5U);
 }
 
 TEST_P(PoolOfThreads, EveryThreadGetsPositionAndLimitsAndStartsFromNothing) {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+#include <pthread.h>
+
+/// A thread with a stack that is large enough for the deepest search, whatever the system gives a
+/// thread by default: that follows from limits which differ between machines and sessions.
+class WorkerThread {
+  public:
+    /// A search goes 128 plies deep and enters each ply twice at most (once to ask whether a move
+    /// is the only good one): about 2.5 MB of frames in a release build, and a few times as much
+    /// under sanitizers.
+    static constexpr std::size_t kStackBytes = std::size_t{8} << 20;
+
+    WorkerThread() = default;
+    ~WorkerThread() { join(); }
+    WorkerThread(const WorkerThread&) = delete;
+    WorkerThread& operator=(const WorkerThread&) = delete;
+
+    /// Starts `work` on the thread; what ran on it before must have been joined. Returns false if
+    /// the system gives no thread.
+    bool start(std::function<void()> work);
+
+    /// Returns when the work is done, at once if there is none.
+    void join();
+
+  private:
+    pthread_t thread_{};
+    bool running_ = false;
+};
+
+/// Calls `work` with at least `WorkerThread::kStackBytes` of stack: on the caller's own stack if
+/// the limit for the program's first thread, who must be the caller, is as large, or else on
+/// another thread.
+void callOnLargeStack(const std::function<void()>& work);
