@@ -36,22 +36,21 @@ bool RecordWriter::close() {
 
 bool LineReader::open(const std::string& path) {
     file_.open(path, std::ios::binary);
-    buffer_ = std::make_unique_for_overwrite<char[]>(kLongestLine + 1);
     return file_.is_open();
 }
 
 LineReader::Status LineReader::next(std::string_view& line) {
-    file_.getline(buffer_.get(), kLongestLine + 1);
-    if (file_.bad())
+    stream_->getline(buffer_.get(), kLongestLine + 1);
+    if (stream_->bad())
         return Status::Error;
-    const auto size = static_cast<std::size_t>(file_.gcount());
-    if (file_.eof()) { // the last line needs no end
+    const auto size = static_cast<std::size_t>(stream_->gcount());
+    if (stream_->eof()) { // the last line needs no end
         line = {buffer_.get(), size};
         return size == 0 ? Status::End : Status::Line;
     }
-    if (file_.fail()) {
-        file_.clear();
-        file_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    if (stream_->fail()) {
+        stream_->clear();
+        stream_->ignore(std::numeric_limits<std::streamsize>::max(), '\n');
         return Status::TooLong;
     }
     line = {buffer_.get(), size - 1};

@@ -37,7 +37,7 @@ class RecordWriter {
     std::uint64_t size_ = 0;
 };
 
-/// Reads a file line by line.
+/// Reads text line by line.
 class LineReader {
   public:
     /// No line of text that means anything is longer; without a bound a file without line ends
@@ -45,6 +45,13 @@ class LineReader {
     static constexpr std::size_t kLongestLine = std::size_t{16} << 20;
 
     enum class Status { Line, TooLong, End, Error };
+
+    LineReader() = default;
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    /// Reads from a stream that outlives the reader instead of from a file.
+    explicit LineReader(std::istream& stream) : stream_(&stream) {}
 
     /// Returns false if the file cannot be opened.
     bool open(const std::string& path);
@@ -55,7 +62,8 @@ class LineReader {
 
   private:
     std::ifstream file_;
-    std::unique_ptr<char[]> buffer_;
+    std::istream* stream_ = &file_;
+    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(kLongestLine + 1);
 };
 
 /// Whether both paths lead to one regular file: what reads the first and writes the second would

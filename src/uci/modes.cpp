@@ -1,5 +1,6 @@
 #include "uci/modes.h"
 
+#include "base/files.h"
 #include "base/output.h"
 #include "base/parse.h"
 #include "eval/endgame.h"
@@ -56,9 +57,11 @@ int evalTraceMode(Arguments arguments) {
 
 /// Filter: a FEN a line in, annotations after a semicolon ignored; its end-game scale out.
 int egScaleMode(Arguments) {
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        if (!gBoard.setFen(std::string_view(line).substr(0, line.find(';')))) {
+    using Status = Files::LineReader::Status;
+    Files::LineReader input(std::cin);
+    std::string_view line;
+    for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
+        if (status == Status::TooLong || !gBoard.setFen(line.substr(0, line.find(';')))) {
             Output::write(std::string(Messages::kEgScaleBadLine) + "\n");
             continue;
         }

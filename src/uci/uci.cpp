@@ -1,5 +1,6 @@
 #include "uci/uci.h"
 
+#include "base/files.h"
 #include "base/line.h"
 #include "base/output.h"
 #include "base/parse.h"
@@ -12,6 +13,7 @@
 #include "uci/options.h"
 
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -204,8 +206,8 @@ constexpr Command kCommands[] = {
 };
 
 /// Serves one line; returns false on "quit".
-bool serve(const std::string& line) {
-    Tokens tokens(line);
+bool serve(std::string_view line) {
+    Tokens tokens{std::string(line)};
     std::string word;
     tokens >> word;
     if (word == "quit")
@@ -219,9 +221,19 @@ bool serve(const std::string& line) {
     return true;
 }
 
-/// Cuts blanks, carriage returns and line feeds off the end.
-void trimEnd(std::string& line) {
-    line.erase(line.find_last_not_of(" \r\n") + 1);
+/// The same for a line that may ask for more memory than there is: an endless move list, perhaps.
+bool serveIfPossible(std::string_view line) {
+    try {
+        return serve(line);
+    } catch (const std::bad_alloc&) {
+        Line().add("info string ").add(Messages::kCommandNeedsMemory).print();
+        return true;
+    }
+}
+
+/// Without blanks, carriage returns and line feeds at the end.
+std::string_view trimmedEnd(std::string_view line) {
+    return line.substr(0, line.find_last_not_of(" \r\n") + 1);
 }
 
 } // namespace
@@ -234,10 +246,13 @@ void stopSearch() {
 void uciLoop() {
     initThreads();
     gPos.setFen(kStartFen);
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        trimEnd(line);
-        if (!line.empty() && !serve(line))
+    using Status = Files::LineReader::Status;
+    Files::LineReader input(std::cin);
+    std::string_view line;
+    for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
+        if (status == Status::TooLong)
+            infoString(std::string(Messages::kLineTooLong));
+        else if (!serveIfPossible(trimmedEnd(line)))
             break;
     }
     stopSearch();

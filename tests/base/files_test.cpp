@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -160,6 +161,20 @@ TEST(LineReader, TheLongestLineIsALineAndALongerOneIsSkippedWhole) {
               (Lines{"first", "<too long>", "next"}));
     EXPECT_EQ(linesOf(longest + "z\n" + longest + "z\nnext"),
               (Lines{"<too long>", "<too long>", "next"}));
+}
+
+TEST(LineReader, ReadsAStreamAsWell) {
+    std::istringstream stream("one\n\ntwo");
+    LineReader reader(stream);
+    std::string_view line;
+    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
+    EXPECT_EQ(line, "one");
+    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
+    EXPECT_EQ(line, "");
+    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
+    EXPECT_EQ(line, "two");
+    EXPECT_EQ(reader.next(line), LineReader::Status::End);
+    EXPECT_EQ(reader.next(line), LineReader::Status::End);
 }
 
 TEST(LineReader, OpensNoMissingFile) {
