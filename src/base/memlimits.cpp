@@ -50,24 +50,26 @@ struct Accounting {
 std::uint64_t roomIn(const std::string& folder, const Accounting& accounting) {
     std::uint64_t limit = kUnlimited;
     for (const std::string& name : accounting.limits)
-        limit = std::min(limit, numberIn(folder + name, kUnlimited));
+        limit = std::min(limit, numberIn(folder + "/" + name, kUnlimited));
     if (limit == kUnlimited)
         return kUnlimited;
-    std::uint64_t used = numberIn(folder + accounting.usage, 0);
+    std::uint64_t used = numberIn(folder + "/" + accounting.usage, 0);
     for (const std::string& key : accounting.cacheKeys)
-        used -= std::min(used, numberOf(folder + "memory.stat", key, 0));
+        used -= std::min(used, numberOf(folder + "/memory.stat", key, 0));
     return limit - std::min(limit, used);
 }
 
 /// What a group and all groups around it have left. Within a container the path may name groups
 /// that are not to be seen; those that are seen count.
-std::uint64_t roomAround(const std::string& root, std::string group, const Accounting& accounting) {
+std::uint64_t roomAround(const std::string& root, const std::string& group,
+                         const Accounting& accounting) {
+    std::string folder = root + accounting.mount + group;
     std::uint64_t room = kUnlimited;
-    for (;;) {
-        room = std::min(room, roomIn(root + accounting.mount + group + "/", accounting));
-        if (group.empty())
+    for (const std::size_t outermost = folder.size() - group.size();;
+         folder.erase(folder.rfind('/'))) {
+        room = std::min(room, roomIn(folder, accounting));
+        if (folder.size() <= outermost)
             return room;
-        group.erase(group.rfind('/'));
     }
 }
 

@@ -20,7 +20,7 @@ bool WorkerThread::start(std::function<void()> work) {
                pthread_create(&thread_, &attributes, run, function.get()) == 0;
     pthread_attr_destroy(&attributes);
     if (running_)
-        function.release(); // it is the thread's now
+        static_cast<void>(function.release()); // it is the thread's now
     return running_;
 }
 
