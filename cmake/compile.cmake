@@ -39,11 +39,23 @@ if(MORVANE_USES_PEXT)
   target_compile_definitions(morvane_options INTERFACE MORVANE_PEXT)
 endif()
 
-# Fixed addresses save an instruction at every look into a table. The thread sanitizer needs the
-# opposite.
+# What makes a mistake in the program hard to use for somebody else: addresses that differ from run to
+# run, relocations that nothing can change once the program runs, guarded return addresses (see
+# src/CMakeLists.txt), checked calls of the C library. The sanitizers bring checks of their own.
 if(NOT MORVANE_SANITIZE)
-  target_compile_options(morvane_options INTERFACE -fno-pie)
-  target_link_options(morvane_options INTERFACE -no-pie)
+  if(MORVANE_HARDEN)
+    target_compile_options(morvane_options INTERFACE -fPIE)
+    target_link_options(morvane_options INTERFACE -pie)
+    if(NOT APPLE) # where it is always so
+      target_link_options(morvane_options INTERFACE -Wl,-z,relro,-z,now)
+    endif()
+    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug") # the checks need an optimised build
+      target_compile_options(morvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    endif()
+  else()
+    target_compile_options(morvane_options INTERFACE -fno-pie)
+    target_link_options(morvane_options INTERFACE -no-pie)
+  endif()
 endif()
 
 # A profile says how often each branch was taken in a training run (scripts/build-profiled).

@@ -28,6 +28,10 @@ morvane_python_test(long_games 600)
 morvane_python_test(rules 600)
 morvane_python_test(games 900)
 
+if(MORVANE_HARDEN AND NOT MORVANE_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
+  morvane_python_test(hardening 60)
+endif()
+
 add_test(NAME executable.xboard_match
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/match/xboard_match.sh)
 set_tests_properties(executable.xboard_match PROPERTIES
