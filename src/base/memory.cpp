@@ -113,11 +113,14 @@ void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::siz
         auto* const begin = static_cast<std::byte*>(memory);
         for (std::size_t at = first * kFetchStep; at < size && !stop_; at += count * kFetchStep)
             if (madvise(begin + at, std::min(kFetchStep, size - at), MADV_POPULATE_WRITE) != 0)
-                return;
+                break;
+        --running_;
     };
     // A thread that the system does not give leaves its pages to their first use.
+    running_ = static_cast<int>(count);
     for (std::size_t i = 0; i < count; ++i)
-        threads_[i].start([=] { fetch(i); });
+        if (!threads_[i].start([=] { fetch(i); }))
+            --running_;
 #endif
 }
 

@@ -47,11 +47,15 @@ class PageFetcher {
     /// Returns when all pages are there.
     void wait();
 
+    /// Whether pages are still to come.
+    bool isRunning() const { return running_.load(std::memory_order_relaxed) > 0; }
+
   private:
     static constexpr std::size_t kMaxThreads = 16;
 
     std::array<WorkerThread, kMaxThreads> threads_;
     std::atomic<bool> stop_{false};
+    std::atomic<int> running_{0}; // threads
 };
 
 } // namespace SysMem

@@ -70,7 +70,7 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     thread.countQuiescenceNode();
     // Where dozens of pieces can take each other this may go on for minutes: the main search alone
     // would look at the clock too late.
-    if (thread.id == 0 && gTime.shouldStop(thread.nodes)) {
+    if (thread.id == 0 && timeIsUp(thread.nodes)) {
         gStopSearch = true;
         return 0;
     }

@@ -80,7 +80,7 @@ bool reachesLimit(Thread& thread) {
     const std::uint64_t nodes = thread.nodes.load(std::memory_order_relaxed);
     const SearchLimits& limits = thread.limits;
     const bool nodesSpent = limits.nodes >= 1 && nodes >= static_cast<std::uint64_t>(limits.nodes);
-    if (nodesSpent || gTime.shouldStop(nodes))
+    if (nodesSpent || timeIsUp(nodes))
         return true;
     if (nodes % TimeManager::kCheckInterval == 0 && limits.hasTime())
         reportProgress(thread);

@@ -2,6 +2,7 @@
 
 #include "search/score.h"
 #include "search/thread.h"
+#include "search/tt.h"
 
 #include <string>
 
@@ -36,6 +37,17 @@ extern std::int32_t kLMR[64][64];
 /// Whether the search has been told to end; asked at every node.
 inline bool stopped() {
     return gStopSearch.load(std::memory_order_relaxed);
+}
+
+/// Whether the time of the main thread, whose nodes these are, is up. As long as pages of the table
+/// are still to come a node may wait for one of them, a thousand times as long as usual: then the
+/// clock is read more often.
+inline bool timeIsUp(std::uint64_t nodes) {
+    constexpr std::uint64_t kOften = 64;
+    static_assert(TimeManager::kCheckInterval % kOften == 0);
+    if (nodes % kOften != 0)
+        return false;
+    return gTT.isFetchingPages() ? gTime.hardLimitHit() : gTime.shouldStop(nodes);
 }
 
 /// Score of a position searched to `depth` plies within a window, from the side to move's point of
