@@ -1,0 +1,57 @@
+#pragma once
+
+#include "search/tt.h"
+#include "uci/startup.h"
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string_view>
+
+/// What every fuzz target needs.
+namespace Fuzz {
+
+/// Ends the process, for the fuzzer to see, unless a property holds. The message goes to the
+/// descriptor itself, because some targets catch what is written to the streams.
+inline void require(bool holds, std::string_view property, std::string_view detail = {}) {
+    if (holds) [[likely]]
+        return;
+    dprintf(STDERR_FILENO, "violated: %.*s: %.*s\n", static_cast<int>(property.size()),
+            property.data(), static_cast<int>(detail.size()), detail.data());
+    std::abort();
+}
+
+/// For texts that name what is wrong and are empty otherwise.
+inline void requireNone(std::string_view faults, std::string_view property) {
+    require(faults.empty(), property, faults);
+}
+
+inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
+    return {reinterpret_cast<const char*>(data), size};
+}
+
+/// Fills the tables. The transposition table is made tiny: clearing it must cost nothing.
+inline void startEngine() {
+    initEngine();
+    gTT.resize(1);
+}
+
+/// Random numbers of a mutator.
+class Random {
+  public:
+    explicit Random(unsigned int seed) : generator_(seed) {}
+
+    std::size_t below(std::size_t limit) { return generator_() % limit; }
+    bool oneIn(std::size_t count) { return below(count) == 0; }
+    char from(std::string_view letters) { return letters[below(letters.size())]; }
+
+  private:
+    std::minstd_rand generator_;
+};
+
+} // namespace Fuzz
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
