@@ -1,6 +1,7 @@
 #include "capture.h"
 #include "eval/evaluate.h"
 #include "fen_mutator.h"
+#include "naive_number.h"
 #include "support.h"
 #include "tools/dataline.h"
 #include "tools/tune.h"
@@ -11,7 +12,6 @@
 #include <array>
 #include <cstring>
 #include <fstream>
-#include <limits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -43,32 +43,16 @@ std::string_view withoutBlanksInFront(std::string_view text) {
     return text;
 }
 
-/// A number of 32 bits with nothing but white space around it.
-bool readScore(const std::string& text, std::int32_t& out) {
-    constexpr const char* kSpaces = " \t\n\v\f\r";
-    const std::size_t first = text.find_first_not_of(kSpaces);
-    if (first == std::string::npos)
-        return false;
-    const std::string word = text.substr(first, text.find_last_not_of(kSpaces) + 1 - first);
-    const bool isSigned = word[0] == '-' || word[0] == '+';
-    const std::string digits = word.substr(isSigned ? 1 : 0);
-    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos)
-        return false;
-    const std::size_t leading = std::min(digits.find_first_not_of('0'), digits.size() - 1);
-    if (digits.size() - leading > 10)
-        return false;
-    const long long value = std::stoll(digits.substr(leading)) * (word[0] == '-' ? -1 : 1);
-    out = static_cast<std::int32_t>(value);
-    return value == out;
-}
-
 /// Reads what stands behind a result as nothing or a score.
 bool readRest(std::string_view rest, DataGenSample& out) {
     out.hasScore = !rest.empty();
     if (rest.empty())
         return out.fen.back() != ']'; // the result would be a score and the text before it a result
-    return rest.front() == '[' && rest.back() == ']' && rest.find('[', 1) == std::string::npos &&
-           readScore(std::string(rest.substr(1, rest.size() - 2)), out.score);
+    if (rest.front() != '[' || rest.back() != ']' || rest.find('[', 1) != std::string_view::npos)
+        return false;
+    const auto score = NaiveNumber::readStrictly(rest.substr(1, rest.size() - 2));
+    out.score = score.value_or(0);
+    return score.has_value();
 }
 
 /// Looks for a result with nothing but a score behind it.
