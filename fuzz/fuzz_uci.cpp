@@ -5,10 +5,13 @@
 #include "uci_grammar.h"
 #include "uci_model.h"
 
+#include <condition_variable>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <streambuf>
+#include <thread>
 
 /// The input is a stream of commands for the loop. A model of the loop says what has to be printed;
 /// what searches print must follow the protocol: one answer each, with a move and a line of moves
@@ -18,28 +21,72 @@ namespace {
 using Fuzz::require;
 using UciModel::Script;
 
-/// Standard input of the loop: hands out one line at a time and lets small searches end first.
-class Feed : public std::streambuf {
+/// The loop on a thread of its own, and its standard input. It lives through many streams: starting
+/// it costs as much as twenty of them.
+class Loop : private std::streambuf {
   public:
-    explicit Feed(const std::vector<UciModel::Line>& lines) : lines_(lines) {}
+    Loop() : before_(std::cin.rdbuf(this)) {
+        std::cin.clear();
+        thread_ = std::thread(uciLoop);
+    }
+    ~Loop() override {
+        {
+            const std::lock_guard lock(mutex_);
+            ended_ = true;
+            changed_.notify_all();
+        }
+        if (thread_.joinable()) // no "quit" has ended it
+            thread_.join();
+        std::cin.rdbuf(before_);
+    }
 
-    std::size_t unread() const { return lines_.size() - next_; }
+    /// Hands the lines out and returns when the loop asks for more, or ends.
+    void serve(const std::vector<UciModel::Line>& lines) {
+        std::unique_lock lock(mutex_);
+        lines_ = lines;
+        next_ = 0;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return next_ > lines_.size(); });
+    }
 
-  protected:
+    /// The same for a stream that ends with "quit". Returns how many lines were not read.
+    std::size_t serveToQuit(const std::vector<UciModel::Line>& lines) {
+        {
+            const std::lock_guard lock(mutex_);
+            lines_ = lines;
+            next_ = 0;
+            changed_.notify_all();
+        }
+        thread_.join();
+        return lines_.size() - next_;
+    }
+
+  private:
+    /// Hands out one line. Lets small searches end first.
     int_type underflow() override {
-        if (next_ > 0 && lines_[next_ - 1].awaitsSearch)
+        std::unique_lock lock(mutex_);
+        if (next_ > 0 && next_ <= lines_.size() && lines_[next_ - 1].awaitsSearch)
             gThreads.waitForSearchFinished();
-        if (next_ == lines_.size())
+        if (next_ == lines_.size()) {
+            ++next_; // all are served
+            changed_.notify_all();
+        }
+        changed_.wait(lock, [this] { return next_ < lines_.size() || ended_; });
+        if (next_ >= lines_.size())
             return traits_type::eof();
         line_ = lines_[next_++].text + '\n';
         setg(line_.data(), line_.data(), line_.data() + line_.size());
         return traits_type::to_int_type(line_.front());
     }
 
-  private:
-    const std::vector<UciModel::Line>& lines_;
-    std::size_t next_ = 0;
+    std::streambuf* before_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<UciModel::Line> lines_;
+    std::size_t next_ = 1; // one more than there are lines: all are served
+    bool ended_ = false;
     std::string line_;
+    std::thread thread_;
 };
 
 /// Compares what the loop printed with the script, line by line.
@@ -267,20 +314,22 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using UciModel::End;
     static UciModel::Model model;
-    const bool endsWithQuit = size % 2 == 0;
-    const Script script = model.run(Fuzz::textOf(data, size), endsWithQuit);
-    gTT.clear();
+    static std::unique_ptr<Loop> loop;
+    const End end = size % 64 == 0 ? End::Quit : size % 64 == 1 ? End::EndOfInput : End::Open;
+    const Script script = model.run(Fuzz::textOf(data, size), end);
 
     Capture output(stdout);
     Capture errors(stderr);
-    Feed feed(script.lines);
-    std::cin.clear();
-    std::streambuf* const before = std::cin.rdbuf(&feed);
-    uciLoop();
-    std::cin.rdbuf(before);
-
-    require(feed.unread() == (endsWithQuit ? 1 : 0), "the loop reads to its end and no further");
+    if (!loop)
+        loop = std::make_unique<Loop>();
+    if (end == End::Quit)
+        require(loop->serveToQuit(script.lines) == 1, "the loop reads to \"quit\" and no further");
+    else
+        loop->serve(script.lines);
+    if (end != End::Open)
+        loop.reset();
     check(script, output.take(), errors.take());
     return 0;
 }

@@ -21,14 +21,31 @@ constexpr int kMaxLines = 40;
 constexpr int kMaxHashMb = 8;
 constexpr int kMaxThreads = 4;
 constexpr int kMaxPoolChanges = 2;
+constexpr int kMaxAwaited = 2;
 constexpr int kMaxDivides = 3;
 constexpr int kMaxDividedMoves = 60; // beyond, as on boards full of queens, depth 1 must do
 
 // Searches are waited for if they are small ones of boards on which quiescence is small, too.
 constexpr int kAwaitedDepth = 2;
-constexpr int kAwaitedNodes = 400;
-constexpr int kAwaitedMs = 3;
+constexpr int kAwaitedNodes = 200;
+constexpr int kAwaitedMs = 1;
 constexpr int kAwaitedPhase = 26;
+
+// Commands that take milliseconds, because they make threads or fetch memory, are fed in one stream
+// of this many, and the benchmark, which takes ten times as long, in fewer still.
+constexpr std::uint64_t kCostlyShare = 16;
+constexpr std::uint64_t kBenchShare = 128;
+
+/// A number that follows from a text and nothing else.
+inline std::uint64_t digest(std::string_view text) {
+    std::uint64_t value = 0xCBF29CE484222325;
+    for (const char c : text)
+        value = (value ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    return value >> 32;
+}
+
+/// How a stream ends: most leave the loop waiting for the next one.
+enum class End { Open, Quit, EndOfInput };
 
 /// A line to be fed to the loop.
 struct Line {
@@ -147,17 +164,18 @@ class LimitReader {
 
 class Model {
   public:
-    Script run(std::string_view stream, bool endsWithQuit) {
+    Script run(std::string_view stream, End end) {
         script_ = {};
-        divides_ = poolChanges_ = benches_ = 0;
+        divides_ = awaited_ = poolChanges_ = benches_ = 0;
         quit_ = false;
+        digest_ = digest(stream);
         board().setFen(kStartFen);
         for (int count = 0; !stream.empty() && !quit_ && count < kMaxLines; ++count) {
-            const std::size_t end = std::min(stream.find('\n'), stream.size());
-            serve(std::string(stream.substr(0, end)));
-            stream.remove_prefix(std::min(end + 1, stream.size()));
+            const std::size_t size = std::min(stream.find('\n'), stream.size());
+            serve(std::string(stream.substr(0, size)));
+            stream.remove_prefix(std::min(size + 1, stream.size()));
         }
-        finish(endsWithQuit);
+        finish(end);
         return std::move(script_);
     }
 
@@ -201,9 +219,11 @@ class Model {
             divide(line, words);
         else if (command == "benchsearch")
             bench(line, words);
-        else
+        else if ((command != "uci" && command != "ucinewgame") || mayBeCostly())
             serveBounded(line, command, words);
     }
+
+    bool mayBeCostly() const { return digest_ % kCostlyShare == 0; }
 
     /// Commands of which none takes long.
     void serveBounded(const std::string& line, std::string_view command, const Words& words) {
@@ -292,7 +312,7 @@ class Model {
 
     void changePool(const std::string& line, const std::string& name, int value) {
         const int most = name == "hash" ? kMaxHashMb : kMaxThreads;
-        if (++poolChanges_ <= kMaxPoolChanges)
+        if (mayBeCostly() && ++poolChanges_ <= kMaxPoolChanges)
             feed(value <= most ? line
                                : "setoption name " + name + " value " + std::to_string(most));
     }
@@ -304,7 +324,8 @@ class Model {
                            (limits.movetime >= 1 && limits.movetime <= kAwaitedMs);
         const bool noDepth = !limits.infinite && limits.depth < 1;
         script_.searches.push_back({board().fen(), !noDepth && firstLegalMove(board()) != 0});
-        feed(line, small && !limits.infinite && board().phase <= kAwaitedPhase);
+        feed(line, small && !limits.infinite && board().phase <= kAwaitedPhase &&
+                       ++awaited_ <= kMaxAwaited);
     }
 
     static std::uint64_t leaves(Board& board, int depth) {
@@ -346,7 +367,7 @@ class Model {
     }
 
     void bench(const std::string& line, const Words& words) {
-        if (++benches_ > 1)
+        if (digest_ % kBenchShare != 0 || ++benches_ > 1)
             return;
         const bool isSmall = words.size() > 1 && (words[1] == "1" || words[1] == "+01");
         feed(isSmall ? line : "benchsearch 1");
@@ -355,10 +376,11 @@ class Model {
         expect("bench");
     }
 
-    /// Whatever went before, the loop must still answer and know its position. The options are set
-    /// back for the next stream. After "quit" nothing may be read.
-    void finish(bool endsWithQuit) {
-        for (const char* text : {"isready", "d", "setoption name Move Overhead value 10"})
+    /// Whatever went before, the loop must still answer and know its position. Then everything is
+    /// set back for the next stream. After "quit" nothing may be read.
+    void finish(End end) {
+        for (const char* text :
+             {"isready", "d", "stop", "setoption name Move Overhead value 10", "position startpos"})
             feed(text);
         expect("readyok");
         expectPosition();
@@ -366,14 +388,16 @@ class Model {
             for (const char* text :
                  {"setoption name Threads value 1", "setoption name Hash value 1"})
                 feed(text);
-        if (endsWithQuit)
+        if (end == End::Quit)
             for (const char* text : {"quit", "isready"})
                 feed(text);
     }
 
     Script script_;
     bool quit_ = false;
+    std::uint64_t digest_ = 0;
     int divides_ = 0;
+    int awaited_ = 0;
     int poolChanges_ = 0;
     int benches_ = 0;
 };
