@@ -33,6 +33,15 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// A number that follows from an input and nothing else: what is too costly to be done for every
+/// input is done for those where it is divisible by something.
+inline std::uint64_t digest(std::string_view text) {
+    std::uint64_t value = 0xCBF29CE484222325;
+    for (const char c : text)
+        value = (value ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    return value >> 32;
+}
+
 /// Fills the tables. The transposition table is made tiny: clearing it must cost nothing.
 inline void startEngine() {
     initEngine();

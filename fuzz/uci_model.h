@@ -3,6 +3,7 @@
 #include "board/movegen.h"
 #include "naive_fen.h"
 #include "naive_number.h"
+#include "support.h"
 
 #include <algorithm>
 #include <memory>
@@ -35,14 +36,6 @@ constexpr int kAwaitedPhase = 26;
 // of this many, and the benchmark, which takes ten times as long, in fewer still.
 constexpr std::uint64_t kCostlyShare = 16;
 constexpr std::uint64_t kBenchShare = 128;
-
-/// A number that follows from a text and nothing else.
-inline std::uint64_t digest(std::string_view text) {
-    std::uint64_t value = 0xCBF29CE484222325;
-    for (const char c : text)
-        value = (value ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-    return value >> 32;
-}
 
 /// How a stream ends: most leave the loop waiting for the next one.
 enum class End { Open, Quit, EndOfInput };
@@ -168,7 +161,7 @@ class Model {
         script_ = {};
         divides_ = awaited_ = poolChanges_ = benches_ = 0;
         quit_ = false;
-        digest_ = digest(stream);
+        digest_ = Fuzz::digest(stream);
         board().setFen(kStartFen);
         for (int count = 0; !stream.empty() && !quit_ && count < kMaxLines; ++count) {
             const std::size_t size = std::min(stream.find('\n'), stream.size());
