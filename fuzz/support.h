@@ -39,7 +39,7 @@ inline std::uint64_t digest(std::string_view text) {
     std::uint64_t value = 0xCBF29CE484222325;
     for (const char c : text)
         value = (value ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-    return value >> 32;
+    return (value * 0x9E3779B97F4A7C15) >> 32; // the last bytes reach the lower half alone
 }
 
 /// Fills the tables. The transposition table is made tiny: clearing it must cost nothing.
