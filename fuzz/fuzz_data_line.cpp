@@ -9,8 +9,8 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -194,6 +194,6 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
         FenMutator::change(line.substr(0, fields), random) + ' ' + std::string(line.substr(fields));
     if (changed.size() > maxSize)
         return LLVMFuzzerMutate(data, size, maxSize);
-    std::memcpy(data, changed.data(), changed.size());
+    std::copy(changed.begin(), changed.end(), data);
     return changed.size();
 }

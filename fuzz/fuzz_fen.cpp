@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <memory>
 
 /// The input is a FEN. A second reader says whether it is to be accepted and as what; what is
@@ -202,6 +201,6 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     const std::string fen = FenMutator::change(Fuzz::textOf(data, size), random);
     if (fen == Fuzz::textOf(data, size) || fen.size() > maxSize)
         return LLVMFuzzerMutate(data, size, maxSize);
-    std::memcpy(data, fen.data(), fen.size());
+    std::copy(fen.begin(), fen.end(), data);
     return fen.size();
 }

@@ -161,7 +161,9 @@ void checkText(const Board& board, const MoveList& moves, const std::string& tex
             "a text means the first generated move that fits", text);
 }
 
+/// The words of a text, and all of it.
 void checkTexts(const Board& board, const MoveList& moves, std::string_view text) {
+    checkText(board, moves, std::string(text));
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
         checkText(board, moves, std::string(text.substr(0, end)));

@@ -5,8 +5,8 @@
 #include "uci_grammar.h"
 #include "uci_model.h"
 
+#include <algorithm>
 #include <condition_variable>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <mutex>
@@ -107,7 +107,7 @@ class Reader {
 
     void end() const {
         require(plain_ == script_.output.size(), "every command is answered",
-                plain_ < script_.output.size() ? script_.output[plain_] : "");
+                plain_ < script_.output.size() ? script_.output[plain_].text : "");
         require(search_ == script_.searches.size(), "every search is answered");
     }
 
@@ -124,9 +124,11 @@ class Reader {
     }
 
     void expected(std::string_view found, std::string_view line) {
-        require(plain_ < script_.output.size() && script_.output[plain_] == found,
+        require(plain_ < script_.output.size() && script_.output[plain_].text == found,
                 "a line of output is the one that belongs here", line);
-        ++plain_;
+        const UciModel::Output& wanted = script_.output[plain_++];
+        require(search_ >= wanted.answeredAtLeast, "what disturbs a search ends it first", line);
+        require(search_ <= wanted.answeredAtMost, "an infinite search goes on", line);
     }
 
     bool isLegal(std::string_view name) const {
@@ -342,6 +344,6 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     const std::string text = changeLines(Fuzz::textOf(data, size), random);
     if (text.size() > maxSize)
         return LLVMFuzzerMutate(data, size, maxSize);
-    std::memcpy(data, text.data(), text.size());
+    std::copy(text.begin(), text.end(), data);
     return text.size();
 }

@@ -46,6 +46,13 @@ struct Line {
     bool awaitsSearch = false; // the line after it comes when the search has ended
 };
 
+/// A line that the loop is to print, and how many searches must and may have answered by then.
+struct Output {
+    std::string text;
+    std::size_t answeredAtLeast;
+    std::size_t answeredAtMost;
+};
+
 /// A search that the loop is to start.
 struct Search {
     std::string fen;
@@ -55,7 +62,7 @@ struct Search {
 /// All that a stream leads to.
 struct Script {
     std::vector<Line> lines;
-    std::vector<std::string> output; // lines that are not of a search
+    std::vector<Output> output; // lines that are not of a search
     std::string errors;
     std::vector<Search> searches;
 };
@@ -160,6 +167,7 @@ class Model {
     Script run(std::string_view stream, End end) {
         script_ = {};
         divides_ = awaited_ = poolChanges_ = benches_ = 0;
+        endSearch();
         quit_ = false;
         digest_ = Fuzz::digest(stream);
         board().setFen(kStartFen);
@@ -183,7 +191,16 @@ class Model {
         script_.lines.push_back({std::move(text), awaitsSearch});
     }
 
-    void expect(std::string line) { script_.output.push_back(std::move(line)); }
+    void expect(std::string line) {
+        const std::size_t begun = script_.searches.size();
+        script_.output.push_back({std::move(line), ended_, begun - (isInfinite_ ? 1 : 0)});
+    }
+
+    /// What happens before a command that disturbs searches.
+    void endSearch() {
+        ended_ = script_.searches.size();
+        isInfinite_ = false;
+    }
 
     void expectPosition() { expect("fen: " + board().fen()); }
 
@@ -221,6 +238,8 @@ class Model {
     /// Commands of which none takes long.
     void serveBounded(const std::string& line, std::string_view command, const Words& words) {
         feed(line);
+        if (command == "ucinewgame" || command == "position" || command == "stop")
+            endSearch();
         if (command == "uci")
             for (const char* text :
                  {"id name Morvane 0.11.0", "id author the Morvane developers",
@@ -305,9 +324,10 @@ class Model {
 
     void changePool(const std::string& line, const std::string& name, int value) {
         const int most = name == "hash" ? kMaxHashMb : kMaxThreads;
-        if (mayBeCostly() && ++poolChanges_ <= kMaxPoolChanges)
-            feed(value <= most ? line
-                               : "setoption name " + name + " value " + std::to_string(most));
+        if (!mayBeCostly() || ++poolChanges_ > kMaxPoolChanges)
+            return;
+        endSearch();
+        feed(value <= most ? line : "setoption name " + name + " value " + std::to_string(most));
     }
 
     void go(const std::string& line, std::string_view rest) {
@@ -315,7 +335,9 @@ class Model {
         const bool small = (limits.depth <= kAwaitedDepth) ||
                            (limits.nodes >= 1 && limits.nodes <= kAwaitedNodes) ||
                            (limits.movetime >= 1 && limits.movetime <= kAwaitedMs);
+        endSearch();
         const bool noDepth = !limits.infinite && limits.depth < 1;
+        isInfinite_ = limits.infinite;
         script_.searches.push_back({board().fen(), !noDepth && firstLegalMove(board()) != 0});
         feed(line, small && !limits.infinite && board().phase <= kAwaitedPhase &&
                        ++awaited_ <= kMaxAwaited);
@@ -362,6 +384,7 @@ class Model {
     void bench(const std::string& line, const Words& words) {
         if (digest_ % kBenchShare != 0 || ++benches_ > 1)
             return;
+        endSearch();
         const bool isSmall = words.size() > 1 && (words[1] == "1" || words[1] == "+01");
         feed(isSmall ? line : "benchsearch 1");
         for (int i = 1; i <= 10; ++i)
@@ -388,6 +411,8 @@ class Model {
 
     Script script_;
     bool quit_ = false;
+    std::size_t ended_ = 0;   // searches that have certainly ended
+    bool isInfinite_ = false; // the last one goes on until it is stopped
     std::uint64_t digest_ = 0;
     int divides_ = 0;
     int awaited_ = 0;
