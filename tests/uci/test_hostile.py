@@ -10,7 +10,8 @@ import unittest
 
 import grammar
 from client import START_FEN, Engine, EngineError, EngineTest, is_instrumented, run_mode
-from hostile_cases import BENCH_DEPTHS, ENDS, SECTIONS, Best, Case, decode
+from hostile_cases import (BASE, BENCH_DEPTHS, ENDS, LAST_MOVE, MATED, QUEENS, SECTIONS, Best,
+                           Case, decode)
 from rules import Position
 
 SEED = 20261121
@@ -197,6 +198,19 @@ class Pieces(HostileTest):
         self.check_answers(self.engine.answers(), [Best(START_FEN)])
         self.check_position(self.engine,
                             "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6 0 2")
+
+
+class Ready(HostileTest):
+    def test_during_any_search(self) -> None:
+        for threads in (1, 4, 8):
+            self.engine.send(f"setoption name Threads value {threads}")
+            for fen in (BASE, LAST_MOVE, MATED, f"{QUEENS[0]} w - - 0 1"):
+                with self.subTest(fen, threads=threads):
+                    self.engine.send(f"position fen {fen}", "go infinite")
+                    for _ in range(5):
+                        self.check_ready(self.engine)
+                        time.sleep(0.02)
+                    self.check_answers(self.engine.answers("stop"), [Best(fen)])
 
 
 class EndOfInput(HostileTest):
