@@ -18,6 +18,8 @@ from test_position import EMPTY_FEN, MISSING, bad_fen, illegal, unknown
 from test_protocol import PERFT_REFUSAL
 
 MEGABYTE = 1 << 20
+LONGEST_LINE = 16 << 20
+TOO_LONG = "задовгий рядок — пропущено"
 
 # Every field differs from the start position's.
 BASE = "r1bqk2r/pppp1ppp/2n2n2/2b1p3/2B1P3/2N2N2/PPPP1PPP/R1BQK2R b Kkq - 7 30"
@@ -197,6 +199,11 @@ def long_lines() -> list[Case]:
         line("go " + 100_000 * "infinite " + "\nstop", Best(BASE),
              name="go infinite 100,000 times"),
     ]
+    longest = "isready".ljust(LONGEST_LINE)
+    for text, answer in ((longest, "readyok"), (longest + " ", said(TOO_LONG)),
+                         ("position startpos".ljust(LONGEST_LINE + 1), said(TOO_LONG)),
+                         ("quit ".ljust(2 * LONGEST_LINE, "x"), said(TOO_LONG))):
+        cases.append(line(text, answer, name=f"{len(text)} bytes of {text[:8]}", repeat=False))
     game = long_game(6000)
     cases.append(line("position startpos moves " + " ".join(game), after=played(START_FEN, *game),
                       name="a game of 6,000 plies"))
@@ -817,6 +824,7 @@ ENDS: dict[bytes, list[Answer]] = {
     MEGABYTE * b"x": [],
     MEGABYTE * b"\x00": [],
     b"isready" + MEGABYTE * b" ": ["readyok"],
+    b"go infinite\n" + (LONGEST_LINE + 1) * b"x": [said(TOO_LONG), Best(START_FEN)],
     b"benchsearch 1": 10 * [re.compile(grammar.BENCH_POSITION)] + [re.compile(grammar.BENCH_TOTAL)],
 }
 
