@@ -4,6 +4,7 @@ before, the environment, the folder, the program's name or the language of the s
 import atexit
 import functools
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -76,11 +77,11 @@ class OneProcess(EngineTest):
         "a search that still runs": ["position startpos", "go infinite"],
         "a new game": ["ucinewgame"],
         "a game": ["position startpos moves " + 300 * "g1f3 g8f6 f3g1 f6g8 ", "go depth 5"],
-        "a full board": [f"position fen {QUEENS[0]} w - -", "go depth 3", "stop"],
+        "a full board": [f"position fen {QUEENS[0]} w - -", "go infinite", "stop"],
         "mate": ["position startpos moves f2f3 e7e5 g2g4 d8h4", "go depth 3"],
         "refusals": ["position x", "setoption name Hash value x", "perft 0", "xyzzy"],
         "a perft": ["perft 3"],
-        "more threads and back": ["setoption name Threads value 8", "go depth 6", "stop",
+        "more threads and back": ["setoption name Threads value 8", "go depth 6",
                                   "setoption name Threads value 1"],
         "more threads": ["setoption name Threads value 3", "go depth 6"],
         "another table and back": ["setoption name Hash value 1", "go depth 6",
@@ -96,10 +97,14 @@ class OneProcess(EngineTest):
         engine = self.start(**options)
         for name, commands in self.BEFORE.items():
             with self.subTest(name):
-                engine.send(*commands, f"benchsearch {DEPTH}")
-                totals = 1 + sum(command.startswith("benchsearch") for command in commands)
-                for _ in range(totals):
-                    lines = engine.read_until(grammar.BENCH_TOTAL, DEADLINE)
+                for command in commands:
+                    if re.match("go (?!infinite)", command):
+                        engine.search(command, deadline=DEADLINE)
+                    else:
+                        engine.send(command)
+                engine.answers(deadline=DEADLINE)
+                engine.send(f"benchsearch {DEPTH}")
+                lines = engine.read_until(grammar.BENCH_TOTAL, DEADLINE)
                 self.assertEqual(without_times(lines[-11:]), usual())
 
     def test_session(self) -> None:

@@ -19,7 +19,7 @@ from test_position import bad_fen, illegal, unknown
 
 SECONDS = float(os.environ.get("MORVANE_STRESS_SECONDS", "24"))
 THREADS = (1, 2, 4, 8)
-COMMANDS = 80  # of a session
+COMMANDS = 120  # of a session
 MOST_QUEENS = 6  # captures among more of them go on for long after a limit
 
 
