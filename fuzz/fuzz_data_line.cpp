@@ -130,9 +130,9 @@ void checkExport(std::string_view line, const Board& board, const DataGenSample&
     static const MemoryFile in;
     static const MemoryFile out;
     std::ofstream(in.path, std::ios::binary) << line;
-    Capture errors(stderr);
+    const Capture errors(STDERR_FILENO);
     require(runFeatureExport(in.path, out.path) == 0, "a line is exported");
-    require(errors.take() == "featureexport: 1 позицій, 0 невалідних, 1082 параметрів\n",
+    require(errors.text() == "featureexport: 1 позицій, 0 невалідних, 1082 параметрів\n",
             "the export counts its lines");
     Tune::Trace trace;
     std::string result;

@@ -142,12 +142,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string message = readNaively(arguments, wanted);
 
     DataGenConfig config;
-    Capture output(stdout);
-    Capture errors(stderr);
+    const Capture output(STDOUT_FILENO);
+    const Capture errors(STDERR_FILENO);
     const bool accepted = parseDataGenArgs(arguments, config);
     require(accepted == message.empty(), "both readers accept the same arguments");
-    require(errors.take() == message, "what is refused is told", message);
-    require(output.take().empty(), "standard output stays empty");
+    require(errors.text() == message, "what is refused is told", message);
+    require(output.text().empty(), "standard output stays empty");
     if (accepted)
         require(fieldsOf(config) == fieldsOf(wanted), "both readers set the same options");
     return 0;

@@ -322,8 +322,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const End end = size % 64 == 0 ? End::Quit : size % 64 == 1 ? End::EndOfInput : End::Open;
     const Script script = model.run(Fuzz::textOf(data, size), end);
 
-    Capture output(stdout);
-    Capture errors(stderr);
+    const Capture output(STDOUT_FILENO);
+    const Capture errors(STDERR_FILENO);
     if (!loop)
         loop = std::make_unique<Loop>();
     if (end == End::Quit)
@@ -332,7 +332,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         loop->serve(script.lines);
     if (end != End::Open)
         loop.reset();
-    check(script, output.take(), errors.take());
+    check(script, output.text(), errors.text());
     return 0;
 }
 

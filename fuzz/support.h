@@ -14,13 +14,15 @@
 /// What every fuzz target needs.
 namespace Fuzz {
 
-/// Ends the process, for the fuzzer to see, unless a property holds. The message goes to the
-/// descriptor itself, because some targets catch what is written to the streams.
+/// Standard error as it is at the start: some targets catch what is written to it later.
+inline const int kReports = dup(STDERR_FILENO);
+
+/// Ends the process, for the fuzzer to see, unless a property holds.
 inline void require(bool holds, std::string_view property, std::string_view detail = {}) {
     if (holds) [[likely]]
         return;
-    dprintf(STDERR_FILENO, "violated: %.*s: %.*s\n", static_cast<int>(property.size()),
-            property.data(), static_cast<int>(detail.size()), detail.data());
+    dprintf(kReports, "violated: %.*s: %.*s\n", static_cast<int>(property.size()), property.data(),
+            static_cast<int>(detail.size()), detail.data());
     std::abort();
 }
 
