@@ -1,34 +1,105 @@
 """Plays games between two engines under clocks, as strictly as a human referee would.
 
-A move must stand in the move list of a third engine process and be legal by rules that share
-nothing with the engine; after it, both must agree about the position.
+A move must be legal by a rules library that shares nothing with the engine, and so must every
+variation that an engine prints.  Who exceeds the clock has lost.
+
+A busy machine may keep a processor from an engine or from the referee.  How long it did in each move
+is measured and shown; a referee told to be lenient forgives an engine that much and no more.
 """
 
 from __future__ import annotations
 
 import dataclasses
+import os
+import re
+import threading
 import time
-from collections import Counter
+from collections import Counter, defaultdict
 
+import grammar
 from client import Engine
-from rules import Position, square_of
+from library import Rules
 
 LONGEST_GAME = 400  # plies; then a draw
 HANGING = 120.0  # seconds without an answer
+NAP = 0.002  # seconds between two looks at the machine
+USUAL_LATENESS = 0.0005  # seconds by which any sleep ends too late
+
+ILLEGAL_MOVE = "illegal move"
+FORFEIT = "forfeit"
+LATE_BY_THE_MACHINE = "move too late by no more than the machine's delay"
+MALFORMED_LINE = "malformed line"
+ILLEGAL_VARIATION = "illegal variation"
+ANOTHER_MOVE = "move other than the last variation's"
+BACKWARDS = "count that runs backwards"
 
 
 @dataclasses.dataclass
-class Clock:
-    """Milliseconds, as an engine is told them."""
+class Control:
+    """A time control in milliseconds: for a number of moves, after which it is given again, or for
+    the whole game."""
 
-    left: float
-    increment: float
-    overdrawn: float = 0.0  # the most that a move took beyond the clock
+    base: float
+    increment: float = 0.0
+    moves: int = 0
+
+    def __str__(self) -> str:
+        moves = f"{self.moves} moves in " if self.moves else ""
+        return f"{moves}{self.base:.0f} + {self.increment:.0f} ms"
+
+
+class Clock:
+    def __init__(self, control: Control) -> None:
+        self.control = control
+        self.left = control.base
+        self.played = 0
+        self.reserve = control.base  # the least that was left after a move, below 0 if too late
+
+    def moves_to_go(self) -> int:
+        return self.control.moves - self.played % self.control.moves
 
     def spend(self, used: float) -> None:
-        self.overdrawn = max(self.overdrawn, used - self.left)
-        # A move too late is reported, not punished: the machine may have been busy.
-        self.left = max(self.left - used, 1.0) + self.increment
+        self.reserve = min(self.reserve, self.left - used)
+        self.left = max(self.left - used, 1.0) + self.control.increment
+        self.played += 1
+        if self.control.moves and self.played % self.control.moves == 0:
+            self.left += self.control.base
+
+
+class Watchdog(threading.Thread):
+    """Sleeps and looks how late it is woken: so late the referee itself may be."""
+
+    def __init__(self) -> None:
+        super().__init__(daemon=True)
+        self.delay = 0.0  # milliseconds, over all its life
+        self._ended = threading.Event()
+        self.start()
+
+    def run(self) -> None:
+        while True:
+            start = time.monotonic()
+            if self._ended.wait(NAP):
+                return
+            late = time.monotonic() - start - NAP
+            if late > USUAL_LATENESS:
+                self.delay += late * 1000
+
+    def end(self) -> None:
+        self._ended.set()
+        self.join()
+
+
+def waits(engine: Engine) -> dict[str, float]:
+    """Milliseconds that each thread of the engine was ready to run and had no processor."""
+    found = {}
+    folder = f"/proc/{engine.pid}/task"
+    for task in os.listdir(folder) if os.path.isdir(folder) else []:
+        try:
+            with open(f"{folder}/{task}/schedstat", encoding="ascii") as file:
+                found[task] = int(file.read().split()[1]) / 1e6
+        except OSError:
+            pass  # the thread has ended, or this system does not tell
+    return found
 
 
 @dataclasses.dataclass
@@ -39,74 +110,127 @@ class Game:
     clocks: list[Clock]
 
     def __str__(self) -> str:
-        overdrawn = max(clock.overdrawn for clock in self.clocks)
-        late = f", {overdrawn:.0f} ms too late" if overdrawn > 0 else ""
-        return f"{self.result} by {self.reason} after {len(self.moves)} plies{late}"
-
-
-class RuleBroken(AssertionError):
-    """An engine or the judge did what the rules of chess do not allow."""
+        reserve = min(clock.reserve for clock in self.clocks)
+        return (f"{self.result} by {self.reason} after {len(self.moves)} plies,"
+                f" least reserve {reserve:.1f} ms")
 
 
 class Referee:
-    def __init__(self, players: tuple[Engine, Engine], judge: Engine, fen: str) -> None:
-        self.players = players  # White first
-        self.judge = judge
-        self.fen = fen
-        self.moves: list[str] = []
-        self.position = Position(fen)
-        self.quiet_plies = self.position.clock
-        self.seen = Counter([self.position.repetition_key()])
+    def __init__(self, rules: Rules, lenient: bool = False) -> None:
+        self.rules = rules
+        self.lenient = lenient
+        self.faults: dict[str, list[str]] = defaultdict(list)
+        self.games = self.moves = self.lines = self.variations = 0
+        self.reserve = float("inf")
+        self.longest_delay = 0.0
 
-    def command(self) -> str:
-        moves = " moves " + " ".join(self.moves) if self.moves else ""
-        return f"position fen {self.fen}{moves}"
+    def summary(self) -> str:
+        kinds = (ILLEGAL_MOVE, FORFEIT, LATE_BY_THE_MACHINE, MALFORMED_LINE, ILLEGAL_VARIATION,
+                 ANOTHER_MOVE, BACKWARDS)
+        return (f"{self.games} games, {self.moves} moves, {self.lines} lines,"
+                f" {self.variations} variations; "
+                + ", ".join(f"{kind}: {len(self.faults[kind])}" for kind in kinds)
+                + f"; least reserve {self.reserve:.1f} ms,"
+                f" longest delay of the machine within a move {self.longest_delay:.1f} ms")
 
-    def play(self, milliseconds: float, increment: float) -> Game:
-        clocks = [Clock(milliseconds, increment), Clock(milliseconds, increment)]
-        for player in self.players:
+    # --- a game ---
+
+    def play(self, players: tuple[Engine, Engine], fen: str, control: Control) -> Game:
+        """White comes first among the players."""
+        clocks = [Clock(control), Clock(control)]
+        moves: list[str] = []
+        position = self.rules.play(fen, [])
+        seen = Counter([repetition_key(position.fen)])
+        for player in players:
             player.answers("ucinewgame")
-        while not (end := self.end()):
-            self.make(self.ask(clocks))
-        return Game(*end, self.moves, clocks)
+        watchdog = Watchdog()
+        while not (end := self.end(position, seen, len(moves))):
+            side = 0 if " w " in position.fen else 1
+            lost = ("0-1", "1-0")[side]
+            command = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
+            lines, in_time = self.ask(players[side], command, clocks, side, watchdog)
+            move = lines[-1].removeprefix("bestmove ")
+            self.judge_lines(lines, command, position.fen)
+            if not in_time:
+                end = lost, FORFEIT
+                break
+            after = self.rules.play(position.fen, [move])
+            if not after.legal:
+                self.note(ILLEGAL_MOVE, move, command)
+                end = lost, ILLEGAL_MOVE
+                break
+            position = after
+            moves.append(move)
+            seen[repetition_key(position.fen)] += 1
+        watchdog.end()
+        self.games += 1
+        self.moves += len(moves)
+        self.reserve = min(self.reserve, *(clock.reserve for clock in clocks))
+        return Game(*end, moves, clocks)
 
-    def ask(self, clocks: list[Clock]) -> str:
-        side = 0 if self.position.white else 1
-        white, black = (max(int(clock.left), 1) for clock in clocks)
-        increments = f"winc {clocks[0].increment:.0f} binc {clocks[1].increment:.0f}"
-        start = time.monotonic()
-        go = f"go wtime {white} btime {black} {increments}"
-        move = self.players[side].best_move(self.command(), go, deadline=HANGING)
-        clocks[side].spend((time.monotonic() - start) * 1000)
-        return move
-
-    def make(self, move: str) -> None:
-        where = f"{self.position.fen()}, game {self.command()}"
-        if move not in self.judge.legal_moves() or move not in self.position.legal_moves():
-            raise RuleBroken(f"illegal move {move} in {where}")
-        pieces, pawn = len(self.position.board), self.position.board[square_of(move)] in "Pp"
-        self.position.play(move)
-        quiet = len(self.position.board) == pieces and not pawn
-        self.quiet_plies = self.quiet_plies + 1 if quiet else 0
-        self.moves.append(move)
-        self.seen[self.position.repetition_key()] += 1
-
-    def end(self) -> tuple[str, str] | None:
+    @staticmethod
+    def end(position, seen: Counter, plies: int) -> tuple[str, str] | None:
         """Result and reason if the game is over here."""
-        said = self.judge.answers(self.command())
-        if said or self.judge.fen() != self.position.fen():
-            raise RuleBroken(f"the judge is elsewhere: {said}, {self.command()}")
-        legal = self.position.legal_moves()
-        if sorted(legal) != sorted(self.judge.legal_moves()):
-            raise RuleBroken(f"the judge knows other moves in {self.position.fen()}")
-        if not legal and self.position.in_check():
-            return ("0-1" if self.position.white else "1-0"), "mate"
-        draws = {
-            "stalemate": not legal,
-            "insufficient material": self.position.is_dead(),
-            "threefold repetition": self.seen[self.position.repetition_key()] >= 3,
-            "the fifty-move rule": self.quiet_plies >= 100,
-            "length": len(self.moves) >= LONGEST_GAME,
-        }
-        reason = next((reason for reason, met in draws.items() if met), None)
+        if position.end == "mate":
+            return ("0-1" if " w " in position.fen else "1-0"), "mate"
+        reason = position.end
+        if not reason and seen[repetition_key(position.fen)] >= 3:
+            reason = "threefold repetition"
+        if not reason and plies >= LONGEST_GAME:
+            reason = "length"
         return ("1/2-1/2", reason) if reason else None
+
+    def ask(self, player: Engine, command: str, clocks: list[Clock], side: int,
+            watchdog: Watchdog) -> tuple[list[str], bool]:
+        """What the player says of the position, and whether it says it in time."""
+        white, black = (max(int(clock.left), 1) for clock in clocks)
+        clock, control = clocks[side], clocks[side].control
+        go = f"go wtime {white} btime {black}"
+        if control.increment:
+            go += f" winc {control.increment:.0f} binc {control.increment:.0f}"
+        if control.moves:
+            go += f" movestogo {clock.moves_to_go()}"
+        waited, delayed = waits(player), watchdog.delay
+        start = time.monotonic()
+        lines = player.search(command, go, deadline=HANGING)
+        used = (time.monotonic() - start) * 1000
+        waited = max((wait - waited.get(task, 0.0) for task, wait in waits(player).items()),
+                     default=0.0)
+        delay = max(waited, watchdog.delay - delayed)
+        self.longest_delay = max(self.longest_delay, delay)
+        late = used - clock.left
+        clock.spend(used)
+        if late <= 0:
+            return lines, True
+        excused = self.lenient and late <= delay
+        self.note(LATE_BY_THE_MACHINE if excused else FORFEIT,
+                  f"{late:.1f} ms too late, machine's delay {delay:.1f} ms", f"{command}, {go}")
+        return lines, excused
+
+    # --- what a player says ---
+
+    def judge_lines(self, lines: list[str], command: str, fen: str) -> None:
+        self.lines += len(lines)
+        nodes = clock = 0
+        variation: list[str] = []
+        for line in lines:
+            if not grammar.is_protocol(line):
+                self.note(MALFORMED_LINE, repr(line), command)
+            if counts := re.search(r" nodes (\d+) .* time (\d+)", line):
+                if int(counts[1]) < nodes or int(counts[2]) < clock:
+                    self.note(BACKWARDS, line, command)
+                nodes, clock = int(counts[1]), int(counts[2])
+            if " pv " in line:
+                variation = line.partition(" pv ")[2].split()
+                self.variations += 1
+                if not self.rules.is_legal(fen, variation):
+                    self.note(ILLEGAL_VARIATION, line, command)
+        if variation and lines[-1] != f"bestmove {variation[0]}":
+            self.note(ANOTHER_MOVE, lines[-1], f"{command}, variation {variation}")
+
+    def note(self, kind: str, what: str, where: str) -> None:
+        self.faults[kind].append(f"{what} at {where}")
+
+
+def repetition_key(fen: str) -> str:
+    return " ".join(fen.split()[:4])

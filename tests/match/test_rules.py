@@ -1,20 +1,25 @@
-"""The referee's rules and the engine's moves agree: each would show the other's mistakes."""
+"""The rules of the tests and the engine's moves agree, and a library agrees with both: each would
+show the others' mistakes."""
 
 import os
 import random
 import unittest
 
 from client import START_FEN, EngineTest
+from library import Rules
 from rules import Position
 
 DATA = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "data")
 
 
+def lines_of(name: str) -> list[str]:
+    with open(os.path.join(DATA, name), encoding="utf-8") as file:
+        return [line for line in file.read().splitlines() if not line.startswith("#")]
+
+
 class Agreement(EngineTest):
     def test_moves_of_many_positions(self) -> None:
-        with open(os.path.join(DATA, "positions.epd"), encoding="utf-8") as file:
-            fens = file.read().splitlines()
-        for fen in fens:
+        for fen in lines_of("positions.epd"):
             self.engine.send(f"position fen {fen}")
             self.assertEqual(self.engine.fen(), fen)
             moves = Position(fen).legal_moves()
@@ -37,6 +42,45 @@ class Agreement(EngineTest):
                 self.assertEqual(self.engine.fen(), position.fen())
                 legal = sorted(position.legal_moves())
                 self.assertEqual(sorted(self.engine.legal_moves()), legal)
+
+
+class AgreementOfTheLibrary(EngineTest):
+    def setUp(self) -> None:
+        super().setUp()
+        self.rules = Rules()
+        self.addCleanup(self.rules.close)
+
+    def test_moves_of_many_positions(self) -> None:
+        for fen in lines_of("positions.epd"):
+            self.engine.send(f"position fen {fen}")
+            moves = self.engine.legal_moves()
+            self.assertEqual(self.rules.play(fen, []).moves, len(moves), fen)
+            for move in moves:
+                self.assertTrue(self.rules.is_legal(fen, [move]), f"{move} in {fen}")
+
+    def test_openings(self) -> None:
+        openings = lines_of("openings.epd")
+        self.assertGreaterEqual(len(set(openings)), 40)
+        for fen in openings:
+            self.assertEqual(self.engine.answers(f"position fen {fen}"), [])
+            self.assertEqual(self.engine.fen(), fen)
+            self.assertEqual(self.rules.play(fen, []).fen, fen)
+
+    def test_random_games(self) -> None:
+        """Rules that step from position to position and the library that plays a game agree."""
+        rng = random.Random(20240302)
+        for game in range(50):
+            position, moves = Position(START_FEN), []
+            while len(moves) < 200 and position.clock < 100 and (legal := position.legal_moves()):
+                moves.append(rng.choice(sorted(legal)))
+                position.play(moves[-1])
+            with self.subTest(game=game):
+                told = self.rules.play(START_FEN, moves)
+                self.assertEqual(told.legal, len(moves))
+                self.assertEqual(told.moves, len(position.legal_moves()))
+                ours, theirs = position.fen().split(), told.fen.split()
+                self.assertEqual(ours[:3] + ours[5:], theirs[:3] + theirs[5:])
+                self.assertEqual(position.repetition_key().split()[-1], theirs[3])
 
 
 class Ends(unittest.TestCase):
