@@ -4,18 +4,20 @@ second thread, and how fast the engine starts, answers and stops.
 
     measure.py nodes ENGINE [OTHER ...]   nodes per processor second, in turn, medians and ratios
     measure.py threads ENGINE             nodes per second of two threads against one
-    measure.py latency ENGINE             start to "uciok", "isready" in a search, "stop" to "bestmove"
+    measure.py latency ENGINE             start to "uciok"; with 1, 2 and 4 threads "isready" in a search
+                                          and "stop" to "bestmove", at varying moments of 2,000 searches
     measure.py compare ENGINE OTHER ...   processor time of "benchsearch" in turn, ratios to the first
     measure.py instructions ENGINE        instructions per node of "benchsearch", by function and source
                                           file (callgrind knows no newer instructions than those of
                                           -DMORVANE_ARCH=x86-64-v3; for files add -g)
     measure.py hash ENGINE [MIB ...]      time to size and clear the table, and what the next search finds
 
-Machines are shared and noisy: every figure is a median of several runs, and engines are compared
-within one run, in turn. Two threads need two idle cores to show anything."""
+Machines are shared and noisy: speeds are medians of several runs, and engines are compared within
+one run, in turn. Threads need as many idle cores to show anything."""
 
 import collections
 import os
+import random
 import re
 import resource
 import statistics
@@ -38,6 +40,9 @@ MOVE_TIME_MS = 500
 LONG_SEARCH_MS = 3000
 SHORT_SEARCH_MS = 100
 COMPARED_RUNS = 15
+STARTS = 100
+STOPS = 2000
+STOPPED_WITHIN_SECONDS = 0.04
 INSTRUCTION_DEPTH = 8
 WARM_UP_SECONDS = 3  # a GiB
 PAGES_SECONDS = 0.2
@@ -166,28 +171,41 @@ def threads(path):
 
 
 def report_times(what, seconds):
-    print(f"{what}: median {statistics.median(seconds) * 1e3:.2f} ms,"
-          f" longest {max(seconds) * 1e3:.2f} ms")
+    times = sorted(1e3 * x for x in seconds)
+    print(f"{what}: median {statistics.median(times):.2f} ms,"
+          f" 99 % within {times[(len(times) * 99 + 99) // 100 - 1]:.2f} ms,"
+          f" longest {times[-1]:.2f} ms, {len(times)} times", flush=True)
+
+
+def answer_time(engine, command, answer):
+    begin = time.perf_counter()
+    engine.send(command)
+    engine.until(answer)
+    return time.perf_counter() - begin
 
 
 def latency(path):
-    starts, answers, stops = [], [], []
-    for _ in range(30):
+    starts = []
+    for _ in range(STARTS):
         engine = Engine(path)
         starts.append(engine.uciok)
-        engine.send("go infinite")
-        time.sleep(0.1)
-        begin = time.perf_counter()
-        engine.ready()
-        answers.append(time.perf_counter() - begin)
-        begin = time.perf_counter()
-        engine.send("stop")
-        engine.until("bestmove")
-        stops.append(time.perf_counter() - begin)
         engine.close()
     report_times('start of the process to "uciok"', starts)
-    report_times('"isready" to "readyok" in a search', answers)
-    report_times('"stop" to "bestmove"', stops)
+    for count in (1, 2, 4):
+        engine = Engine(path, [("Threads", count)])
+        answers, stops = [], []
+        moments = random.Random(count)
+        for number in range(STOPS):
+            engine.send(f"position fen {POSITIONS[number % len(POSITIONS)]}")
+            engine.send("go infinite")
+            if number % 10:  # every tenth is stopped at once
+                time.sleep(moments.uniform(0, STOPPED_WITHIN_SECONDS))
+                if number % 2:
+                    answers.append(answer_time(engine, "isready", "readyok"))
+            stops.append(answer_time(engine, "stop", "bestmove"))
+        engine.close()
+        report_times(f'"isready" to "readyok" in a search with {count} threads', answers)
+        report_times(f'"stop" to "bestmove" with {count} threads', stops)
 
 
 def user_seconds(command):
