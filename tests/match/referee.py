@@ -3,8 +3,8 @@
 A move must be legal by a rules library that shares nothing with the engine, and so must every
 variation that an engine prints.  Who exceeds the clock has lost.
 
-A busy machine may keep a processor from an engine or from the referee.  How long it did in each move
-is measured and shown; a referee told to be lenient forgives an engine that much and no more.
+A busy machine may keep a processor from an engine or from the referee.  For how long it did so in
+each move is measured and shown; a referee told to be lenient forgives that much and no more.
 """
 
 from __future__ import annotations

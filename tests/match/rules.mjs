@@ -5,8 +5,8 @@
 //
 // plays the moves up to the first one that is illegal or badly written. The answer tells how many
 // were played ("legal"), and of the position reached its "fen", the number of its legal "moves" and
-// how it ends the game, if it does ("end"). The FEN names an en-passant square only where a pawn may
-// capture there, so that equal positions have equal first fields.
+// how it ends the game, if it does ("end"). The FEN names an en-passant square only where a pawn
+// may capture there: positions with equal moves have equal first fields.
 //
 // Usage: node rules.mjs FOLDER, where the library lies in FOLDER/node_modules.
 

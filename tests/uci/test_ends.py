@@ -1,7 +1,7 @@
 """However the engine is told to end, it is gone at once and leaves nothing behind.
 
-The short form repeats every case 20 times, each at another moment.  MORVANE_REPETITIONS=1000 repeats
-them as often and prints the same figures: for a quiet machine.
+The short form repeats every case 20 times, each at another moment.  MORVANE_REPETITIONS=1000
+repeats them as often and prints the same figures: for a quiet machine.
 """
 
 from __future__ import annotations
