@@ -28,8 +28,11 @@ morvane_python_test(long_games 600)
 morvane_python_test(hostile 1800)
 morvane_python_test(stress 900)
 morvane_python_test(determinism 1200)
+morvane_python_test(ends 1200)
+morvane_python_test(limits 900)
 morvane_python_test(rules 600)
 morvane_python_test(games 900)
+morvane_python_test(never_late 900)
 
 if(MORVANE_HARDEN AND NOT MORVANE_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
   morvane_python_test(hardening 60)
@@ -43,5 +46,5 @@ set_tests_properties(executable.xboard_match PROPERTIES
   TIMEOUT 240)
 
 # Clocks run in these: nothing else should take the processors from them.
-set_tests_properties(executable.options executable.games executable.xboard_match PROPERTIES
-  RUN_SERIAL TRUE)
+set_tests_properties(executable.options executable.ends executable.games executable.never_late
+  executable.xboard_match PROPERTIES RUN_SERIAL TRUE)
