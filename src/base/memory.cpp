@@ -48,8 +48,9 @@ namespace {
 
 constexpr std::size_t kHugePage = 2 * kMiB;
 
-// Each of these steps takes about a millisecond: so soon a fetcher can stop.
-constexpr std::size_t kFetchStep = 4 * kHugePage;
+// A fetcher can stop after each of these steps: some 0.2 ms, and many times as long where the host
+// of a virtual machine must provide the page first.
+constexpr std::size_t kFetchStep = kHugePage;
 constexpr std::size_t kFetchedByOneThread = 256 * kMiB; // and more if there are too few threads
 
 // What the table leaves of the address space where that is limited: room for threads and for
