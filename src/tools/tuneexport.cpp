@@ -120,9 +120,9 @@ int runTuneParams() {
     int values[Tune::NPARAMS];
     Tune::initValues(values);
     bool written = Output::tryWrite("# Morvane tune params: index name value  (NPARAMS=" +
-                                 std::to_string(Tune::NPARAMS) + ")\n");
+                                    std::to_string(Tune::NPARAMS) + ")\n");
     for (int k = 0; k < Tune::NPARAMS && written; ++k)
         written = Output::tryWrite(std::to_string(k) + " " + Tune::paramName(k) + " " +
-                                std::to_string(values[k]) + "\n");
+                                   std::to_string(values[k]) + "\n");
     return written ? 0 : fail(std::string(Messages::kParamsNotWritten));
 }
