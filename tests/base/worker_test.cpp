@@ -3,22 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <stdexcept>
 
 #include <pthread.h>
 #include <sys/resource.h>
 
 namespace {
-
-/// Bytes of stack of the calling thread.
-std::size_t stackSize() {
-    pthread_attr_t attributes;
-    pthread_getattr_np(pthread_self(), &attributes);
-    std::size_t size = 0;
-    pthread_attr_getstacksize(&attributes, &size);
-    pthread_attr_destroy(&attributes);
-    return size;
-}
 
 /// Sets the soft limit for stacks; the old one returns at the end.
 class StackLimit {
@@ -62,6 +51,24 @@ TEST(WorkerThread, IsWaitedForAtTheEnd) {
     EXPECT_TRUE(done);
 }
 
+TEST(CallOnLargeStack, StaysOnAStackThatIsLargeEnough) {
+    const StackLimit limited(rlim_t{16} << 20);
+    pthread_t self{};
+    callOnLargeStack([&] { self = pthread_self(); });
+    EXPECT_TRUE(pthread_equal(self, pthread_self()));
+}
+
+#ifdef __linux__
+/// Bytes of stack of the calling thread.
+std::size_t stackSize() {
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    std::size_t size = 0;
+    pthread_attr_getstacksize(&attributes, &size);
+    pthread_attr_destroy(&attributes);
+    return size;
+}
+
 TEST(WorkerThread, HasItsStackWhateverTheLimits) {
     for (const rlim_t limit : {rlim_t{256} << 10, rlim_t{8} << 20, rlim_t{64} << 20}) {
         const StackLimit limited(limit);
@@ -73,18 +80,12 @@ TEST(WorkerThread, HasItsStackWhateverTheLimits) {
     }
 }
 
-TEST(CallOnLargeStack, StaysOnAStackThatIsLargeEnough) {
-    const StackLimit limited(rlim_t{16} << 20);
-    pthread_t self{};
-    callOnLargeStack([&] { self = pthread_self(); });
-    EXPECT_TRUE(pthread_equal(self, pthread_self()));
-}
-
 TEST(CallOnLargeStack, LeavesASmallOne) {
     const StackLimit limited(rlim_t{512} << 10);
     std::size_t size = 0;
     callOnLargeStack([&] { size = stackSize(); });
     EXPECT_GE(size, WorkerThread::kStackBytes);
 }
+#endif
 
 } // namespace
