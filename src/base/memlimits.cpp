@@ -38,7 +38,7 @@ std::uint64_t sum(std::uint64_t a, std::uint64_t b) {
     return a > kUnlimited - b ? kUnlimited : a + b;
 }
 
-/// How one version of control groups accounts for memory: file names, and names within a file.
+/// How one version of control groups accounts for memory: names of files, and names within one.
 struct Accounting {
     std::string mount; // where its groups are found
     std::string usage;
@@ -50,10 +50,10 @@ struct Accounting {
 std::uint64_t roomIn(const std::string& folder, const Accounting& accounting) {
     std::uint64_t limit = kUnlimited;
     for (const std::string& name : accounting.limits)
-        limit = std::min(limit, numberIn(folder + "/" + name, kUnlimited));
+        limit = std::min(limit, numberIn(folder + name, kUnlimited));
     if (limit == kUnlimited)
         return kUnlimited;
-    std::uint64_t used = numberIn(folder + "/" + accounting.usage, 0);
+    std::uint64_t used = numberIn(folder + accounting.usage, 0);
     for (const std::string& key : accounting.cacheKeys)
         used -= std::min(used, numberOf(folder + "/memory.stat", key, 0));
     return limit - std::min(limit, used);
@@ -77,12 +77,12 @@ std::uint64_t roomAround(const std::string& root, const std::string& group,
 /// "number:controllers:path", the path "/" for the outermost group.
 std::uint64_t roomInGroups(const std::string& root) {
     const Accounting version1 = {"/sys/fs/cgroup/memory",
-                                 "memory.usage_in_bytes",
-                                 {"memory.limit_in_bytes"},
+                                 "/memory.usage_in_bytes",
+                                 {"/memory.limit_in_bytes"},
                                  {"total_inactive_file", "total_active_file"}};
     const Accounting version2 = {"/sys/fs/cgroup",
-                                 "memory.current",
-                                 {"memory.max", "memory.high"},
+                                 "/memory.current",
+                                 {"/memory.max", "/memory.high"},
                                  {"inactive_file", "active_file"}};
     std::ifstream list(root + "/proc/self/cgroup");
     std::string line;

@@ -46,17 +46,26 @@ void applyHash(int value) {
         infoString(Messages::hashFailed(std::to_string(size)));
 }
 
+/// Makes the pool so large; returns false, and leaves it as it was, if the system refuses.
+bool resizePool(int count) {
+    try {
+        gThreads.set(static_cast<std::size_t>(count));
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 void applyThreads(int value) {
     stopSearch();
-    if (value <= gThreadCount || fitsInMemory(gTT.bytes(), static_cast<std::uint64_t>(value)))
-        try {
-            gThreads.set(static_cast<std::size_t>(value));
-            gThreadCount = value;
-            return;
-        } catch (const std::system_error&) {
-        } catch (const std::bad_alloc&) {
-        }
-    infoString(Messages::threadsFailed(std::to_string(value)));
+    const bool fits =
+        value <= gThreadCount || fitsInMemory(gTT.bytes(), static_cast<std::uint64_t>(value));
+    if (fits && resizePool(value))
+        gThreadCount = value;
+    else
+        infoString(Messages::threadsFailed(std::to_string(value)));
 }
 
 void applyMoveOverhead(int value) {
