@@ -1,6 +1,5 @@
 #include "base/output.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>

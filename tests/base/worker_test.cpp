@@ -1,30 +1,14 @@
 #include "base/worker.h"
 
+#include "support/resource_limit.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 
 #include <pthread.h>
-#include <sys/resource.h>
 
 namespace {
-
-/// Sets the soft limit for stacks; the old one returns at the end.
-class StackLimit {
-  public:
-    explicit StackLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_STACK, &old_);
-        rlimit limit = old_;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_STACK, &limit);
-    }
-    ~StackLimit() { setrlimit(RLIMIT_STACK, &old_); }
-    StackLimit(const StackLimit&) = delete;
-    StackLimit& operator=(const StackLimit&) = delete;
-
-  private:
-    rlimit old_{};
-};
 
 TEST(WorkerThread, RunsItsWorkElsewhereAndCanBeUsedAgain) {
     WorkerThread thread;
@@ -52,7 +36,7 @@ TEST(WorkerThread, IsWaitedForAtTheEnd) {
 }
 
 TEST(CallOnLargeStack, StaysOnAStackThatIsLargeEnough) {
-    const StackLimit limited(rlim_t{16} << 20);
+    const ResourceLimit limited(RLIMIT_STACK, rlim_t{16} << 20);
     pthread_t self{};
     callOnLargeStack([&] { self = pthread_self(); });
     EXPECT_TRUE(pthread_equal(self, pthread_self()));
@@ -71,7 +55,7 @@ std::size_t stackSize() {
 
 TEST(WorkerThread, HasItsStackWhateverTheLimits) {
     for (const rlim_t limit : {rlim_t{256} << 10, rlim_t{8} << 20, rlim_t{64} << 20}) {
-        const StackLimit limited(limit);
+        const ResourceLimit limited(RLIMIT_STACK, limit);
         std::size_t size = 0;
         WorkerThread thread;
         ASSERT_TRUE(thread.start([&] { size = stackSize(); }));
@@ -81,7 +65,7 @@ TEST(WorkerThread, HasItsStackWhateverTheLimits) {
 }
 
 TEST(CallOnLargeStack, LeavesASmallOne) {
-    const StackLimit limited(rlim_t{512} << 10);
+    const ResourceLimit limited(RLIMIT_STACK, rlim_t{512} << 10);
     std::size_t size = 0;
     callOnLargeStack([&] { size = stackSize(); });
     EXPECT_GE(size, WorkerThread::kStackBytes);

@@ -10,8 +10,8 @@ import unittest
 from client import EngineTest
 from library import Rules
 from referee import ANOTHER_MOVE, LATE_BY_THE_MACHINE, Control, Referee
+from test_rules import lines_of
 
-DATA = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "data")
 GAMES = os.environ.get("MORVANE_GAMES")
 
 # Threads, and the time control.
@@ -20,11 +20,6 @@ FORMS = (
     (2, Control(1000, 10)),
     (1, Control(1000, moves=40)),
 )
-
-
-def openings() -> list[str]:
-    with open(os.path.join(DATA, "openings.epd"), encoding="utf-8") as file:
-        return [line.strip() for line in file if line.strip() and not line.startswith("#")]
 
 
 class NeverLate(EngineTest):
@@ -36,7 +31,7 @@ class NeverLate(EngineTest):
             player.send("setoption name Hash value 16", "setoption name Move Overhead value 10")
 
     def test_games(self) -> None:
-        positions = openings()
+        positions = lines_of("openings.epd")
         referees = [Referee(self.rules, lenient=GAMES is None) for _ in FORMS]
         for number in range(int(GAMES or 10)):
             threads, control = FORMS[number % len(FORMS)]

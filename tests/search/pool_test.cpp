@@ -1,11 +1,10 @@
 #include "helpers.h"
 #include "info_line.h"
+#include "support/resource_limit.h"
 
 #include <fstream>
 #include <future>
 #include <vector>
-
-#include <sys/resource.h>
 
 namespace {
 
@@ -17,24 +16,13 @@ constexpr bool kInstrumented = __has_feature(address_sanitizer) || __has_feature
 constexpr bool kInstrumented = false;
 #endif
 
-/// As long as it lives the process gets no more than 64 MiB of address space.
-class AddressSpaceLimit {
-  public:
-    AddressSpaceLimit() {
-        getrlimit(RLIMIT_AS, &before_);
-        std::ifstream file("/proc/self/statm");
-        rlim_t pages = 0;
-        file >> pages;
-        const rlimit limit{pages * 4096 + (rlim_t{64} << 20), before_.rlim_max};
-        setrlimit(RLIMIT_AS, &limit);
-    }
-    ~AddressSpaceLimit() { setrlimit(RLIMIT_AS, &before_); }
-    AddressSpaceLimit(const AddressSpaceLimit&) = delete;
-    AddressSpaceLimit& operator=(const AddressSpaceLimit&) = delete;
-
-  private:
-    rlimit before_{};
-};
+/// Bytes of address space that the process has.
+rlim_t addressSpace() {
+    std::ifstream file("/proc/self/statm");
+    rlim_t pages = 0;
+    file >> pages;
+    return pages * 4096;
+}
 
 using Lines = std::vector<std::string>;
 
@@ -223,7 +211,7 @@ TEST_P(PoolOfThreads, APoolThatCannotGrowStaysAsItIs) {
     for (std::size_t i = 0; i < gThreads.size(); ++i)
         before.push_back(&gThreads[i]);
     {
-        const AddressSpaceLimit noMore;
+        const ResourceLimit littleMore(RLIMIT_AS, addressSpace() + (rlim_t{64} << 20));
         EXPECT_ANY_THROW(gThreads.set(250));
     }
     ASSERT_EQ(gThreads.size(), before.size());

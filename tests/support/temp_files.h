@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sys/resource.h>
+#include "support/resource_limit.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -59,22 +59,15 @@ inline std::string read(const std::string& path) {
 /// that goes with it ends the process, unless whoever writes sees to it.
 class SizeLimit {
   public:
-    explicit SizeLimit(std::size_t bytes) : handler_(std::signal(SIGXFSZ, SIG_DFL)) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-            throw std::runtime_error("cannot limit the size of files");
-    }
-    ~SizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
+    explicit SizeLimit(std::size_t bytes)
+        : handler_(std::signal(SIGXFSZ, SIG_DFL)), limit_(RLIMIT_FSIZE, bytes) {}
+    ~SizeLimit() { std::signal(SIGXFSZ, handler_); }
     SizeLimit(const SizeLimit&) = delete;
     SizeLimit& operator=(const SizeLimit&) = delete;
 
   private:
-    rlimit before_{};
     void (*handler_)(int);
+    ResourceLimit limit_;
 };
 
 } // namespace TempFiles
