@@ -9,7 +9,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <array>
 #include <fstream>
 #include <memory>
@@ -192,8 +191,5 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
         return fields + LLVMFuzzerMutate(data + fields, size - fields, maxSize - fields);
     const std::string changed =
         FenMutator::change(line.substr(0, fields), random) + ' ' + std::string(line.substr(fields));
-    if (changed.size() > maxSize)
-        return LLVMFuzzerMutate(data, size, maxSize);
-    std::copy(changed.begin(), changed.end(), data);
-    return changed.size();
+    return Fuzz::replaceInput(changed, data, size, maxSize);
 }

@@ -199,8 +199,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     if (random.oneIn(4))
         return LLVMFuzzerMutate(data, size, maxSize);
     const std::string fen = FenMutator::change(Fuzz::textOf(data, size), random);
-    if (fen == Fuzz::textOf(data, size) || fen.size() > maxSize)
+    if (fen == Fuzz::textOf(data, size))
         return LLVMFuzzerMutate(data, size, maxSize);
-    std::copy(fen.begin(), fen.end(), data);
-    return fen.size();
+    return Fuzz::replaceInput(fen, data, size, maxSize);
 }

@@ -341,9 +341,5 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     Fuzz::Random random(seed);
     if (random.oneIn(3))
         return LLVMFuzzerMutate(data, size, maxSize);
-    const std::string text = changeLines(Fuzz::textOf(data, size), random);
-    if (text.size() > maxSize)
-        return LLVMFuzzerMutate(data, size, maxSize);
-    std::copy(text.begin(), text.end(), data);
-    return text.size();
+    return Fuzz::replaceInput(changeLines(Fuzz::textOf(data, size), random), data, size, maxSize);
 }

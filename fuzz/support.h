@@ -5,11 +5,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string_view>
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
 /// What every fuzz target needs.
 namespace Fuzz {
@@ -63,6 +66,13 @@ class Random {
     std::minstd_rand generator_;
 };
 
-} // namespace Fuzz
+/// Makes a text the input, for mutators; one that is too large leaves the change to the fuzzer.
+inline std::size_t replaceInput(std::string_view text, std::uint8_t* data, std::size_t size,
+                                std::size_t maxSize) {
+    if (text.size() > maxSize)
+        return LLVMFuzzerMutate(data, size, maxSize);
+    std::copy(text.begin(), text.end(), data);
+    return text.size();
+}
 
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+} // namespace Fuzz
