@@ -86,7 +86,11 @@ void Thread::mainLoop() {
 
     gStopSearch = true;
     gThreads.waitForHelpersFinished();
-    Line().add("bestmove ").add(moveToString(gThreads.bestThread().bestMove)).print();
+    const Thread& best = gThreads.bestThread();
+    // A client shows the last variation as the reason for the move: it must not be one of another move.
+    if (best.bestMove != bestMove)
+        Search::reportIteration(best, gTime.elapsed());
+    Line().add("bestmove ").add(moveToString(best.bestMove)).print();
 }
 
 void ThreadPool::clear() {
