@@ -2,7 +2,7 @@
 # program that is not installed shows as skipped.
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 
-# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of tests/uci, tests/match or tests/tools.
+# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of a folder that run.py names.
 # Timeouts leave room for sanitizers and busy machines.
 function(morvane_python_test module timeout)
   add_test(NAME executable.${module}
@@ -30,6 +30,9 @@ morvane_python_test(hostile 1800)
 morvane_python_test(stress 900)
 morvane_python_test(determinism 1200)
 morvane_python_test(ends 1200)
+morvane_python_test(messages 300)
+morvane_python_test(manual 120)
+morvane_python_test(commands 900)
 morvane_python_test(rules 600)
 morvane_python_test(games 900)
 morvane_python_test(never_late 900)

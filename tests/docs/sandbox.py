@@ -1,0 +1,127 @@
+"""A scratch copy of the repository in which the commands of one page run.
+
+Its `build` folder holds links to the programs under test, so that nothing is built; commands that
+take minutes are replaced by stand-ins (standins.py).  What commands write stays here for the blocks
+that follow.
+"""
+
+from __future__ import annotations
+
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+import standins
+from client import engine_path
+from pages import ROOT
+
+LIMIT = 120.0  # seconds for one block: far more than any should take
+LEFT_OUT = shutil.ignore_patterns("build", ".git", "__pycache__", "data.txt")
+STAND_IN = """#!{python}
+import os, sys
+os.execv(sys.executable, [sys.executable, "-B", {script!r}, {name!r}, *sys.argv[1:]])
+"""
+
+# What parts of the repository need from elsewhere. Where it is missing their blocks are left out.
+NEEDED_PROGRAMS = {
+    "scripts/datagen-shards": "parallel",
+    "scripts/match": "xboard",
+    "scripts/solve-epd": "polyglot",
+    "build/test/tests/morvane_selfcheck": "",  # found by `selfcheck`
+}
+
+
+def selfcheck() -> str:
+    """The program of the engine's checks of itself; empty if it was not built."""
+    beside = pathlib.Path(engine_path()).parent / standins.SELFCHECK
+    usual = ROOT / "build" / "test" / standins.SELFCHECK
+    for path in (os.environ.get("MORVANE_SELFCHECK", ""), str(beside), str(usual)):
+        if path and os.access(path, os.X_OK):
+            return os.path.abspath(path)
+    return ""
+
+
+class Sandbox:
+    def __init__(self) -> None:
+        self._temporary = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+        self._folder = pathlib.Path(self._temporary.name).resolve()
+        self.root = self._folder / "morvane"  # where blocks run
+        self._log = self._folder / "log"
+        shutil.copytree(ROOT, self.root, ignore=LEFT_OUT, symlinks=True)
+        self._place_programs()
+        for name in standins.PROGRAMS:
+            self._stand_in(self._folder / "bin" / name, name)
+        for name in standins.SCRIPTS:
+            self._stand_in(self.root / name, name)
+        (self._folder / "home").mkdir()
+
+    def close(self) -> None:
+        self._temporary.cleanup()
+
+    def _place_programs(self) -> None:
+        (self._folder / "bin").mkdir()
+        places = [self._folder / "bin", *(self.root / "build" / n for n in ("release", "test"))]
+        for place in places:
+            place.mkdir(parents=True, exist_ok=True)
+            (place / standins.ENGINE).symlink_to(engine_path())
+        if selfcheck():
+            link = self.root / "build" / "test" / standins.SELFCHECK
+            link.parent.mkdir()
+            link.symlink_to(selfcheck())
+
+    def _stand_in(self, place: pathlib.Path, name: str) -> None:
+        """A script that is not there, or cannot be run, gets a stand-in that neither can."""
+        mode = 0o755
+        if name in standins.SCRIPTS:
+            if not (ROOT / name).is_file():
+                return
+            mode = (ROOT / name).stat().st_mode
+            place.unlink()
+        place.write_text(STAND_IN.format(python=sys.executable, name=name,
+                                         script=os.path.abspath(standins.__file__)))
+        place.chmod(mode)
+
+    def _environment(self) -> dict[str, str]:
+        kept = {k: v for k, v in os.environ.items() if not k.startswith(("PARALLEL", "MORVANE_"))}
+        own = {
+            "PATH": f"{self._folder / 'bin'}:{os.environ['PATH']}",
+            "HOME": str(self._folder / "home"),
+            "MORVANE_STANDIN_LOG": str(self._log),
+            "MORVANE_ENGINE": engine_path(),
+        }
+        return kept | own | ({"MORVANE_SELFCHECK": selfcheck()} if selfcheck() else {})
+
+    def run(self, commands: str, limit: float = LIMIT) -> tuple[int | None, str]:
+        """Runs commands; returns their exit status, None if they took too long, and what they
+        wrote on both streams."""
+        process = subprocess.Popen(
+            ["bash", "-euo", "pipefail", "-c", commands], cwd=self.root, env=self._environment(),
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+            start_new_session=True)
+        try:
+            output, _ = process.communicate(timeout=limit)
+            return process.returncode, output.decode(errors="replace")
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            output, _ = process.communicate()
+            return None, output.decode(errors="replace")
+
+    def take_log(self) -> list[str]:
+        """What stand-ins have checked since the last call."""
+        if not self._log.exists():
+            return []
+        lines = self._log.read_text(encoding="utf-8").splitlines()
+        self._log.unlink()
+        return lines
+
+    @staticmethod
+    def missing_program(commands: str) -> str:
+        """The first program that the commands need and this machine lacks; empty without one."""
+        for name, program in NEEDED_PROGRAMS.items():
+            if name in commands and not (shutil.which(program) if program else selfcheck()):
+                return program or name
+        return ""

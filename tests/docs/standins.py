@@ -1,0 +1,259 @@
+"""Stands in for the commands of the pages that take minutes and run elsewhere in ./test.
+
+    standins.py COMMAND [ARGUMENT...]
+
+checks what can be checked at once, leaves the engine under test where the command would have left
+a build, and says how it was checked in the file that the variable MORVANE_STANDIN_LOG names.  Ends
+with status 1 if the command would fail.  The scratch folder (sandbox.py) puts it into the places of
+these commands; PROGRAMS and SCRIPTS below are the whole list.
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+from collections.abc import Callable
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+ENGINE = "morvane"
+SELFCHECK = "tests/morvane_selfcheck"
+CONFIGURED = ".configured"  # in a build folder: what configuring leaves here
+
+
+class Wrong(Exception):
+    """The command could not work."""
+
+
+def presets(kind: str) -> dict[str, dict]:
+    """The presets of a kind ("configure", "build", "test") by name, without hidden ones."""
+    with open(ROOT / "CMakePresets.json", encoding="utf-8") as file:
+        listed = json.load(file).get(f"{kind}Presets", [])
+    return {preset["name"]: preset for preset in listed if not preset.get("hidden")}
+
+
+def require_preset(kind: str, name: str) -> None:
+    if name not in presets(kind):
+        raise Wrong(f"there is no {kind} preset {name}")
+
+
+def require_variable(definition: str) -> None:
+    """A variable as in -DNAME=VALUE is one of CMake's or one that the project declares."""
+    name = re.split("[:=]", definition)[0]
+    sources = [ROOT / "CMakeLists.txt", *(ROOT / "cmake").glob("*.cmake")]
+    declared = re.compile(rf"^\s*(?:option|set)\({re.escape(name)}\b", re.MULTILINE)
+    if not name.startswith("CMAKE_") and not any(declared.search(s.read_text()) for s in sources):
+        raise Wrong(f"there is no variable {name}")
+
+
+def place(name: str, target: str) -> None:
+    """Makes `name` a link to a program under test."""
+    link = pathlib.Path(name)
+    link.parent.mkdir(parents=True, exist_ok=True)
+    link.unlink(missing_ok=True)
+    link.symlink_to(target)
+
+
+def place_build(folder: str) -> None:
+    place(f"{folder}/{ENGINE}", os.environ["MORVANE_ENGINE"])
+    if "MORVANE_SELFCHECK" in os.environ:
+        place(f"{folder}/{SELFCHECK}", os.environ["MORVANE_SELFCHECK"])
+
+
+def take(arguments: list[str], *names: str) -> str:
+    """Takes an option that has a value out of the arguments; empty if it is not there."""
+    for i, argument in enumerate(arguments):
+        for name in names:
+            if argument == name and i + 1 < len(arguments):
+                value = arguments[i + 1]
+                del arguments[i : i + 2]
+                return value
+            if argument.startswith(f"{name}=") or (len(name) == 2 and argument.startswith(name)):
+                del arguments[i]
+                return argument.removeprefix(name).removeprefix("=")
+    return ""
+
+
+def require_none_left(arguments: list[str]) -> None:
+    if arguments:
+        raise Wrong(f"nobody knows how to check {' '.join(arguments)}")
+
+
+# --- programs, found by PATH ---
+
+
+def cmake(arguments: list[str]) -> str:
+    if arguments[:1] == ["--build"]:
+        return cmake_build(arguments[1:])
+    if arguments[:1] == ["--install"]:
+        return cmake_install(arguments[1:])
+    return cmake_configure(arguments)
+
+
+def cmake_configure(arguments: list[str]) -> str:
+    preset, folder = take(arguments, "--preset"), take(arguments, "-B")
+    source, _generator = take(arguments, "-S") or ".", take(arguments, "-G")
+    for argument in [a for a in arguments if a.startswith("-D")]:
+        require_variable(argument.removeprefix("-D"))
+        arguments.remove(argument)
+    require_none_left(arguments)
+    if preset:
+        require_preset("configure", preset)
+        folder = folder or f"build/{preset}"
+    if not folder or not (pathlib.Path(source) / "CMakeLists.txt").exists():
+        raise Wrong("neither a preset nor a folder of sources and one to build in")
+    pathlib.Path(folder).mkdir(parents=True, exist_ok=True)
+    (pathlib.Path(folder) / CONFIGURED).touch()
+    return f"presets and variables exist; {folder} counts as configured"
+
+
+def cmake_build(arguments: list[str]) -> str:
+    preset = take(arguments, "--preset")
+    _target, _jobs = take(arguments, "--target", "-t"), take(arguments, "--parallel", "-j")
+    folder = f"build/{preset}" if preset else arguments.pop(0) if arguments else ""
+    require_none_left([a for a in arguments if a not in ("-j", "--parallel")])
+    if preset:
+        require_preset("build", preset)
+    if not (pathlib.Path(folder) / CONFIGURED).exists():
+        raise Wrong(f"{folder} was never configured")
+    place_build(folder)
+    return f"{folder} was configured; the engine under test stands there now"
+
+
+def cmake_install(arguments: list[str]) -> str:
+    prefix = take(arguments, "--prefix") or "/usr/local"
+    _component = take(arguments, "--component")
+    folder = arguments.pop(0) if arguments else ""
+    require_none_left([a for a in arguments if a != "--strip"])
+    if not (pathlib.Path(folder) / ENGINE).exists():
+        raise Wrong(f"{folder} was never built")
+    if not prefix.startswith("/"):
+        raise Wrong(f"a prefix that is no full path: {prefix}")
+    if prefix.startswith(os.environ["HOME"]):
+        place(f"{prefix}/bin/{ENGINE}", os.environ["MORVANE_ENGINE"])
+    return f"{folder} was built"
+
+
+def ctest(arguments: list[str]) -> str:
+    preset, folder = take(arguments, "--preset"), take(arguments, "--test-dir")
+    _options = [take(arguments, *names) for names in (("-j",), ("-R",), ("-E",))]
+    require_none_left([a for a in arguments if a not in ("-j", "-V", "--output-on-failure")])
+    if preset:
+        require_preset("test", preset)
+    elif not (pathlib.Path(folder) / CONFIGURED).exists():
+        raise Wrong(f"{folder} was never configured")
+    return "the preset exists" if preset else f"{folder} was configured"
+
+
+def make(arguments: list[str]) -> str:
+    """The real make knows the targets, and says what it would do."""
+    path = os.environ["PATH"].partition(":")[2]
+    known = subprocess.run(["make", "-n", *arguments], env=os.environ | {"PATH": path},
+                           capture_output=True, text=True, check=False)
+    if known.returncode != 0:
+        raise Wrong(known.stderr)
+    values = dict(argument.split("=", 1) for argument in arguments if "=" in argument)
+    targets = [a for a in arguments if "=" not in a and not a.startswith("-")]
+    if not targets:
+        place(values.get("EXE", ENGINE), os.environ["MORVANE_ENGINE"])
+    return "the Makefile knows the targets (make -n)"
+
+
+# --- scripts and programs of the repository ---
+
+
+def measure(arguments: list[str]) -> str:
+    command, *engines = arguments or [""]
+    text = (ROOT / "benchmarks" / "measure.py").read_text(encoding="utf-8")
+    if not re.search(rf"^    measure\.py {re.escape(command)} ", text, re.MULTILINE):
+        raise Wrong(f"measure.py has no command {command}")
+    others = [engine for engine in engines if engine.startswith("/usr/games/")]  # may be missing
+    for engine in engines:
+        if engine not in others and not engine.isdigit() and not os.access(engine, os.X_OK):
+            raise Wrong(f"there is no program {engine}")
+    return "the command and the engines exist" + (f" (not looked for: {others})" if others else "")
+
+
+def benchmarks(arguments: list[str]) -> str:
+    sources = "".join(s.read_text() for s in (ROOT / "benchmarks").glob("*.cpp"))
+    names = re.findall(r'(?:\bBENCHMARK\(|Name\(")(\w+)', sources)
+    for pattern in arguments:
+        if not any(re.search(pattern, name) for name in names):
+            raise Wrong(f"there is no benchmark {pattern}")
+    return "such benchmarks exist"
+
+
+def fuzz(arguments: list[str]) -> str:
+    if arguments and arguments != ["long"]:
+        target, runs = (*arguments, "", "")[:2]
+        if not runs.isdigit() or not (ROOT / "fuzz" / "corpus" / target).is_dir():
+            raise Wrong(f"no target and number of runs: {arguments}")
+    return "the targets exist"
+
+
+def python_tests(arguments: list[str]) -> str:
+    """The modules and classes exist, and an engine is named."""
+    module, *names = arguments or ["none"]
+    found = list((ROOT / "tests").glob(f"*/{module}.py"))
+    if len(found) != 1:
+        raise Wrong(f"there is no test module {module}")
+    for name in names:
+        for part, keyword in zip(name.split("."), ("class", "    def")):
+            if not re.search(rf"^{keyword} {part}\b", found[0].read_text(), re.MULTILINE):
+                raise Wrong(f"{module} has no {name}")
+    if not os.access(os.environ["MORVANE_ENGINE"], os.X_OK):
+        raise Wrong("MORVANE_ENGINE names no program")
+    return "such tests exist"
+
+
+def script(arguments: list[str]) -> str:
+    """For scripts without arguments, or with those of CMake."""
+    for argument in arguments:
+        if not argument.startswith("-D"):
+            raise Wrong(f"nobody knows how to check {argument}")
+        require_variable(argument.removeprefix("-D"))
+    return "it is there and can be run"
+
+
+def profiled(arguments: list[str]) -> str:
+    result = script(arguments)
+    place_build("build/profiled")
+    return result
+
+
+PROGRAMS: dict[str, Callable[[list[str]], str]] = {
+    "cmake": cmake,
+    "ctest": ctest,
+    "make": make,
+}
+SCRIPTS: dict[str, Callable[[list[str]], str]] = {
+    "test": script,
+    "benchmarks/run": benchmarks,
+    "benchmarks/measure.py": measure,
+    "fuzz/run": fuzz,
+    "scripts/build-profiled": profiled,
+    "scripts/make-package": script,
+    "tests/uci/run.py": python_tests,
+}
+
+
+def main() -> int:
+    name, *arguments = sys.argv[1:]
+    command = " ".join([name, *arguments])
+    try:
+        if name in SCRIPTS and not (ROOT / name).is_file():
+            raise Wrong(f"there is no {name}")
+        how = (PROGRAMS | SCRIPTS)[name](arguments)
+    except Wrong as wrong:
+        print(f"{command}: {wrong}", file=sys.stderr)
+        return 1
+    with open(os.environ["MORVANE_STANDIN_LOG"], "a", encoding="utf-8") as log:
+        log.write(f"{command}: {how}\n")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
