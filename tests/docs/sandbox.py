@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -26,13 +27,16 @@ import os, sys
 os.execv(sys.executable, [sys.executable, "-B", {script!r}, {name!r}, *sys.argv[1:]])
 """
 
-# What parts of the repository need from elsewhere. Where it is missing their blocks are left out.
-NEEDED_PROGRAMS = {
-    "scripts/datagen-shards": "parallel",
-    "scripts/match": "xboard",
-    "scripts/solve-epd": "polyglot",
-    "build/test/tests/morvane_selfcheck": "",  # found by `selfcheck`
+# Programs that a block needs, by a word in it. Where one is missing the block is left out.
+OPTIONAL_PROGRAMS = {
+    "datagen-shards": "parallel",
+    "match": "xboard",
+    "polyglot": "polyglot",
+    "solve-epd": "polyglot",
+    "xboard": "xboard",
+    "xvfb-run": "xvfb-run",
 }
+GAMES = "/usr/games"  # on the path of a user's shell
 
 
 def selfcheck() -> str:
@@ -88,8 +92,9 @@ class Sandbox:
     def _environment(self) -> dict[str, str]:
         kept = {k: v for k, v in os.environ.items() if not k.startswith(("PARALLEL", "MORVANE_"))}
         own = {
-            "PATH": f"{self._folder / 'bin'}:{os.environ['PATH']}",
+            "PATH": f"{self._folder / 'bin'}:{os.environ['PATH']}:{GAMES}",
             "HOME": str(self._folder / "home"),
+            "MORVANE_SANDBOX": str(self._folder),
             "MORVANE_STANDIN_LOG": str(self._log),
             "MORVANE_ENGINE": engine_path(),
         }
@@ -121,7 +126,9 @@ class Sandbox:
     @staticmethod
     def missing_program(commands: str) -> str:
         """The first program that the commands need and this machine lacks; empty without one."""
-        for name, program in NEEDED_PROGRAMS.items():
-            if name in commands and not (shutil.which(program) if program else selfcheck()):
-                return program or name
-        return ""
+        words = set(re.findall(r"[\w-]+", commands))
+        path = f"{os.environ['PATH']}:{GAMES}"
+        for word, program in OPTIONAL_PROGRAMS.items():
+            if word in words and not shutil.which(program, path=path):
+                return program
+        return "morvane_selfcheck" if "morvane_selfcheck" in words and not selfcheck() else ""

@@ -14,7 +14,6 @@ import json
 import os
 import pathlib
 import re
-import subprocess
 import sys
 from collections.abc import Callable
 
@@ -124,17 +123,17 @@ def cmake_build(arguments: list[str]) -> str:
 
 
 def cmake_install(arguments: list[str]) -> str:
-    prefix = take(arguments, "--prefix") or "/usr/local"
-    _component = take(arguments, "--component")
+    """Installs the engine alone, and that only where no system is changed."""
+    prefix = os.environ.get("DESTDIR", "") + (take(arguments, "--prefix") or "/usr/local")
     folder = arguments.pop(0) if arguments else ""
     require_none_left([a for a in arguments if a != "--strip"])
     if not (pathlib.Path(folder) / ENGINE).exists():
         raise Wrong(f"{folder} was never built")
-    if not prefix.startswith("/"):
-        raise Wrong(f"a prefix that is no full path: {prefix}")
-    if prefix.startswith(os.environ["HOME"]):
-        place(f"{prefix}/bin/{ENGINE}", os.environ["MORVANE_ENGINE"])
-    return f"{folder} was built"
+    target = pathlib.Path(prefix) / "bin" / ENGINE
+    if not target.resolve().is_relative_to(os.environ["MORVANE_SANDBOX"]):
+        return f"{folder} was built; nothing is installed in {prefix}"
+    place(str(target), os.environ["MORVANE_ENGINE"])
+    return f"{folder} was built; {target} is the engine under test now"
 
 
 def ctest(arguments: list[str]) -> str:
@@ -146,20 +145,6 @@ def ctest(arguments: list[str]) -> str:
     elif not (pathlib.Path(folder) / CONFIGURED).exists():
         raise Wrong(f"{folder} was never configured")
     return "the preset exists" if preset else f"{folder} was configured"
-
-
-def make(arguments: list[str]) -> str:
-    """The real make knows the targets, and says what it would do."""
-    path = os.environ["PATH"].partition(":")[2]
-    known = subprocess.run(["make", "-n", *arguments], env=os.environ | {"PATH": path},
-                           capture_output=True, text=True, check=False)
-    if known.returncode != 0:
-        raise Wrong(known.stderr)
-    values = dict(argument.split("=", 1) for argument in arguments if "=" in argument)
-    targets = [a for a in arguments if "=" not in a and not a.startswith("-")]
-    if not targets:
-        place(values.get("EXE", ENGINE), os.environ["MORVANE_ENGINE"])
-    return "the Makefile knows the targets (make -n)"
 
 
 # --- scripts and programs of the repository ---
@@ -227,7 +212,6 @@ def profiled(arguments: list[str]) -> str:
 PROGRAMS: dict[str, Callable[[list[str]], str]] = {
     "cmake": cmake,
     "ctest": ctest,
-    "make": make,
 }
 SCRIPTS: dict[str, Callable[[list[str]], str]] = {
     "test": script,

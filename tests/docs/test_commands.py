@@ -67,7 +67,7 @@ def compare(block: Block, actual: str) -> str:
 
 def run_commands(block: Block, box: Sandbox, limit: float) -> tuple[str, str]:
     """Returns what was done, and the output."""
-    missing = box.missing_program(block.text)
+    missing = box.missing_program(block.tested)
     if missing:
         raise unittest.SkipTest(f"{block.place}: {missing} is not installed")
     start = time.monotonic()
@@ -100,9 +100,24 @@ def check_mentions(place: str, text: str) -> None:
     for kind, name in re.findall(r"\b(cmake|ctest)\b[^|&;]* --preset[ =]([\w-]+)", text):
         if name not in standins.presets("configure" if kind == "cmake" else "test"):
             raise PageError(f"{place}: there is no preset {name}")
-    for word in re.findall(r"(?:^|[ /])morvane ([a-z]+)\b", text):
+    called = r"(?:^|[;|&(])\s*(?:\S*/)?morvane ([a-z]+)\b"
+    for word in re.findall(called, text, re.MULTILINE):
         if word not in modes():
             raise PageError(f"{place}: morvane has no mode {word}")
+
+
+def check_inline_code(place: str, code: str) -> None:
+    """Commands within a sentence or a table are not run; what they name must exist all the same."""
+    check_mentions(place, code)
+    try:
+        for pattern in re.findall(r"benchmarks/run (\w+)", code):
+            standins.benchmarks([pattern])
+        for command in re.findall(r"measure\.py (\w+)", code):
+            standins.measure([command])
+        for module in re.findall(r"\btest_\w+", code):
+            standins.python_tests([module])
+    except standins.Wrong as wrong:
+        raise PageError(f"{place}: {wrong}") from None
 
 
 def modes() -> set[str]:
@@ -173,7 +188,7 @@ class Pages(unittest.TestCase):
         if path.suffix == ".md":
             for code in pages.inline_code(path.read_text(encoding="utf-8")):
                 with self.subTest(code):
-                    check_mentions(path.name, code)
+                    check_inline_code(path.name, code)
 
 
 def add_pages() -> None:
@@ -324,6 +339,16 @@ class SamplePage(unittest.TestCase):
                               ("morvane dance", "no mode dance")):
             with self.subTest(text):
                 self.assert_wrong(f"```sh not run\n{text}\n```\n", message)
+
+    def test_inline_code_that_names_nothing(self) -> None:
+        for code in ("morvane dance", "x | morvane dance", "measure.py dance", "test_dance",
+                     "benchmarks/run dance", "python3 tests/uci/run.py test_dance", "docs/dance.md"):
+            with self.subTest(code), self.assertRaisesRegex(PageError, "dance"):
+                check_inline_code("page.md", code)
+        for code in ("morvane perft FEN DEPTH", "apt install morvane polyglot", "test_go",
+                     "benchmarks/measure.py latency ENGINE", "benchmarks/run perft", "docs/uci.md"):
+            with self.subTest(code):
+                check_inline_code("page.md", code)
 
     def test_stand_ins(self) -> None:
         done = self.read("```sh\ncmake --preset debug -DMORVANE_LTO=OFF\n"

@@ -8,13 +8,12 @@ import sys
 import unittest
 
 SKIPPED = 77
-FOLDERS = ("uci", "match", "tools", "docs")  # under tests, where modules and their helpers lie
 TESTS = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
 def main() -> int:
     sys.dont_write_bytecode = True
-    sys.path[:0] = [os.path.join(TESTS, folder) for folder in FOLDERS]
+    sys.path[:0] = [os.path.join(TESTS, folder) for folder in ("uci", "match", "tools", "docs")]
     if "MORVANE_ENGINE" not in os.environ:
         sys.exit("MORVANE_ENGINE must name the engine's executable")
     module, *names = sys.argv[1:]
