@@ -21,7 +21,7 @@ from client import engine_path
 from pages import ROOT
 
 LIMIT = 120.0  # seconds for one block: far more than any should take
-LEFT_OUT = shutil.ignore_patterns("build", ".git", "__pycache__", "data.txt")
+LEFT_OUT = shutil.ignore_patterns("build", ".git", "__pycache__", "data.txt", "rows.txt", "shards")
 STAND_IN = """#!{python}
 import os, sys
 os.execv(sys.executable, [sys.executable, "-B", {script!r}, {name!r}, *sys.argv[1:]])

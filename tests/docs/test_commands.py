@@ -342,11 +342,12 @@ class SamplePage(unittest.TestCase):
 
     def test_inline_code_that_names_nothing(self) -> None:
         for code in ("morvane dance", "x | morvane dance", "measure.py dance", "test_dance",
-                     "benchmarks/run dance", "python3 tests/uci/run.py test_dance", "docs/dance.md"):
+                     "benchmarks/run dance", "python3 tests/uci/run.py test_dance",
+                     "docs/dance.md"):
             with self.subTest(code), self.assertRaisesRegex(PageError, "dance"):
                 check_inline_code("page.md", code)
         for code in ("morvane perft FEN DEPTH", "apt install morvane polyglot", "test_go",
-                     "benchmarks/measure.py latency ENGINE", "benchmarks/run perft", "docs/uci.md"):
+                     "measure.py latency ENGINE", "benchmarks/run perft", "docs/uci.md"):
             with self.subTest(code):
                 check_inline_code("page.md", code)
 
