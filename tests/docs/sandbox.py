@@ -27,12 +27,12 @@ import os, sys
 os.execv(sys.executable, [sys.executable, "-B", {script!r}, {name!r}, *sys.argv[1:]])
 """
 
-# Programs that a block needs, by a word in it. Where one is missing the block is left out.
+# Programs that a block needs, by what names them. Where one is missing the block is left out.
 OPTIONAL_PROGRAMS = {
-    "datagen-shards": "parallel",
-    "match": "xboard",
+    "scripts/datagen-shards": "parallel",
+    "scripts/match": "xboard",
+    "scripts/solve-epd": "polyglot",
     "polyglot": "polyglot",
-    "solve-epd": "polyglot",
     "xboard": "xboard",
     "xvfb-run": "xvfb-run",
 }
@@ -126,9 +126,9 @@ class Sandbox:
     @staticmethod
     def missing_program(commands: str) -> str:
         """The first program that the commands need and this machine lacks; empty without one."""
-        words = set(re.findall(r"[\w-]+", commands))
         path = f"{os.environ['PATH']}:{GAMES}"
-        for word, program in OPTIONAL_PROGRAMS.items():
-            if word in words and not shutil.which(program, path=path):
+        for name, program in OPTIONAL_PROGRAMS.items():
+            named = re.search(rf"(?<![\w-]){name}(?![\w-])", commands)
+            if named and not shutil.which(program, path=path):
                 return program
-        return "morvane_selfcheck" if "morvane_selfcheck" in words and not selfcheck() else ""
+        return "morvane_selfcheck" if standins.SELFCHECK in commands and not selfcheck() else ""

@@ -147,6 +147,24 @@ def ctest(arguments: list[str]) -> str:
     return "the preset exists" if preset else f"{folder} was configured"
 
 
+def sudo(arguments: list[str]) -> str:
+    """Nothing is done for the system, whoever asks."""
+    name, *rest = arguments or [""]
+    if name not in PROGRAMS:
+        raise Wrong(f"nobody knows how to check {' '.join(arguments)} without rights")
+    return PROGRAMS[name](rest)
+
+
+def apt(arguments: list[str]) -> str:
+    words = [argument for argument in arguments if not argument.startswith("-")]
+    if words[:1] not in (["install"], ["remove"], ["purge"], ["update"]):
+        raise Wrong(f"nobody knows how to check {' '.join(arguments)}")
+    for name in words[1:]:
+        if "/" in name and not pathlib.Path(name).is_file():
+            raise Wrong(f"there is no package {name}")
+    return "nothing is installed or removed here"
+
+
 # --- scripts and programs of the repository ---
 
 
@@ -212,6 +230,9 @@ def profiled(arguments: list[str]) -> str:
 PROGRAMS: dict[str, Callable[[list[str]], str]] = {
     "cmake": cmake,
     "ctest": ctest,
+    "sudo": sudo,
+    "apt": apt,
+    "apt-get": apt,
 }
 SCRIPTS: dict[str, Callable[[list[str]], str]] = {
     "test": script,

@@ -28,9 +28,11 @@ import subprocess
 import sys
 import time
 import unittest
+import unittest.mock
 
 import grammar
 import pages
+import sandbox
 import standins
 from client import Engine
 from pages import Block, PageError
@@ -151,11 +153,13 @@ class Reader:
     def __init__(self, box: Sandbox, limit: float = LIMIT) -> None:
         self._box = box
         self._limit = limit
-        self._outputs: dict[str, str] = {}  # by the mark of the blocks that show them
+        # By the mark of the blocks that show them; None where the commands were left out or failed.
+        self._outputs: dict[str, str | None] = {}
 
     def read(self, block: Block) -> str:
         """Checks a block and returns what was done with it."""
         if block.kind == pages.COMMANDS:
+            self._outputs[pages.OUTPUT] = None
             done, self._outputs[pages.OUTPUT] = run_commands(block, self._box, self._limit)
             return done
         if block.kind == pages.NOT_RUN:
@@ -166,7 +170,10 @@ class Reader:
         if block.role:
             if block.role not in self._outputs:
                 raise PageError(f"{block.place}: nothing above it was run")
-            return compare(block, self._outputs[block.role])
+            output = self._outputs[block.role]
+            if output is None:
+                raise unittest.SkipTest(f"{block.place}: there is no output to compare with")
+            return compare(block, output)
         return "shown only"
 
 
@@ -311,6 +318,18 @@ class SamplePage(unittest.TestCase):
                 self.assert_wrong(page.format(output), "the output is another")
         self.assert_wrong("<!-- session output -->\n```text\n```\n", "nothing above")
 
+    def test_blocks_that_are_left_out(self) -> None:
+        page = "```sh\necho x\n```\n```sh\n{}\n```\n" \
+               "<!-- output of the commands above -->\n```text\nx\n```\n"
+        with unittest.mock.patch.dict(sandbox.OPTIONAL_PROGRAMS, {"x-board": "no-such-program"}):
+            first, second, output = self.blocks(page.format("my/x-board"))
+            reader = Reader(self.box)
+            reader.read(first)
+            for block, reason in ((second, "no-such-program is not"), (output, "no output")):
+                with self.assertRaisesRegex(unittest.SkipTest, reason):
+                    reader.read(block)
+            self.assertTrue(self.read("```sh\necho my-x-board x-boards\n```\n"))
+
     def test_numbers_that_vary(self) -> None:
         text = "nodes 5 nps 1234 time 1\n" \
                "2.5 с, 1.1e+06 партій/с, 3 ms\n12 nodes 7 plies timed 8"
@@ -356,11 +375,13 @@ class SamplePage(unittest.TestCase):
                          "cmake --build --preset debug\necho d | build/debug/morvane\n"
                          "./test\nfuzz/run fen 100\npython3 tests/uci/run.py test_go Depth\n```\n")
         self.assertEqual(done[0].count("\n"), 5, done)
+        self.assertIn("nothing is installed", self.read("```sh\nsudo apt install x\n```\n")[0])
         for command in ("cmake --preset none", "cmake --preset base", "cmake --build --preset fuzz",
                         "cmake --preset release -DMORVANE_NONE=1", "cmake --build build/none",
-                        "ctest --preset none", "./test none", "fuzz/run none 5",
-                        "python3 tests/uci/run.py test_none", "benchmarks/run noSuchBenchmark",
-                        "python3 tests/uci/run.py test_go None", "cmake --unknown",
+                        "ctest --preset none", "sudo rm x", "apt install ./none.deb", "./test none",
+                        "fuzz/run none 5", "benchmarks/run noSuchBenchmark", "cmake --unknown",
+                        "python3 tests/uci/run.py test_none",
+                        "python3 tests/uci/run.py test_go None",
                         "python3 benchmarks/measure.py none build/release/morvane",
                         "python3 benchmarks/measure.py latency build/none"):
             with self.subTest(command):
