@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Measures what a user of the engine feels: nodes per second beside other engines, the gain of a
-second thread, and how fast the engine starts, answers and stops.
+"""Measures what a user of the engine feels: nodes per second beside other engines, the gain of more
+threads, and how fast the engine starts, answers and stops.
 
     measure.py nodes ENGINE [OTHER ...]   nodes per processor second, in turn, medians and ratios
-    measure.py threads ENGINE             nodes per second of two threads against one
+    measure.py threads ENGINE [COUNT ...] nodes per second of so many threads (2) against one
     measure.py latency ENGINE             start to "uciok"; with 1, 2 and 4 threads "isready" in a search
                                           and "stop" to "bestmove", at varying moments of 2,000 searches
     measure.py compare ENGINE OTHER ...   processor time of "benchsearch" in turn, ratios to the first
@@ -161,13 +161,18 @@ def wall_rate(path, count):
     return reported
 
 
-def threads(path):
-    ratios = []
+def threads(path, counts):
+    ones = []
+    ratios = {count: [] for count in counts}
     for _ in range(RUNS):
-        one = wall_rate(path, 1)
-        ratios.append(wall_rate(path, 2) / one)
-    print(f"two threads: {statistics.median(ratios):.2f} times the nodes per second of one"
-          f" (from {min(ratios):.2f} to {max(ratios):.2f})")
+        ones.append(wall_rate(path, 1))
+        for count in counts:
+            ratios[count].append(wall_rate(path, count) / ones[-1])
+    print(f"{len(os.sched_getaffinity(0))} processors;"
+          f" one thread: {statistics.median(ones) / 1e6:.2f} M nodes per second")
+    for count, found in ratios.items():
+        print(f"{count} threads: {statistics.median(found):.2f} times the nodes per second of one"
+              f" (from {min(found):.2f} to {max(found):.2f})")
 
 
 def report_times(what, seconds):
@@ -283,7 +288,7 @@ def hash_times(path, sizes):
 def main():
     commands = {
         "nodes": nodes,
-        "threads": lambda a: threads(a[0]),
+        "threads": lambda a: threads(a[0], [int(count) for count in a[1:]] or [2]),
         "latency": lambda a: latency(a[0]),
         "compare": compare,
         "instructions": lambda a: instructions(a[0]),
