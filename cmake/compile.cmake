@@ -2,19 +2,61 @@
 # morvane_options.
 find_package(Threads REQUIRED)
 
+cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH MORVANE_ROOT)
+
 add_library(morvane_options INTERFACE)
-target_include_directories(morvane_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_include_directories(morvane_options INTERFACE ${MORVANE_ROOT}/src)
 target_link_libraries(morvane_options INTERFACE Threads::Threads)
 
 target_compile_options(morvane_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+# g++ remarks on a change of its calling conventions between versions 4.5 and 4.6; everything here is compiled
+# by one version.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(morvane_options INTERFACE -Wno-psabi)
+  target_link_options(morvane_options INTERFACE -Wno-psabi)
+endif()
 # Under sanitizers g++ warns about the standard library's own code.
 if(MORVANE_WERROR AND NOT MORVANE_SANITIZE)
   target_compile_options(morvane_options INTERFACE -Werror)
 endif()
 
-if(MORVANE_ARCH)
-  target_compile_options(morvane_options INTERFACE -march=${MORVANE_ARCH})
+# What every processor of the target's architecture has; unknown for architectures not named here.
+set(MORVANE_BASELINE "")
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+    set(MORVANE_BASELINE x86-64)
+  elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+    set(MORVANE_BASELINE armv8-a)
+  endif()
 endif()
+
+if(MORVANE_ARCH STREQUAL "baseline")
+  set(MORVANE_MARCH ${MORVANE_BASELINE})
+else()
+  set(MORVANE_MARCH ${MORVANE_ARCH})
+endif()
+if(MORVANE_MARCH)
+  target_compile_options(morvane_options INTERFACE -march=${MORVANE_MARCH})
+endif()
+
+# Whether a program can tell at its start that the processor lacks instructions: it needs a start section
+# of ELF files (src/uci/processor.cpp) and a table of the architecture's (src/base/instructions.h).
+if(LINUX AND MORVANE_BASELINE)
+  set(MORVANE_CHECKS_PROCESSOR ON)
+  target_compile_definitions(morvane_options INTERFACE MORVANE_CHECKS_PROCESSOR)
+endif()
+
+# morvane_for_any_processor(SOURCE...): these sources run on every processor of the architecture, whatever the
+# rest is built for, the caller's CMAKE_CXX_FLAGS included. Such code is not optimised together with the rest.
+function(morvane_for_any_processor)
+  set(options -march=${MORVANE_BASELINE} -fno-lto)
+  if(MORVANE_BASELINE STREQUAL "x86-64") # without SSE3 there is nothing of AVX
+    list(APPEND options -mno-sse3 -mno-gfni -mno-popcnt -mno-lzcnt -mno-bmi -mno-bmi2 -mno-movbe -mno-tbm)
+  else()
+    list(APPEND options -mcpu=generic)
+  endif()
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}")
+endfunction()
 
 # Where the processor extracts bits in one fast instruction, sliding attacks are found by it. Some
 # processors have the instruction and take hundreds of cycles for it, so a build that may run
@@ -39,13 +81,26 @@ if(MORVANE_USES_PEXT)
   target_compile_definitions(morvane_options INTERFACE MORVANE_PEXT)
 endif()
 
+# Libraries within the executable: the compiler's own, which an older system may lack, or all of them.
+if(NOT MORVANE_STATIC MATCHES "^(OFF|RUNTIME|ALL)$")
+  message(FATAL_ERROR "MORVANE_STATIC must be OFF, RUNTIME or ALL")
+endif()
+set(MORVANE_PIE_LINK -pie)
+set(MORVANE_NO_PIE_LINK -no-pie)
+if(MORVANE_STATIC STREQUAL "RUNTIME")
+  target_link_options(morvane_options INTERFACE -static-libstdc++ -static-libgcc)
+elseif(MORVANE_STATIC STREQUAL "ALL")
+  set(MORVANE_PIE_LINK -static-pie)
+  set(MORVANE_NO_PIE_LINK -no-pie -static)
+endif()
+
 # What makes a mistake in the program hard to use for somebody else: addresses that differ from run to
 # run, relocations that nothing can change once the program runs, guarded return addresses (see
 # src/CMakeLists.txt), checked calls of the C library. The sanitizers bring checks of their own.
 if(NOT MORVANE_SANITIZE)
   if(MORVANE_HARDEN)
     target_compile_options(morvane_options INTERFACE -fPIE)
-    target_link_options(morvane_options INTERFACE -pie)
+    target_link_options(morvane_options INTERFACE ${MORVANE_PIE_LINK})
     if(NOT APPLE) # where it is always so
       target_link_options(morvane_options INTERFACE -Wl,-z,relro,-z,now)
     endif()
@@ -54,7 +109,7 @@ if(NOT MORVANE_SANITIZE)
     endif()
   else()
     target_compile_options(morvane_options INTERFACE -fno-pie)
-    target_link_options(morvane_options INTERFACE -no-pie)
+    target_link_options(morvane_options INTERFACE ${MORVANE_NO_PIE_LINK})
   endif()
 endif()
 

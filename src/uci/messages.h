@@ -16,6 +16,12 @@ inline constexpr std::string_view kEgScaleBadLine = "err";
 inline constexpr std::string_view kNoThread = "morvane: не вдалося створити потік\n";
 inline constexpr std::string_view kNoMemory = "morvane: бракує пам'яті\n";
 
+/// The names of the missing instruction sets follow, then the advice.
+inline constexpr std::string_view kProcessorLacks =
+    "morvane: цей процесор не має потрібних інструкцій:";
+inline constexpr std::string_view kProcessorAdvice =
+    " — візьміть збірку для старіших процесорів (portable)\n";
+
 // --- any command ---
 
 inline constexpr std::string_view kLineTooLong = "задовгий рядок — пропущено";
