@@ -1,0 +1,19 @@
+# What `cmake --install` puts where. The pages keep their places to each other, so that their links
+# hold.
+include(GNUInstallDirs)
+
+install(TARGETS morvane RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+install(FILES README.md README.uk.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES fuzz/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/fuzz)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN "*.6" EXCLUDE)
+install(DIRECTORY scripts DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS
+  FILES_MATCHING PATTERN datagen-shards PATTERN match PATTERN solve-epd)
+
+if(MORVANE_PACKAGE)
+  include(packaging/debian.cmake)
+else()
+  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(FILES docs/morvane.6 DESTINATION ${CMAKE_INSTALL_MANDIR}/man6)
+endif()
