@@ -37,6 +37,7 @@ morvane_python_test(rules 600)
 morvane_python_test(games 900)
 morvane_python_test(never_late 900)
 morvane_python_test(install 300)
+morvane_python_test(makefile 600)
 morvane_python_test(processor 600)
 
 if(MORVANE_HARDEN AND NOT MORVANE_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
