@@ -1,12 +1,23 @@
 // The rules of chess from a library, for tests in other languages: a request a line in, an answer a
 // line out, both JSON.
 //
-//   {"fen": FEN, "moves": ["e2e4", ...]}
+//   {"fen": FEN, "moves": ["e2e4", ...], "trace": true}
 //
 // plays the moves up to the first one that is illegal or badly written. The answer tells how many
 // were played ("legal"), and of the position reached its "fen", the number of its legal "moves" and
-// how it ends the game, if it does ("end"). The FEN names an en-passant square only where a pawn
-// may capture there: positions with equal moves have equal first fields.
+// how it ends the game, if it does ("end"). With "trace" it also holds the FENs after each move
+// ("fens"). A FEN names an en-passant square only where a pawn may capture there: positions with
+// equal moves have equal first fields.
+//
+//   {"fen": FEN, "san": "Nf3"}
+//
+// translates a move, written in either way: "move" is "g1f3" and "san" is "Nf3"; both are null if the
+// move is illegal.
+//
+//   {"pgn": TEXT}
+//
+// plays a game that is written down: its "headers", its "moves" in the engine's notation and the
+// last "fen". If a move is illegal, "error" says which.
 //
 // Usage: node rules.mjs FOLDER, where the library lies in FOLDER/node_modules.
 
@@ -37,11 +48,39 @@ function end(chess) {
   return chess.isDrawByFiftyMoves() ? "the fifty-move rule" : null;
 }
 
-for await (const line of createInterface({ input: process.stdin })) {
-  const { fen, moves } = JSON.parse(line);
+function playMoves({ fen, moves, trace }) {
   const chess = new Chess(fen);
+  const fens = [];
   let legal = 0;
-  while (legal < moves.length && play(chess, moves[legal])) legal += 1;
-  const answer = { legal, fen: chess.fen(), moves: chess.perft(1), end: end(chess) };
-  process.stdout.write(JSON.stringify(answer) + "\n");
+  while (legal < moves.length && play(chess, moves[legal])) {
+    legal += 1;
+    if (trace) fens.push(chess.fen());
+  }
+  return { legal, fen: chess.fen(), moves: chess.perft(1), end: end(chess), fens };
+}
+
+function translate({ fen, san }) {
+  try {
+    const move = new Chess(fen).move(san);
+    return { move: move.lan, san: move.san };
+  } catch {
+    return { move: null, san: null };
+  }
+}
+
+function playGame({ pgn }) {
+  const chess = new Chess();
+  try {
+    chess.loadPgn(pgn);
+  } catch (error) {
+    return { error: error.message };
+  }
+  const moves = chess.history({ verbose: true }).map((move) => move.lan);
+  return { headers: chess.getHeaders(), moves, fen: chess.fen(), error: null };
+}
+
+for await (const line of createInterface({ input: process.stdin })) {
+  const request = JSON.parse(line);
+  const serve = "pgn" in request ? playGame : "san" in request ? translate : playMoves;
+  process.stdout.write(JSON.stringify(serve(request)) + "\n");
 }

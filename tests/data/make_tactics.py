@@ -1,0 +1,190 @@
+#!/usr/bin/env python3
+"""Make tactics.epd: positions where one move wins and all others do not.
+
+    make_tactics.py ENGINE            write tactics.epd
+    make_tactics.py ENGINE --check    judge the positions of the file at hand again
+
+The positions come from games of the engine against itself at a few nodes a move, which are full of
+mistakes.  A position is kept if a quick look misses the move, if the engine then finds it and holds
+on to it through a long search, and if `stockfish`, which searches the two best moves, agrees: the
+best one wins, the second one does not.  All searches are limited by nodes and begin with empty
+tables, so that every run with the same programs makes the same file.
+"""
+
+from __future__ import annotations
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from dataclasses import dataclass
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+OUTPUT = HERE / "tactics.epd"
+sys.dont_write_bytecode = True  # no __pycache__ among the test data
+sys.path.insert(0, str(HERE.parent / "match"))
+from library import Rules  # noqa: E402
+
+HEADER = """\
+# Tactics: one move wins, all others do not. Made by make_tactics.py; do not edit by hand.
+# The positions come from games of the engine against itself; a second engine agrees on every move.
+"""
+GAMES = "games=1500 seed=20240303 nodes=400 skipquiet=0 skipcheck=0 evalcap=250 resignplies=20"
+EVERY = 4  # of so many positions one is looked at: neighbours tell the same story
+QUICK_NODES, LONG_NODES, SECOND_NODES = 100_000, 8_000_000, 4_000_000
+MISSED_UNTIL = 5  # depth up to which the engine must still have played something else
+FOUND_BY = 12  # depth by which it must have settled
+WINS, WINS_CLEARLY, DOES_NOT = 250, 300, 60  # centipawns
+MATES, OTHERS = 12, 24  # positions in the file
+MATE = 100_000
+
+
+@dataclass
+class Line:
+    """What an engine says of a move at some depth."""
+
+    depth: int
+    score: int  # centipawns; mates come from MATE downwards
+    move: str
+
+    def mate(self) -> int:
+        return MATE - self.score if self.score > MATE // 2 else 0
+
+
+class Engine:
+    def __init__(self, path: str, **options: int) -> None:
+        self.process = subprocess.Popen(
+            [path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        self.lines = options.get("MultiPV", 1)
+        self.ask("uci", "uciok")
+        for name, value in options.items():
+            self.send(f"setoption name {name} value {value}")
+
+    def send(self, line: str) -> None:
+        self.process.stdin.write(line + "\n")
+
+    def ask(self, line: str, end: str) -> list[str]:
+        self.send(line)
+        lines = []
+        while not (lines and lines[-1].startswith(end)):
+            lines.append(next(self.process.stdout).rstrip())
+        return lines
+
+    def search(self, fen: str, nodes: int) -> list[list[Line]]:
+        """The lines of each depth, best one first."""
+        self.send("ucinewgame")
+        self.ask("isready", "readyok")
+        self.send(f"position fen {fen}")
+        found: dict[int, dict[str, Line]] = {}
+        for text in self.ask(f"go nodes {nodes}", "bestmove"):
+            match = re.search(r" depth (\d+) .*score (cp|mate) (-?\d+) .*pv ([a-h]\S+)", text)
+            if match and "bound" not in text:
+                score = int(match[3])
+                if match[2] == "mate":
+                    score = MATE - score if score > 0 else -MATE - score
+                rank = re.search(r"multipv (\d+)|$", text)[1] or "1"
+                line = Line(int(match[1]), score, match[4])
+                found.setdefault(line.depth, {})[rank] = line
+        return [[lines[rank] for rank in sorted(lines)]
+                for _, lines in sorted(found.items()) if len(lines) == self.lines]
+
+
+class Judge:
+    def __init__(self, path: str) -> None:
+        second = shutil.which("stockfish") or shutil.which("stockfish", path="/usr/games")
+        if second is None:
+            sys.exit("make_tactics: install the package stockfish")
+        self.first = Engine(path, Hash=64)
+        self.second = Engine(second, Hash=64, MultiPV=2)
+
+    def candidate(self, fen: str) -> bool:
+        """Whether a second look sees a win by a move that the first one does not play."""
+        depths = [lines[0] for lines in self.first.search(fen, QUICK_NODES)]
+        if not depths or depths[-1].score < WINS:
+            return False
+        early = [line for line in depths if line.depth <= MISSED_UNTIL]
+        return early[-1].move != depths[-1].move and early[-1].score < WINS
+
+    def verdict(self, fen: str) -> tuple[str, str, int] | None:
+        """The winning move, what it brings, and the depth that finds it; None if there is a doubt."""
+        depths = [lines[0] for lines in self.first.search(fen, LONG_NODES)]
+        if not depths or depths[-1].score < WINS:
+            return None
+        move = depths[-1].move
+        settled = max((line.depth for line in depths if line.move != move), default=0) + 1
+        if not MISSED_UNTIL < settled <= FOUND_BY:
+            return None
+        best, other = self.second.search(fen, SECOND_NODES)[-1]
+        if best.move != move or best.score < WINS_CLEARLY or other.score > DOES_NOT:
+            return None
+        mates = [line.mate() for line in (depths[-1], best) if line.mate()]
+        if mates:
+            return move, f"mate in {min(mates)}", settled
+        return move, f"wins {best.score / 100:.1f}, the next best move {other.score / 100:.1f}", settled
+
+
+def games(path: str) -> list[list[str]]:
+    """The FENs of each game."""
+    with tempfile.TemporaryDirectory() as folder:
+        file = os.path.join(folder, "data")
+        subprocess.run([path, "datagen", *GAMES.split(), "progress=0", f"out={file}"], check=True,
+                       stderr=subprocess.DEVNULL)
+        lines = Path(file).read_text(encoding="ascii").splitlines()
+    found: list[list[str]] = []
+    last = 1000
+    for line in lines:
+        fen = line.partition(" [")[0]
+        number = int(fen.split()[-1])
+        if number < last:
+            found.append([])
+        last = number
+        found[-1].append(fen)
+    return found
+
+
+def make(path: str) -> None:
+    judge, rules = Judge(path), Rules()
+    kept: dict[bool, list[str]] = {True: [], False: []}  # by whether they mate
+    for game in games(path):
+        if len(kept[True]) == MATES and len(kept[False]) == OTHERS:
+            break
+        for fen in game[::EVERY]:
+            if not judge.candidate(fen) or not (verdict := judge.verdict(fen)):
+                continue
+            move, what, depth = verdict
+            group = kept[what.startswith("mate")]
+            if len(group) < (MATES if what.startswith("mate") else OTHERS):
+                san = rules.translate(fen, move).san
+                group.append(f'{" ".join(fen.split()[:4])} bm {san}; id "%s"; c0 "{what}";')
+                print(f"{len(kept[True])} + {len(kept[False])}: {group[-1]} depth {depth}", flush=True)
+            break  # one of each game
+    rules.close()
+    names = [f"mate.{i:02}" for i in range(1, MATES + 1)], [f"win.{i:02}" for i in range(1, OTHERS + 1)]
+    lines = [line % name for mates, these in zip((True, False), names)
+             for line, name in zip(kept[mates], these)]
+    OUTPUT.write_text(HEADER + "\n".join(lines) + "\n", encoding="ascii")
+
+
+def check(path: str) -> None:
+    judge, rules = Judge(path), Rules()
+    doubts = 0
+    for line in OUTPUT.read_text(encoding="ascii").splitlines():
+        if line.startswith("#"):
+            continue
+        fields = re.fullmatch(r'(\S+ \S+ \S+ \S+) bm (\S+); id "(.+?)"; c0 "(.+?)";', line)
+        fen = f"{fields[1]} 0 1"
+        verdict = judge.verdict(fen)
+        agrees = verdict is not None and verdict[0] == rules.translate(fen, fields[2]).move
+        doubts += not agrees
+        print(fields[3], "agrees" if agrees else "DOUBT", verdict, flush=True)
+    rules.close()
+    sys.exit(doubts > 0)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) not in (2, 3) or sys.argv[2:] not in ([], ["--check"]):
+        sys.exit(__doc__)
+    (check if sys.argv[2:] else make)(os.path.abspath(sys.argv[1]))
