@@ -5,9 +5,9 @@
     make_tactics.py ENGINE --check    judge the positions of the file at hand again
 
 The positions come from games of the engine against itself at a few nodes a move, which are full of
-mistakes.  A position is kept if a quick look misses the move, if the engine then finds it and holds
-on to it through a long search, and if `stockfish`, which searches the two best moves, agrees: the
-best one wins, the second one does not.  All searches are limited by nodes and begin with empty
+mistakes.  A position is kept if the first plies neither play the move nor see what it brings, if the
+engine then finds it and holds on to it through a long search, and if `stockfish`, which searches the
+two best moves, agrees: the best one wins, the second one does not.  All searches are limited by nodes and begin with empty
 tables, so that every run with the same programs makes the same file.
 """
 
@@ -32,13 +32,13 @@ HEADER = """\
 # Tactics: one move wins, all others do not. Made by make_tactics.py; do not edit by hand.
 # The positions come from games of the engine against itself; a second engine agrees on every move.
 """
-GAMES = "games=1500 seed=20240303 nodes=400 skipquiet=0 skipcheck=0 evalcap=250 resignplies=20"
-EVERY = 4  # of so many positions one is looked at: neighbours tell the same story
-QUICK_NODES, LONG_NODES, SECOND_NODES = 100_000, 8_000_000, 4_000_000
-MISSED_UNTIL = 5  # depth up to which the engine must still have played something else
-FOUND_BY = 12  # depth by which it must have settled
-WINS, WINS_CLEARLY, DOES_NOT = 250, 300, 60  # centipawns
-MATES, OTHERS = 12, 24  # positions in the file
+GAMES = "games=5000 seed=20240303 nodes=100 skipquiet=0 skipcheck=0 evalcap=200 resignplies=20"
+PIECES = 12  # fewer make end games
+GLANCE_DEPTH, GLANCE_NODES, SECOND_GLANCE_NODES = 3, 20_000, 100_000
+LONG_NODES, SECOND_LONG_NODES = 4_000_000, 2_000_000
+FOUND_BY = 12  # depth by which the engine must have settled
+UNSEEN, WINS, WINS_CLEARLY, DOES_NOT = 150, 250, 300, 80  # centipawns
+POSITIONS = 28
 MATE = 100_000
 
 
@@ -97,16 +97,19 @@ class Judge:
         second = shutil.which("stockfish") or shutil.which("stockfish", path="/usr/games")
         if second is None:
             sys.exit("make_tactics: install the package stockfish")
-        self.first = Engine(path, Hash=64)
-        self.second = Engine(second, Hash=64, MultiPV=2)
+        self.first = Engine(path, Hash=16)
+        self.second = Engine(second, Hash=16, MultiPV=2)
 
     def candidate(self, fen: str) -> bool:
-        """Whether a second look sees a win by a move that the first one does not play."""
-        depths = [lines[0] for lines in self.first.search(fen, QUICK_NODES)]
+        """Whether a win is there that the first plies do not find, and one move alone brings it."""
+        depths = [lines[0] for lines in self.first.search(fen, GLANCE_NODES)]
         if not depths or depths[-1].score < WINS:
             return False
-        early = [line for line in depths if line.depth <= MISSED_UNTIL]
-        return early[-1].move != depths[-1].move and early[-1].score < WINS
+        early = [line for line in depths if line.depth <= GLANCE_DEPTH]
+        if early[-1].move == depths[-1].move or any(line.score >= UNSEEN for line in early):
+            return False
+        best, other = self.second.search(fen, SECOND_GLANCE_NODES)[-1]
+        return best.score >= WINS and other.score <= DOES_NOT
 
     def verdict(self, fen: str) -> tuple[str, str, int] | None:
         """The winning move, what it brings, and the depth that finds it; None if there is a doubt."""
@@ -115,15 +118,14 @@ class Judge:
             return None
         move = depths[-1].move
         settled = max((line.depth for line in depths if line.move != move), default=0) + 1
-        if not MISSED_UNTIL < settled <= FOUND_BY:
+        best, other = self.second.search(fen, SECOND_LONG_NODES)[-1]
+        if not GLANCE_DEPTH < settled <= FOUND_BY or best.move != move:
             return None
-        best, other = self.second.search(fen, SECOND_NODES)[-1]
-        if best.move != move or best.score < WINS_CLEARLY or other.score > DOES_NOT:
+        if best.score < WINS_CLEARLY or other.score > DOES_NOT:
             return None
         mates = [line.mate() for line in (depths[-1], best) if line.mate()]
-        if mates:
-            return move, f"mate in {min(mates)}", settled
-        return move, f"wins {best.score / 100:.1f}, the next best move {other.score / 100:.1f}", settled
+        what = f"mate in {min(mates)}" if mates else f"{best.score / 100:+.1f}"
+        return move, f"{what}, any other move {other.score / 100:+.1f} at most", settled
 
 
 def games(path: str) -> list[list[str]]:
@@ -147,25 +149,23 @@ def games(path: str) -> list[list[str]]:
 
 def make(path: str) -> None:
     judge, rules = Judge(path), Rules()
-    kept: dict[bool, list[str]] = {True: [], False: []}  # by whether they mate
+    kept: list[str] = []
     for game in games(path):
-        if len(kept[True]) == MATES and len(kept[False]) == OTHERS:
-            break
-        for fen in game[::EVERY]:
+        for fen in game:
+            if sum(letter.isalpha() for letter in fen.split()[0]) < PIECES:
+                break
             if not judge.candidate(fen) or not (verdict := judge.verdict(fen)):
                 continue
             move, what, depth = verdict
-            group = kept[what.startswith("mate")]
-            if len(group) < (MATES if what.startswith("mate") else OTHERS):
-                san = rules.translate(fen, move).san
-                group.append(f'{" ".join(fen.split()[:4])} bm {san}; id "%s"; c0 "{what}";')
-                print(f"{len(kept[True])} + {len(kept[False])}: {group[-1]} depth {depth}", flush=True)
+            record = " ".join(rules.play(fen, []).fen.split()[:4])
+            san = rules.translate(fen, move).san
+            kept.append(f'{record} bm {san}; id "tactics.{len(kept) + 1:02}"; c0 "{what}";')
+            print(f"{kept[-1]} found at depth {depth}", flush=True)
             break  # one of each game
+        if len(kept) == POSITIONS:
+            break
     rules.close()
-    names = [f"mate.{i:02}" for i in range(1, MATES + 1)], [f"win.{i:02}" for i in range(1, OTHERS + 1)]
-    lines = [line % name for mates, these in zip((True, False), names)
-             for line, name in zip(kept[mates], these)]
-    OUTPUT.write_text(HEADER + "\n".join(lines) + "\n", encoding="ascii")
+    OUTPUT.write_text(HEADER + "\n".join(kept) + "\n", encoding="ascii")
 
 
 def check(path: str) -> None:

@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import json
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -83,4 +84,5 @@ class Rules(Script):
         return self.ask({"fen": fen, "san": move})
 
     def replay(self, pgn: str) -> SimpleNamespace:
-        return self.ask({"pgn": pgn})
+        """What rules.mjs tells of a game, without its comments: the library takes no two running."""
+        return self.ask({"pgn": re.sub(r"\{[^{}]*\}", "", pgn)})

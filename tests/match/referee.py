@@ -1,7 +1,7 @@
 """Plays games between two engines under clocks, as strictly as a human referee would.
 
-A move must be legal by a rules library that shares nothing with the engine, and so must every
-variation that an engine prints.  Who exceeds the clock has lost.
+A move must be legal by a rules library that shares nothing with the engine, and every line that an
+engine prints must be fit to be shown (display.py).  Who exceeds the clock has lost.
 
 A busy machine may keep a processor from an engine or from the referee.  For how long it did so in
 each move is measured and shown; a referee told to be lenient forgives that much and no more.
@@ -11,13 +11,13 @@ from __future__ import annotations
 
 import dataclasses
 import os
-import re
 import threading
 import time
 from collections import Counter, defaultdict
 
-import grammar
+import display
 from client import Engine
+from display import Display, repetition_key
 from library import Rules
 
 LONGEST_GAME = 400  # plies; then a draw
@@ -28,10 +28,7 @@ USUAL_LATENESS = 0.0005  # seconds by which any sleep ends too late
 ILLEGAL_MOVE = "illegal move"
 FORFEIT = "forfeit"
 LATE_BY_THE_MACHINE = "move too late by no more than the machine's delay"
-MALFORMED_LINE = "malformed line"
-ILLEGAL_VARIATION = "illegal variation"
-ANOTHER_MOVE = "move other than the last variation's"
-BACKWARDS = "count that runs backwards"
+KINDS = (ILLEGAL_MOVE, FORFEIT, LATE_BY_THE_MACHINE, *display.KINDS)
 
 
 @dataclasses.dataclass
@@ -119,24 +116,24 @@ class Referee:
     def __init__(self, rules: Rules, lenient: bool = False) -> None:
         self.rules = rules
         self.lenient = lenient
+        self.display = Display(rules)
         self.faults: dict[str, list[str]] = defaultdict(list)
-        self.games = self.moves = self.lines = self.variations = 0
+        self.games = self.moves = 0
         self.reserve = float("inf")
         self.longest_delay = 0.0
 
     def summary(self) -> str:
-        kinds = (ILLEGAL_MOVE, FORFEIT, LATE_BY_THE_MACHINE, MALFORMED_LINE, ILLEGAL_VARIATION,
-                 ANOTHER_MOVE, BACKWARDS)
-        return (f"{self.games} games, {self.moves} moves, {self.lines} lines,"
-                f" {self.variations} variations; "
-                + ", ".join(f"{kind}: {len(self.faults[kind])}" for kind in kinds)
+        seen = {"games": self.games, "moves": self.moves, **self.display.seen}
+        return (", ".join(f"{kind}: {count}" for kind, count in seen.items()) + "; "
+                + ", ".join(f"{kind}: {len(self.faults[kind])}" for kind in KINDS)
                 + f"; least reserve {self.reserve:.1f} ms,"
                 f" longest delay of the machine within a move {self.longest_delay:.1f} ms")
 
     # --- a game ---
 
-    def play(self, players: tuple[Engine, Engine], fen: str, control: Control) -> Game:
-        """White comes first among the players."""
+    def play(self, players: tuple[Engine, Engine], fen: str, control: Control,
+             threads: int = 1) -> Game:
+        """White comes first among the players; each of them uses so many threads."""
         clocks = [Clock(control), Clock(control)]
         moves: list[str] = []
         position = self.rules.play(fen, [])
@@ -150,7 +147,8 @@ class Referee:
             command = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
             lines, in_time = self.ask(players[side], command, clocks, side, watchdog)
             move = lines[-1].removeprefix("bestmove ")
-            self.judge_lines(lines, command, position.fen)
+            for kind, what in self.display.faults(position.fen, lines, threads):
+                self.note(kind, what, command)
             if not in_time:
                 end = lost, FORFEIT
                 break
@@ -207,30 +205,5 @@ class Referee:
                   f"{late:.1f} ms too late, machine's delay {delay:.1f} ms", f"{command}, {go}")
         return lines, excused
 
-    # --- what a player says ---
-
-    def judge_lines(self, lines: list[str], command: str, fen: str) -> None:
-        self.lines += len(lines)
-        nodes = clock = 0
-        variation: list[str] = []
-        for line in lines:
-            if not grammar.is_protocol(line):
-                self.note(MALFORMED_LINE, repr(line), command)
-            if counts := re.search(r" nodes (\d+) .* time (\d+)", line):
-                if int(counts[1]) < nodes or int(counts[2]) < clock:
-                    self.note(BACKWARDS, line, command)
-                nodes, clock = int(counts[1]), int(counts[2])
-            if " pv " in line:
-                variation = line.partition(" pv ")[2].split()
-                self.variations += 1
-                if not self.rules.is_legal(fen, variation):
-                    self.note(ILLEGAL_VARIATION, line, command)
-        if variation and lines[-1] != f"bestmove {variation[0]}":
-            self.note(ANOTHER_MOVE, lines[-1], f"{command}, variation {variation}")
-
     def note(self, kind: str, what: str, where: str) -> None:
         self.faults[kind].append(f"{what} at {where}")
-
-
-def repetition_key(fen: str) -> str:
-    return " ".join(fen.split()[:4])

@@ -13,7 +13,7 @@ import unittest
 from collections import defaultdict
 
 from client import EngineTest
-from display import (ANOTHER_MOVE, BACKWARDS, ILLEGAL_VARIATION, KINDS, MALFORMED_LINE, NO_VARIATION,
+from display import (ANOTHER_MOVE, ANOTHERS_MATE, BACKWARDS, ILLEGAL_VARIATION, KINDS, MALFORMED_LINE, NO_VARIATION,
                      NOT_THE_END, OTHER_MATE, PAST_REPETITION, WRONG_DEPTH, WRONG_SPEED, Display)
 from library import Rules
 from rules import Position
@@ -169,6 +169,7 @@ class SearchesAreShown(EngineTest):
         print(", ".join(f"{kind}: {count}" for kind, count in sorted(self.display.seen.items())),
               f"in {time.monotonic() - start:.0f} s")
         self.assertGreaterEqual(self.display.seen["mate scores"], SEARCHES // 5)
+        self.assertLessEqual(self.display.seen[ANOTHERS_MATE], 5 + SEARCHES // 100)
         for kind in KINDS:
             with self.subTest(kind):
                 self.assertEqual(found[kind], [])
@@ -276,6 +277,14 @@ class Faults(unittest.TestCase):
         self.assert_faults(threatened, lines("-1", "a2a1 b1a1"), OTHER_MATE)
         self.assert_faults(threatened, lines("-1", "a2a3 b1b8"))
         self.assertEqual(self.display.seen["mate scores whose variation mates"], 4)
+
+    def test_mates_of_other_threads(self) -> None:
+        late = self.line("a1b1 g8f8 b1b8", score="mate 1")
+        self.assert_faults(self.BACK_RANK, [late, "bestmove a1b1"], OTHER_MATE)
+        self.assert_faults(self.BACK_RANK, [late, "bestmove a1b1"], threads=2)
+        self.assertEqual(self.display.seen[ANOTHERS_MATE], 1)
+        wrong_side = self.line("a1a8", score="mate -1")
+        self.assert_faults(self.BACK_RANK, [wrong_side, "bestmove a1a8"], OTHER_MATE, threads=2)
 
     def test_answers(self) -> None:
         self.assert_faults(self.LONE_PAWN, ["bestmove e2e4"], NO_VARIATION)

@@ -73,7 +73,7 @@ class NeverLate(EngineTest):
             fen = positions[number % len(positions)]
             for player in self.players:
                 player.send(f"setoption name Threads value {threads}")
-            game = referees[number % len(FORMS)].play(self.players, fen, control)
+            game = referees[number % len(FORMS)].play(self.players, fen, control, threads)
             print(f"{control}, threads {threads}: {game}, from {fen}", flush=True)
         for (threads, control), referee in zip(FORMS, referees):
             print(f"{control}, threads {threads}: {referee.summary()}", flush=True)
