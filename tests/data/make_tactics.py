@@ -5,10 +5,11 @@
     make_tactics.py ENGINE --check    judge the positions of the file at hand again
 
 The positions come from games of the engine against itself at a few nodes a move, which are full of
-mistakes.  A position is kept if the first plies neither play the move nor see what it brings, if the
-engine then finds it and holds on to it through a long search, and if `stockfish`, which searches the
-two best moves, agrees: the best one wins, the second one does not.  All searches are limited by nodes and begin with empty
-tables, so that every run with the same programs makes the same file.
+mistakes.  A position is kept if the first plies neither play the move nor see what it brings, if
+the engine then finds it and holds on to it through a long search, and if `stockfish`, which
+searches the two best moves, agrees: the best one wins, the second one does not.  All searches are
+limited by nodes and begin with empty tables, so that every run with the same programs makes the
+same file.
 """
 
 from __future__ import annotations
@@ -34,11 +35,11 @@ HEADER = """\
 """
 GAMES = "games=5000 seed=20240303 nodes=100 skipquiet=0 skipcheck=0 evalcap=200 resignplies=20"
 PIECES = 12  # fewer make end games
-GLANCE_DEPTH, GLANCE_NODES, SECOND_GLANCE_NODES = 3, 20_000, 100_000
+GLANCE_DEPTH, GLANCE_NODES, SECOND_GLANCE_NODES = 2, 15_000, 100_000
 LONG_NODES, SECOND_LONG_NODES = 4_000_000, 2_000_000
 FOUND_BY = 12  # depth by which the engine must have settled
 UNSEEN, WINS, WINS_CLEARLY, DOES_NOT = 150, 250, 300, 80  # centipawns
-POSITIONS = 28
+POSITIONS = 24
 MATE = 100_000
 
 
@@ -112,7 +113,7 @@ class Judge:
         return best.score >= WINS and other.score <= DOES_NOT
 
     def verdict(self, fen: str) -> tuple[str, str, int] | None:
-        """The winning move, what it brings, and the depth that finds it; None if there is a doubt."""
+        """The winning move, what it brings, the depth that finds it; None if there is a doubt."""
         depths = [lines[0] for lines in self.first.search(fen, LONG_NODES)]
         if not depths or depths[-1].score < WINS:
             return None

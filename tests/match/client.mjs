@@ -13,8 +13,8 @@
 //
 //   {"game": {"movetime": 10}, "fen": FEN}
 //
-// lets it play against itself until the game is over by the rules: its "moves", its "result" and its
-// "end"; or what went wrong, as "error".
+// lets it play against itself until the game is over by the rules: its "moves", its "result" and
+// its "end"; or what went wrong, as "error".
 //
 // Usage: node client.mjs UCI RULES ENGINE, where the folders hold the libraries in node_modules.
 

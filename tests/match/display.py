@@ -69,8 +69,7 @@ class Display:
         self.seen: Counter[str] = Counter()
 
     def faults(self, fen: str, lines: list[str], threads: int = 1) -> Iterator[Fault]:
-        """Of the lines, from the first one to "bestmove", of a search of the position.  The game may
-        be over there; it must not be by a draw that can be claimed only."""
+        """Of all lines of a search of the position, up to "bestmove"."""
         self.seen["searches"] += 1
         self.seen["lines"] += len(lines)
         for line in lines:

@@ -84,5 +84,5 @@ class Rules(Script):
         return self.ask({"fen": fen, "san": move})
 
     def replay(self, pgn: str) -> SimpleNamespace:
-        """What rules.mjs tells of a game, without its comments: the library takes no two running."""
+        """A game as it is written down, without its comments: the library refuses some of them."""
         return self.ask({"pgn": re.sub(r"\{[^{}]*\}", "", pgn)})

@@ -11,8 +11,8 @@
 //
 //   {"fen": FEN, "san": "Nf3"}
 //
-// translates a move, written in either way: "move" is "g1f3" and "san" is "Nf3"; both are null if the
-// move is illegal.
+// translates a move, written in either way: "move" is "g1f3" and "san" is "Nf3"; both are null if
+// the move is illegal.
 //
 //   {"pgn": TEXT}
 //

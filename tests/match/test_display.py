@@ -13,8 +13,9 @@ import unittest
 from collections import defaultdict
 
 from client import EngineTest
-from display import (ANOTHER_MOVE, ANOTHERS_MATE, BACKWARDS, ILLEGAL_VARIATION, KINDS, MALFORMED_LINE, NO_VARIATION,
-                     NOT_THE_END, OTHER_MATE, PAST_REPETITION, WRONG_DEPTH, WRONG_SPEED, Display)
+from display import (ANOTHER_MOVE, ANOTHERS_MATE, BACKWARDS, ILLEGAL_VARIATION, KINDS,
+                     MALFORMED_LINE, NO_VARIATION, NOT_THE_END, OTHER_MATE, PAST_REPETITION,
+                     WRONG_DEPTH, WRONG_SPEED, Display)
 from library import Rules
 from rules import Position
 from test_rules import lines_of
@@ -88,10 +89,11 @@ class Searches:
             fen = self._random.choice(self._many)
             position, moves = Position(fen), []
             for _ in range(2):
-                quiet = [move for move in position.legal_moves() if self._comes_back(position, move)]
+                quiet = sorted(move for move in position.legal_moves()
+                               if self._is_quiet(position, move))
                 if not quiet:
                     break
-                moves.append(self._random.choice(sorted(quiet)))
+                moves.append(self._random.choice(quiet))
                 position.play(moves[-1])
             back = [move[2:] + move[:2] for move in moves]
             round_trip = [*moves, *back]
@@ -100,7 +102,7 @@ class Searches:
                 return fen, (2 * round_trip + moves)[:wanted]
 
     @staticmethod
-    def _comes_back(position: Position, move: str) -> bool:
+    def _is_quiet(position: Position, move: str) -> bool:
         after = position.copy()
         after.play(move)
         return after.clock > 0 and after.castling == position.castling
@@ -165,7 +167,8 @@ class SearchesAreShown(EngineTest):
             lines = self.search(command, limits)
             root = self.rules.play(fen, moves).fen
             for kind, what in self.display.faults(root, lines, threads):
-                found[kind].append(f"search {number}, threads {threads}, {command}, go {limits}: {what}")
+                found[kind].append(
+                    f"search {number}, threads {threads}, {command}, go {limits}: {what}")
         print(", ".join(f"{kind}: {count}" for kind, count in sorted(self.display.seen.items())),
               f"in {time.monotonic() - start:.0f} s")
         self.assertGreaterEqual(self.display.seen["mate scores"], SEARCHES // 5)
@@ -288,8 +291,8 @@ class Faults(unittest.TestCase):
 
     def test_answers(self) -> None:
         self.assert_faults(self.LONE_PAWN, ["bestmove e2e4"], NO_VARIATION)
-        self.assert_faults(
-            self.LONE_PAWN, [self.line("e2e4"), self.line("e2e3", 2), "bestmove e2e4"], ANOTHER_MOVE)
+        lines = [self.line("e2e4"), self.line("e2e3", 2), "bestmove e2e4"]
+        self.assert_faults(self.LONE_PAWN, lines, ANOTHER_MOVE)
 
     def test_ends(self) -> None:
         for fen, score in ((ENDS[0], "mate 0"), (ENDS[2], "cp 0")):

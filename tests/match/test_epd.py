@@ -10,6 +10,7 @@ from programs import ProgramTest, require
 from test_rules import DATA, lines_of
 
 TACTICS = f"{DATA}/tactics.epd"
+RECORD = r'(\S+ [wb] \S+ \S+) bm (\S+); id "([^"]+)"; c0 "[^"]+";'
 MATE = "6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -"
 
 
@@ -21,7 +22,7 @@ class Tactics(unittest.TestCase):
         self.assertGreaterEqual(len(records), 24)
         for number, record in enumerate(records, 1):
             with self.subTest(record):
-                fields = re.fullmatch(r'(\S+ [wb] \S+ \S+) bm (\S+); id "([^"]+)"; c0 "[^"]+";', record)
+                fields = re.fullmatch(RECORD, record)
                 self.assertEqual(fields[3], f"tactics.{number:02}")
                 fen = f"{fields[1]} 0 1"
                 self.assertEqual(rules.play(fen, []).fen, fen)
@@ -49,15 +50,16 @@ class SolveEpd(ProgramTest):
         self.assertEqual(done.status, 0)
 
     def test_what_is_not_solved(self) -> None:
-        done = self.solve_records(f'{MATE} bm Ra8#; id "right";', f'{MATE} bm Rb1; id "not so right";',
-                                  f"{MATE} am Ra8#;", f'{MATE} am Rb1; id "avoided";')
+        done = self.solve_records(
+            f'{MATE} bm Ra8#; id "right";', f'{MATE} bm Rb1; id "not so right";',
+            f"{MATE} am Ra8#;", f'{MATE} am Rb1; id "avoided";')
         self.assertEqual(done.stdout.splitlines()[-1],
                          "2 of 4 solved; not solved: not so right, number 3")
         self.assertEqual(done.status, 1)
 
     def test_ways_of_writing(self) -> None:
         done = self.solve_records(
-            "# a comment", "", f"{MATE} bm Ra8;", f"{MATE} bm Ra8+;", f"{MATE} bm Ra8#!; id \"x\";\r",
+            "# a comment", "", f"{MATE} bm Ra8;", f"{MATE} bm Ra8+;", f'{MATE} bm Ra8#!; id "x";\r',
             f"{MATE} 0 1 bm Ra8#;", f'{MATE} id "first"; bm Rb1 Ra8;', f'{MATE} bm Ra8;id "close";')
         self.assertEqual(done.stdout.splitlines()[-1], "6 of 6 solved")
         self.assertEqual(done.status, 0)

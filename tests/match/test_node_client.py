@@ -67,8 +67,9 @@ class NodeClient(unittest.TestCase):
             answer = self.search(rng.choice(positions), {"depth": depth})
             self.assert_understood(answer)
             self.assertEqual(len(answer.infos), depth)
-        for limits in ({"nodes": 20000}, {"movetime": 700}, {"wtime": 900, "btime": 900, "winc": 20},
-                       {"wtime": 500, "btime": 800, "movestogo": 10}):
+        clocks = {"wtime": 900, "btime": 800}
+        for limits in ({"nodes": 20000}, {"movetime": 700}, {**clocks, "winc": 20, "binc": 20},
+                       {**clocks, "movestogo": 10}):
             self.assert_understood(self.search(rng.choice(positions), limits))
         answer = self.search(START_FEN, {"infinite": True}, ["e2e4", "e7e5"], stop=400)
         self.assert_understood(answer)

@@ -22,12 +22,13 @@ class Xboard(ProgramTest):
 
     def play(self, games: int, *options: str) -> str:
         """Plays games under short clocks; returns what the programs said to each other."""
-        # The time limit is xboard's, inside: whatever happens, xvfb-run then takes its display down.
+        # The time limit is xboard's, inside: xvfb-run then takes its display down, come what may.
         done = self.run_program(
             "xvfb-run", "-a", "timeout", "-k", "5", "90",
-            "xboard", "-noGUI", "-xexit", "-mg", str(games), "-matchPause", "100", "-fd", ".",
-            "-sd", ".", "-saveSettingsOnExit", "false", "-xponder", "-mps", "0", "-tc", "0:01", "-inc", "0.1", "-soundProgram", "",
-            "-sgf", "games.pgn", "-debug", "-nameOfDebugFile", "debug", *options, limit=120)
+            "xboard", "-noGUI", "-xexit", "-saveSettingsOnExit", "false", "-xponder",
+            "-soundProgram", "", "-mg", str(games), "-matchPause", "100", "-mps", "0",
+            "-tc", "0:01", "-inc", "0.1", "-fd", ".", "-sd", ".", "-sgf", "games.pgn",
+            "-debug", "-nameOfDebugFile", "debug", *options, limit=120)
         self.assertEqual(done.status, 0, done.stdout + done.stderr)
         self.check_games("games.pgn", games)
         conversation = self.read("debug").decode(errors="replace")
@@ -38,8 +39,8 @@ class Xboard(ProgramTest):
         """Two games, each engine with its settings in a file; all goes into logs."""
         for name in ("a", "b"):
             self.write(f"{name}.ini", "\n".join((
-                "[PolyGlot]", f"EngineName = Morvane-{name}", "EngineCommand = ./engine", "Log = true",
-                f"LogFile = {name}.log", "[Engine]", "Move Overhead = 20", "")).encode())
+                "[PolyGlot]", f"EngineName = Morvane-{name}", "EngineCommand = ./engine",
+                "Log = true", f"LogFile = {name}.log", "[Engine]", "Move Overhead = 20", "")).encode())
         self.play(2, "-fcp", "polyglot a.ini", "-scp", "polyglot b.ini", "-smpCores", "2",
                   "-defaultHashSize", "16", "-defaultCacheSizeEGTB", "0")
         for name in ("a.log", "b.log"):
@@ -67,7 +68,8 @@ class Xboard(ProgramTest):
         for side in ("first", "second"):
             said = rf"<{side} *: # engine said: "
             self.assertRegex(conversation, said + r"info depth \d+ seldepth \d+ score cp .* pv ")
-            self.assertGreater(len(re.findall(said + "bestmove [a-h][1-8][a-h][1-8]", conversation)), 5)
+            answers = re.findall(said + "bestmove [a-h][1-8][a-h][1-8]", conversation)
+            self.assertGreater(len(answers), 5)
 
 
 if __name__ == "__main__":

@@ -39,18 +39,16 @@ morvane_python_test(never_late 900)
 morvane_python_test(install 300)
 morvane_python_test(makefile 600)
 morvane_python_test(processor 600)
+morvane_python_test(display 900)
+morvane_python_test(node_client 300)
+morvane_python_test(epd 600)
+morvane_python_test(match 300)
+morvane_python_test(xboard 600)
 
 if(MORVANE_HARDEN AND NOT MORVANE_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
   morvane_python_test(hardening 60)
 endif()
 
-add_test(NAME executable.xboard_match
-  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/match/xboard_match.sh)
-set_tests_properties(executable.xboard_match PROPERTIES
-  ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>"
-  SKIP_RETURN_CODE 77
-  TIMEOUT 240)
-
 # Clocks run in these: nothing else should take the processors from them.
 set_tests_properties(executable.options executable.ends executable.games executable.never_late
-  executable.xboard_match PROPERTIES RUN_SERIAL TRUE)
+  executable.match executable.xboard PROPERTIES RUN_SERIAL TRUE)
