@@ -1,4 +1,4 @@
-"""The Makefile, in copies of the source tree; and that a build depends on the source alone."""
+"""The Makefile, in copies of the source tree."""
 
 from __future__ import annotations
 
@@ -9,14 +9,8 @@ import subprocess
 import tempfile
 import unittest
 
-from client import engine_path
-from test_processor import setting
-
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
-# What a build must not depend on.
-SURROUNDING = {"LC_ALL": "uk_UA.UTF-8", "TZ": "Asia/Tokyo", "SOURCE_DATE_EPOCH": "1000000000",
-               "USER": "nobody", "HOME": "/nonexistent"}
 # What a surrounding make or user would change.
 UNWANTED = ("MAKEFLAGS", "MFLAGS", "MAKELEVEL", "CC", "CXX", "CXXFLAGS", "LDFLAGS", "DESTDIR")
 
@@ -43,13 +37,6 @@ int main() {
 }
 
 
-def is_release() -> bool:
-    """Whether the engine is one of the preset `release`, without arguments that matter."""
-    return (setting("CMAKE_BUILD_TYPE"), setting("MORVANE_ARCH"), setting("MORVANE_LTO"),
-            setting("MORVANE_STATIC"), setting("MORVANE_HARDEN"), setting("MORVANE_SANITIZE"),
-            setting("MORVANE_PROFILE")) == ("Release", "native", "ON", "OFF", "ON", "", "")
-
-
 @unittest.skipUnless(all(map(shutil.which, ("make", "cmake", "git"))), "needs make, CMake and git")
 class TreeTest(unittest.TestCase):
     """A test in a copy of the source tree, in a folder with an inconvenient name."""
@@ -74,16 +61,6 @@ class TreeTest(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertNotIn("make:", done.stderr)  # a warning
         return done.stdout
-
-
-class Reproducible(TreeTest):
-    def test_builds_the_same_bytes_elsewhere(self) -> None:
-        """The engine under test once more, from other folders in another surrounding."""
-        if not is_release():
-            self.skipTest("the engine is no build of the preset `release`")
-        self.make("-j2", f"CXX={setting('CMAKE_CXX_COMPILER')}", **SURROUNDING)
-        self.assertEqual((self.tree / "morvane").read_bytes(),
-                         pathlib.Path(engine_path()).read_bytes())
 
 
 class Makefile(TreeTest):
