@@ -1,7 +1,9 @@
 # shellcheck shell=bash
 # Sourced by ./run and ./test: installs Debian packages that are missing.
+# Elsewhere than on Debian and its kin, whoever builds sees to that himself.
 # Usage: ensure_packages PACKAGE...
 ensure_packages() {
+    command -v dpkg-query >/dev/null || return 0
     local missing=() package
     for package in "$@"; do
         dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
