@@ -22,9 +22,12 @@ from pages import ROOT
 
 LIMIT = 120.0  # seconds for one block: far more than any should take
 LEFT_OUT = shutil.ignore_patterns("build", ".git", "__pycache__", "data.txt", "rows.txt", "shards")
-STAND_IN = """#!{python}
+SHELL_STAND_IN = """#!/bin/sh
+exec {python} -B {script} {name} "$@"
+"""
+PYTHON_STAND_IN = """#!{python}
 import os, sys
-os.execv(sys.executable, [sys.executable, "-B", {script!r}, {name!r}, *sys.argv[1:]])
+os.execv({python!r}, [{python!r}, "-B", {script!r}, {name!r}, *sys.argv[1:]])
 """
 
 # Programs that a block needs, by what names them. Where one is missing the block is left out.
@@ -85,8 +88,9 @@ class Sandbox:
                 return
             mode = (ROOT / name).stat().st_mode
             place.unlink()
-        place.write_text(STAND_IN.format(python=sys.executable, name=name,
-                                         script=os.path.abspath(standins.__file__)))
+        text = PYTHON_STAND_IN if name.endswith(".py") else SHELL_STAND_IN
+        place.write_text(text.format(python=sys.executable, name=name,
+                                     script=os.path.abspath(standins.__file__)))
         place.chmod(mode)
 
     def _environment(self) -> dict[str, str]:

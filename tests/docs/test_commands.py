@@ -39,7 +39,7 @@ from pages import Block, PageError
 from sandbox import LIMIT, Sandbox
 
 PAUSE = 0.3  # seconds that a session lets a search without end run
-REPOSITORY_PATH = re.compile(r"(?:\.|\w[\w.-]*)(?:/[\w.-]+)+/?")
+REPOSITORY_PATH = re.compile(r"(?<![\w./-])(?:\./)?(\w[\w.-]*(?:/[\w.-]+)+/?)")
 
 # Times and speeds, which differ from run to run: the engine's, datagen's and those of solve-epd.
 VARYING = (
@@ -96,9 +96,7 @@ def check_mentions(place: str, text: str) -> None:
     """Files of the repository, presets and modes of the engine that a text names must exist."""
     folders = {entry.name for entry in pages.ROOT.iterdir() if entry.is_dir()} - {"build"}
     for name in REPOSITORY_PATH.findall(text):
-        first, _, rest = name.partition("/")
-        known = pages.ROOT / (rest if first == "." else name)
-        if first in folders | {"."} and not rest.startswith("build") and not known.exists():
+        if name.partition("/")[0] in folders and not (pages.ROOT / name).exists():
             raise PageError(f"{place}: there is no {name}")
     for kind, name in re.findall(r"\b(cmake|ctest)\b[^|&;]* --preset[ =]([\w-]+)", text):
         if name not in standins.presets("configure" if kind == "cmake" else "test"):
@@ -356,8 +354,9 @@ class SamplePage(unittest.TestCase):
         good = "```sh not run\nsudo apt install x\nscripts/build-profiled && ./run\n" \
                "cmake --preset release -B build/x\nbuild/x/morvane bench\n```\n"
         self.assertTrue(self.read(good)[0].startswith("not run"))
-        for text, message in (("if true; then", "syntax error"), ("./none", "no ./none"),
+        for text, message in (("if true; then", "syntax error"),
                               ("scripts/none", "no scripts/none"),
+                              ("./scripts/none", "no scripts/none"),
                               ("cmake --preset none", "no preset none"),
                               ("morvane dance", "no mode dance")):
             with self.subTest(text):
@@ -370,7 +369,8 @@ class SamplePage(unittest.TestCase):
             with self.subTest(code), self.assertRaisesRegex(PageError, "dance"):
                 check_inline_code("page.md", code)
         for code in ("morvane perft FEN DEPTH", "apt install morvane polyglot", "test_go",
-                     "measure.py latency ENGINE", "benchmarks/run perft", "docs/uci.md"):
+                     "measure.py latency ENGINE", "benchmarks/run perft", "docs/uci.md",
+                     "/usr/scripts/none", "x/docs/none", "build/none/morvane"):
             with self.subTest(code):
                 check_inline_code("page.md", code)
 
