@@ -78,6 +78,17 @@ def blocks_of(path: pathlib.Path) -> list[Block]:
     return (markdown_blocks if path.suffix == ".md" else manual_blocks)(name, text)
 
 
+def is_translation(path: pathlib.Path) -> bool:
+    """Whether a page (NAME.uk.md) holds the blocks of its original (NAME.md) once more, with other
+    comments in the commands at most."""
+    original = path.with_name(path.name.replace(".uk.md", ".md"))
+    if original == path or not original.exists():
+        return False
+    listed = [[(block.kind, block.role, re.sub(r" +# .*", "", block.tested))
+               for block in blocks_of(page)] for page in (original, path)]
+    return listed[0] == listed[1]
+
+
 # --- Markdown ---
 
 COMMENT = re.compile(r" *<!-- *(.*?) *--> *")

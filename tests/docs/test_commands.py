@@ -26,6 +26,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 import unittest.mock
@@ -185,16 +186,23 @@ class Pages(unittest.TestCase):
     maxDiff = None
 
     def check(self, path: pathlib.Path) -> None:
+        if pages.is_translation(path):
+            print("the same blocks as in the original, whose test runs them", file=sys.stderr)
+        else:
+            self.check_blocks(path)
+        if path.suffix == ".md":
+            for code in pages.inline_code(path.read_text(encoding="utf-8")):
+                with self.subTest(code):
+                    check_inline_code(path.name, code)
+
+
+    def check_blocks(self, path: pathlib.Path) -> None:
         with contextlib.closing(Sandbox()) as box:
             reader = Reader(box)
             for block in pages.blocks_of(path):
                 with self.subTest(block.place):
                     print(f"{block.place}: {block.kind}: ", end="", file=sys.stderr, flush=True)
                     print(reader.read(block), file=sys.stderr)
-        if path.suffix == ".md":
-            for code in pages.inline_code(path.read_text(encoding="utf-8")):
-                with self.subTest(code):
-                    check_inline_code(path.name, code)
 
 
 def add_pages() -> None:
@@ -270,6 +278,19 @@ class SamplePage(unittest.TestCase):
     def test_inline_code(self) -> None:
         text = "Say `a b` or `c`.\n```sh\necho `d`\n```\n| `e` | x |\n"
         self.assertEqual(pages.inline_code(text), ["a b", "c", "e"])
+
+    def test_translations(self) -> None:
+        original = "<!-- session input -->\n```text\nx\n```\n```sh\n./run      # words\n```\n"
+        for text, same in ((original, True), (original.replace("words", "слова"), True),
+                           (original.replace("run ", "test "), False), ("", False),
+                           (original.replace("session input", "session output"), False),
+                           (original + "```sh\nls\n```\n", False)):
+            with self.subTest(text), tempfile.TemporaryDirectory() as folder:
+                pathlib.Path(folder, "page.md").write_text(original, encoding="utf-8")
+                translation = pathlib.Path(folder, "page.uk.md")
+                translation.write_text(text, encoding="utf-8")
+                self.assertEqual(pages.is_translation(translation), same)
+                self.assertFalse(pages.is_translation(pathlib.Path(folder, "page.md")))
 
     def test_manual_page(self) -> None:
         text = (".Sh A\n.Bd -literal\nno\n.Ed\n.Sh EXAMPLES\nText:\n.\\\" tested with 9 => 1\n"
