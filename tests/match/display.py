@@ -69,7 +69,8 @@ class Display:
         self.seen: Counter[str] = Counter()
 
     def faults(self, fen: str, lines: list[str], threads: int = 1) -> Iterator[Fault]:
-        """Of all lines of a search of the position, up to "bestmove"."""
+        """Of all lines of a search of the position, up to "bestmove".  The FEN names an en-passant
+        square after every double step, as the engine counts such positions as others."""
         self.seen["searches"] += 1
         self.seen["lines"] += len(lines)
         for line in lines:

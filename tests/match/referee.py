@@ -147,12 +147,12 @@ class Referee:
             command = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
             lines, in_time = self.ask(players[side], command, clocks, side, watchdog)
             move = lines[-1].removeprefix("bestmove ")
-            for kind, what in self.display.faults(position.fen, lines, threads):
+            for kind, what in self.display.faults(position.exact, lines, threads):
                 self.note(kind, what, command)
             if not in_time:
                 end = lost, FORFEIT
                 break
-            after = self.rules.play(position.fen, [move])
+            after = self.rules.play(position.exact, [move])
             if not after.legal:
                 self.note(ILLEGAL_MOVE, move, command)
                 end = lost, ILLEGAL_MOVE

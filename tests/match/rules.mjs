@@ -5,9 +5,9 @@
 //
 // plays the moves up to the first one that is illegal or badly written. The answer tells how many
 // were played ("legal"), and of the position reached its "fen", the number of its legal "moves" and
-// how it ends the game, if it does ("end"). With "trace" it also holds the FENs after each move
-// ("fens"). A FEN names an en-passant square only where a pawn may capture there: positions with
-// equal moves have equal first fields.
+// how it ends the game, if it does ("end"). This FEN names an en-passant square only where a pawn may
+// capture there: positions with equal moves have equal first fields. "exact" is the FEN with that
+// square after every double step; with "trace" there are such FENs after each move ("fens").
 //
 //   {"fen": FEN, "san": "Nf3"}
 //
@@ -33,12 +33,12 @@ function play(chess, text) {
       to: text.slice(2, 4),
       promotion: text.slice(4) || undefined,
     });
-    if (move.lan === text) return true; // the library forgives letters that promote nothing
+    if (move.lan === text) return move; // the library forgives letters that promote nothing
   } catch {
-    return false;
+    return null;
   }
   chess.undo();
-  return false;
+  return null;
 }
 
 function end(chess) {
@@ -48,15 +48,22 @@ function end(chess) {
   return chess.isDrawByFiftyMoves() ? "the fifty-move rule" : null;
 }
 
+function exactFen(chess, move) {
+  const fields = chess.fen().split(" ");
+  if (move.isBigPawn()) fields[3] = move.to[0] + (move.color === "w" ? "3" : "6");
+  return fields.join(" ");
+}
+
 function playMoves({ fen, moves, trace }) {
   const chess = new Chess(fen);
   const fens = [];
+  let exact = fen;
   let legal = 0;
-  while (legal < moves.length && play(chess, moves[legal])) {
-    legal += 1;
-    if (trace) fens.push(chess.fen());
+  for (let move; legal < moves.length && (move = play(chess, moves[legal])); legal += 1) {
+    exact = exactFen(chess, move);
+    if (trace) fens.push(exact);
   }
-  return { legal, fen: chess.fen(), moves: chess.perft(1), end: end(chess), fens };
+  return { legal, fen: chess.fen(), exact, moves: chess.perft(1), end: end(chess), fens };
 }
 
 function translate({ fen, san }) {

@@ -165,7 +165,7 @@ class SearchesAreShown(EngineTest):
             command = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
             limits = self.searches.limits()
             lines = self.search(command, limits)
-            root = self.rules.play(fen, moves).fen
+            root = self.rules.play(fen, moves).exact
             for kind, what in self.display.faults(root, lines, threads):
                 found[kind].append(
                     f"search {number}, threads {threads}, {command}, go {limits}: {what}")
@@ -260,9 +260,11 @@ class Faults(unittest.TestCase):
         for ending, kinds in (("", ()), (" e1d2", (PAST_REPETITION,))):
             self.assert_faults(
                 self.LONE_PAWN, [self.line(there_and_back + ending), "bestmove e1f2"], *kinds)
-        later = "e2e4 e8f7 e1f2 f7e8 f2e1"  # the position after the pawn's move
+        later = "e2e3 e8f7 e1f2 f7e8 f2e1"  # the position after the pawn's move
         for ending, kinds in (("", ()), (" e8f7", (PAST_REPETITION,))):
-            self.assert_faults(self.LONE_PAWN, [self.line(later + ending), "bestmove e2e4"], *kinds)
+            self.assert_faults(self.LONE_PAWN, [self.line(later + ending), "bestmove e2e3"], *kinds)
+        double_step = "e2e4 e8f7 e1f2 f7e8 f2e1 e8f7"  # it leaves another position
+        self.assert_faults(self.LONE_PAWN, [self.line(double_step), "bestmove e2e4"])
 
     def test_mates(self) -> None:
         def lines(score: str, variation: str) -> list[str]:
