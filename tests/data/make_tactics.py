@@ -155,10 +155,12 @@ def make(path: str) -> None:
         for fen in game:
             if sum(letter.isalpha() for letter in fen.split()[0]) < PIECES:
                 break
-            if not judge.candidate(fen) or not (verdict := judge.verdict(fen)):
+            if not judge.candidate(fen):
+                continue
+            record = " ".join(rules.play(fen, []).fen.split()[:4])  # which holds no counters
+            if not (verdict := judge.verdict(f"{record} 0 1")):
                 continue
             move, what, depth = verdict
-            record = " ".join(rules.play(fen, []).fen.split()[:4])
             san = rules.translate(fen, move).san
             kept.append(f'{record} bm {san}; id "tactics.{len(kept) + 1:02}"; c0 "{what}";')
             print(f"{kept[-1]} found at depth {depth}", flush=True)

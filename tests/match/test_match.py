@@ -21,7 +21,7 @@ class Match(ProgramTest):
         super().setUp()
 
     def test_two_games(self) -> None:
-        done = self.script("match", "./engine", engine_path(), "2", "1", "0.1", PGN="games.pgn",
+        done = self.script("match", "./engine", engine_path(), "2", "2", "0.05", PGN="games.pgn",
                            HASH="4")
         self.assertEqual(done.status, 0, done.stdout + done.stderr)
         first, second = self.check_games("games.pgn", 2)

@@ -71,6 +71,9 @@ class NodeClient(unittest.TestCase):
         for limits in ({"nodes": 20000}, {"movetime": 700}, {**clocks, "winc": 20, "binc": 20},
                        {**clocks, "movestogo": 10}):
             self.assert_understood(self.search(rng.choice(positions), limits))
+        answer = self.search(START_FEN, {"movetime": 1500})  # long enough for lines of progress
+        self.assert_understood(answer)
+        self.assertTrue(any("score" not in info for info in answer.infos), answer.lines)
         answer = self.search(START_FEN, {"infinite": True}, ["e2e4", "e7e5"], stop=400)
         self.assert_understood(answer)
         self.assertGreater(len(answer.infos), 3)

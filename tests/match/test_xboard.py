@@ -20,28 +20,28 @@ class Xboard(ProgramTest):
     def assert_no_mistake(self, text: str) -> None:
         self.assertEqual([line for line in text.splitlines() if re.search(MISTAKES, line)], [])
 
-    def play(self, games: int, *options: str) -> str:
-        """Plays games under short clocks; returns what the programs said to each other."""
+    def play(self, *options: str) -> str:
+        """Plays a game under short clocks; returns what the programs said to each other."""
         # The time limit is xboard's, inside: xvfb-run then takes its display down, come what may.
         done = self.run_program(
             "xvfb-run", "-a", "timeout", "-k", "5", "90",
             "xboard", "-noGUI", "-xexit", "-saveSettingsOnExit", "false", "-xponder",
-            "-soundProgram", "", "-mg", str(games), "-matchPause", "100", "-mps", "0",
-            "-tc", "0:01", "-inc", "0.1", "-fd", ".", "-sd", ".", "-sgf", "games.pgn",
+            "-soundProgram", "", "-mg", "1", "-mps", "0",
+            "-tc", "0:02", "-inc", "0.05", "-fd", ".", "-sd", ".", "-sgf", "games.pgn",
             "-debug", "-nameOfDebugFile", "debug", *options, limit=120)
         self.assertEqual(done.status, 0, done.stdout + done.stderr)
-        self.check_games("games.pgn", games)
+        self.check_games("games.pgn", 1)
         conversation = self.read("debug").decode(errors="replace")
         self.assert_no_mistake(conversation + done.stdout + done.stderr)
         return conversation
 
     def test_polyglot(self) -> None:
-        """Two games, each engine with its settings in a file; all goes into logs."""
+        """Each engine has its settings in a file; all goes into logs."""
         for name in ("a", "b"):
             self.write(f"{name}.ini", "\n".join((
                 "[PolyGlot]", f"EngineName = Morvane-{name}", "EngineCommand = ./engine",
                 "Log = true", f"LogFile = {name}.log", "[Engine]", "Move Overhead = 20", "")).encode())
-        self.play(2, "-fcp", "polyglot a.ini", "-scp", "polyglot b.ini", "-smpCores", "2",
+        self.play("-fcp", "polyglot a.ini", "-scp", "polyglot b.ini", "-smpCores", "2",
                   "-defaultHashSize", "16", "-defaultCacheSizeEGTB", "0")
         for name in ("a.log", "b.log"):
             log = self.read(name).decode(errors="replace")
@@ -54,7 +54,7 @@ class Xboard(ProgramTest):
 
     def test_as_a_uci_engine(self) -> None:
         """As xboard starts UCI engines by itself."""
-        conversation = self.play(1, "-fUCI", "-sUCI", "-fcp", "./engine", "-scp", "./engine",
+        conversation = self.play("-fUCI", "-sUCI", "-fcp", "./engine", "-scp", "./engine",
                                  "-adapterCommand", POLYGLOT)
         for side in ("first", "second"):
             self.assertRegex(conversation, f'<{side} *: feature myname="Morvane ')
@@ -63,7 +63,7 @@ class Xboard(ProgramTest):
     def test_uci2wb(self) -> None:
         """The same with the other adapter, which shows what the engine says."""
         require("uci2wb")
-        conversation = self.play(1, "-fUCI", "-sUCI", "-fcp", "./engine", "-scp", "./engine",
+        conversation = self.play("-fUCI", "-sUCI", "-fcp", "./engine", "-scp", "./engine",
                                  "-adapterCommand", "uci2wb debug %fcp")
         for side in ("first", "second"):
             said = rf"<{side} *: # engine said: "
