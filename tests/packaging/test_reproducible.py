@@ -1,8 +1,8 @@
 """A build depends on the source, the compiler and the settings, and on nothing else.
 
-The engine under test is built once more: from a copy of the sources in a folder with another kind of
-name, by another build folder, under another locale, time zone, date and mask. It has to be the same
-byte for byte.
+The engine under test is built once more: from a copy of the sources in a folder with another kind
+of name, by another build folder, under another locale, time zone, date and mask. It has to be the
+same byte for byte.
 """
 
 import pathlib
