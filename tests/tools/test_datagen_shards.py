@@ -308,28 +308,11 @@ class ManyMachines(ShardTest):
 
 
 class Guide(ShardTest):
-    """What the guide shows must work, and its examples must be what the engine writes."""
+    """The table and the examples of the guide are what the engine knows and writes."""
 
     def fences(self, label: str) -> list[str]:
         text = GUIDE.read_text(encoding="utf-8")
         return re.findall(rf"^```{label}\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
-
-    def test_commands_run(self) -> None:
-        for name, source in (("build/release/morvane", engine_path()),
-                             ("scripts/datagen-shards", str(SCRIPT))):
-            (self.folder / name).parent.mkdir(parents=True)
-            shutil.copy(source, self.folder / name)
-        commands = "".join(self.fences("sh"))
-        self.assertGreater(commands.count("\n"), 5)
-        few = re.sub(r" nodes=\d+", "", commands)
-        few = re.sub(r"\bshard=\d+", "shard=2", few)
-        few = re.sub(r"\bgames=\d+", f"games=4 {QUICK}", few)
-        result = subprocess.run(["bash", "-ec", few], cwd=self.folder, env=self.environment,
-                                capture_output=True, timeout=DEADLINE, check=False)
-        self.assertEqual(result.returncode, 0, result.stderr.decode())
-        sums = re.findall(r"^([0-9a-f]{64})  ", result.stdout.decode(), re.MULTILINE)
-        self.assertEqual(len(sums), 3)
-        self.assertEqual(len(set(sums)), 1, "the shards are not the one run")
 
     def test_table_of_options(self) -> None:
         text = GUIDE.read_text(encoding="utf-8")
