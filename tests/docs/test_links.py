@@ -27,7 +27,9 @@ class Links(unittest.TestCase):
                 if not links.is_outside(target)
             }
             waiting |= {page for page in linked if page.endswith(".md")} - reached
-        self.assertEqual(sorted(set(links.page_names()) - reached), [])
+        # What lies in hidden folders is for the tools that look for it there.
+        pages = {name for name in links.page_names() if not name.startswith(".")}
+        self.assertEqual(sorted(pages - reached), [])
 
 
 class Reader(unittest.TestCase):
