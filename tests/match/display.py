@@ -116,7 +116,9 @@ class Display:
         if played.legal != len(info.variation):
             yield ILLEGAL_VARIATION, str(info)
             return
-        keys = [repetition_key(each) for each in (fen, *played.fens)]
+        # A variation ends with the first position that it has led to before; its root counts as one
+        # only once the variation has come back to it.
+        keys = [repetition_key(each) for each in played.fens]
         if len(set(keys[:-1])) < len(keys) - 1:
             yield PAST_REPETITION, str(info)
         if any(halfmove_clock(each) >= 100 for each in played.fens[:-1]):

@@ -257,7 +257,7 @@ class Faults(unittest.TestCase):
 
     def test_repetitions(self) -> None:
         there_and_back = "e1f2 e8f7 f2e1 f7e8"
-        for ending, kinds in (("", ()), (" e1d2", (PAST_REPETITION,))):
+        for ending, kinds in (("", ()), (" e1f2", ()), (" e1f2 e8f7", (PAST_REPETITION,))):
             self.assert_faults(
                 self.LONE_PAWN, [self.line(there_and_back + ending), "bestmove e1f2"], *kinds)
         later = "e2e3 e8f7 e1f2 f7e8 f2e1"  # the position after the pawn's move
