@@ -24,7 +24,7 @@ NOT_THE_END = "other lines than the end of the game calls for"
 KINDS = (MALFORMED_LINE, BACKWARDS, WRONG_DEPTH, WRONG_SPEED, ILLEGAL_VARIATION, PAST_REPETITION,
          OTHER_MATE, ANOTHER_MOVE, NO_VARIATION, NOT_THE_END)
 
-ANOTHERS_MATE = "mate scores with a variation of another thread"  # forgiven, but rare
+ANOTHER_MATE = "mate scores with the variation of another mate"  # forgiven, but rare
 
 Fault = tuple[str, str]  # kind, and what it is about
 
@@ -128,15 +128,17 @@ class Display:
 
     def _mate(self, info: Info, mates: bool, threads: int) -> Iterator[Fault]:
         """A variation is what the table still knows of it: it may end before the mate, but if it
-        mates, it does so when the score says.  Other threads write into the same table, and so the
-        variation may be another one's; even then it is the right side that mates."""
+        mates, it does so when the score says.  Now and then the table has come to know a quicker mate
+        since, and other threads write into it as well, so that the variation may be another one's;
+        even then it is the right side that mates."""
         plies = 2 * info.value - 1 if info.value > 0 else -2 * info.value
         length = len(info.variation)
         agrees = length == plies if mates else length < plies
         self.seen["mate scores"] += 1
         self.seen["mate scores whose variation mates"] += mates
-        if not agrees and threads > 1:
-            self.seen[ANOTHERS_MATE] += 1
+        quicker = mates and length < plies
+        if not agrees and (quicker or threads > 1):
+            self.seen[ANOTHER_MATE] += 1
             agrees = not mates or length % 2 == plies % 2
         if not agrees:
             yield OTHER_MATE, str(info)
