@@ -1,6 +1,6 @@
 """However the engine is told to end, it is gone at once and leaves nothing behind.
 
-The short form repeats every case 20 times, each at another moment.  MORVANE_REPETITIONS=1000
+The short form repeats every case 10 times, each at another moment.  MORVANE_REPETITIONS=1000
 repeats them as often and prints the same figures: for a quiet machine.
 """
 
@@ -21,7 +21,7 @@ from collections.abc import Callable
 import grammar
 from client import FolderTest, engine_path, is_instrumented
 
-REPETITIONS = int(os.environ.get("MORVANE_REPETITIONS", 3 if is_instrumented() else 20))
+REPETITIONS = int(os.environ.get("MORVANE_REPETITIONS", 3 if is_instrumented() else 10))
 TYPICAL = 0.1  # seconds until most processes are gone
 LIMIT = 60.0 if is_instrumented() else 2.0  # seconds that a busy machine excuses
 LATEST_MOMENT = 0.03  # seconds until the end comes
