@@ -54,4 +54,6 @@ endif()
 
 # Clocks run in these: nothing else should take the processors from them.
 set_tests_properties(executable.options executable.ends executable.games executable.never_late
-  executable.match executable.xboard PROPERTIES RUN_SERIAL TRUE)
+  PROPERTIES RUN_SERIAL TRUE)
+# These have seconds to spare, and a display each at a time.
+set_tests_properties(executable.match executable.xboard PROPERTIES RESOURCE_LOCK display)
