@@ -40,6 +40,7 @@ class alignas(kLineDistance) TranspositionTable {
     /// them there do not wait for the system. `waitForPages` returns when they are.
     void fetchPages();
     void waitForPages() { fetcher_.wait(); }
+    void stopFetching() { fetcher_.stop(); }
     bool isFetchingPages() const { return fetcher_.isRunning(); }
 
     /// Keeps a record of the places written from the next clearing on: clearing after a short

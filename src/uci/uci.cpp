@@ -256,4 +256,5 @@ void uciLoop() {
             break;
     }
     stopSearch();
+    gTT.stopFetching(); // or giving memory back, threads' stacks first, would wait for each page
 }
