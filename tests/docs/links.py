@@ -3,12 +3,12 @@
 from __future__ import annotations
 
 import os
-import pathlib
 import re
 from collections.abc import Iterator
 from urllib.parse import unquote
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from pages import ROOT
+
 NOT_OURS = {".git", "build", "node_modules", "__pycache__"}
 
 FENCE = re.compile(r" *(`{3,}|~{3,})")

@@ -17,7 +17,8 @@ import re
 import sys
 from collections.abc import Callable
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from pages import ROOT
+
 ENGINE = "morvane"
 SELFCHECK = "tests/morvane_selfcheck"
 CONFIGURED = ".configured"  # in a build folder: what configuring leaves here

@@ -9,6 +9,7 @@ import re
 import unittest
 
 import links
+import pages
 from client import Engine
 
 try:
@@ -18,7 +19,6 @@ except ImportError:
 
 PAGE = "docs/clients.md"
 CONFIGURATION = "docs/lichess-bot.yml"
-BLOCK = re.compile(r"^ *```(\w[\w ]*)\n(.*?)^ *```$", re.MULTILINE | re.DOTALL)
 
 
 def announced_options() -> dict[str, range]:
@@ -36,7 +36,8 @@ def announced_options() -> dict[str, range]:
 
 
 def blocks(*kinds: str) -> list[str]:
-    return [text for kind, text in BLOCK.findall(links.read(PAGE)) if kind in kinds]
+    found = pages.markdown_blocks(PAGE, links.read(PAGE))
+    return [block.text for block in found if block.kind in kinds]
 
 
 class ClientsPage(unittest.TestCase):
