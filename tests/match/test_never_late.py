@@ -7,6 +7,7 @@ A clock of some ten milliseconds has nothing to pay for other programs with.  So
 the engines take precedence over whatever else runs, and the referee, who holds the clock, over them.
 """
 
+import contextlib
 import os
 import unittest
 from collections.abc import Callable
@@ -30,6 +31,7 @@ REFEREES_NICENESS, PLAYERS_NICENESS, USUAL_NICENESS = -20, -15, 0
 
 
 # Where this file exists, niceness counts within a session alone, and the file holds the session's.
+# In some containers it is there and takes nothing.
 SESSION = "/proc/self/autogroup"
 
 
@@ -40,7 +42,7 @@ def set_niceness(niceness: int) -> None:
 
 def set_sessions_niceness(niceness: int) -> None:
     if os.path.exists(SESSION):
-        with open(SESSION, "w", encoding="ascii") as file:
+        with contextlib.suppress(OSError), open(SESSION, "w", encoding="ascii") as file:
             file.write(str(niceness))
 
 
