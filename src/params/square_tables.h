@@ -1,11 +1,12 @@
 #pragma once
 
+// Written by tuning/fit, from games; nobody edits it by hand.
+
 /// Placement values by square, in centipawns. Every table is read from White's side in the order of
 /// a printed board: the first row is the eighth rank, the first column the a file, so entry 0 is a8
 /// and entry 63 is h1. A White piece on square s reads entry s ^ 56, a Black piece entry s.
 ///
-/// The cells that are fitted to games stand here and nowhere else. The first and eighth rank of the
-/// pawn tables are never read for a pawn on the board.
+/// The first and eighth rank of the pawn tables are never read for a pawn on the board.
 namespace EvalParams {
 
 // clang-format off
@@ -99,10 +100,10 @@ inline constexpr int kKingEG[64] = {
      -72,  -85,  -49,  -36,  -52,  -46,  -71,  -99,
 };
 
-// clang-format on
-
 /// What end-game placement adds to the middle-game table, by piece and square. It is zero in the
 /// built-in weights; it exists so that a fit may tell the two phases apart.
 inline constexpr int kPstEgDelta[6][64] = {};
+
+// clang-format on
 
 } // namespace EvalParams

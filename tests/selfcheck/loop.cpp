@@ -26,6 +26,11 @@ std::vector<int> readWeights(const std::string& path) {
     return whole ? weights : std::vector<int>();
 }
 
+/// Puts the position of a line of a data file on the board. Returns false if it holds none.
+bool setLine(Board& board, const std::string& line) {
+    return board.setFen(line.substr(0, line.find('[')));
+}
+
 /// Value of a row for the side to move. Returns false if the row is none.
 bool valueOfRow(const std::string& row, const std::vector<int>& weights, const Board& board,
                 int& value) {
@@ -68,7 +73,7 @@ bool runLoopCheck(const std::string& data, const std::string& rows, const std::s
     while (std::getline(dataFile, line)) {
         ++positions;
         int value = 0;
-        if (board->setFen(line.substr(0, line.find('['))) && std::getline(rowFile, row) &&
+        if (setLine(*board, line) && std::getline(rowFile, row) &&
             valueOfRow(row, weights, *board, value) && value == evaluate(*board))
             continue;
         if (++differences <= 3)
@@ -80,4 +85,23 @@ bool runLoopCheck(const std::string& data, const std::string& rows, const std::s
                   std::to_string(positions) + " позицій, " + std::to_string(differences) +
                   " розбіжностей\n");
     return differences != 0 || !whole;
+}
+
+bool runEvaluate(const std::string& data) {
+    constexpr std::size_t kPiece = 1 << 16;
+    std::ifstream file(data);
+    const auto board = std::make_unique<Board>();
+    std::string line;
+    std::string values;
+    while (std::getline(file, line)) {
+        if (!setLine(*board, line))
+            return true;
+        values += std::to_string(evaluate(*board)) + "\n";
+        if (values.size() >= kPiece) {
+            Output::write(values);
+            values.clear();
+        }
+    }
+    Output::write(values);
+    return !file.eof();
 }

@@ -22,6 +22,7 @@ constexpr Check kChecks[] = {
     {"tune", 0, [](Arguments) { return runTuneVerify() != 0; }},
     {"eval", 0, [](Arguments) { return runEvalChecks(); }},
     {"loop", 3, [](Arguments files) { return runLoopCheck(files[0], files[1], files[2]); }},
+    {"evaluate", 1, [](Arguments files) { return runEvaluate(files[0]); }},
 };
 
 } // namespace
@@ -37,6 +38,7 @@ int main(int argc, char** argv) {
             arguments.size() == check.arguments + 1)
             return check.fails(arguments.subspan(1)) ? 1 : 0;
     Output::writeError("usage: morvane_selfcheck picker|tune|eval\n"
-                       "       morvane_selfcheck loop DATA ROWS PARAMS\n");
+                       "       morvane_selfcheck loop DATA ROWS PARAMS\n"
+                       "       morvane_selfcheck evaluate DATA\n");
     return 2;
 }

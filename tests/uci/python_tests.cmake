@@ -2,11 +2,13 @@
 # program that is not installed shows as skipped.
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 
-# morvane_python_test(MODULE TIMEOUT): runs test_MODULE.py of a folder that run.py names.
+# morvane_python_test(MODULE TIMEOUT [INTERPRETER]): runs test_MODULE.py of a folder that run.py names.
 # Timeouts leave room for sanitizers and busy machines.
 function(morvane_python_test module timeout)
+  set(interpreter ${ARGN} ${Python3_EXECUTABLE})
+  list(GET interpreter 0 interpreter)
   add_test(NAME executable.${module}
-    COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
+    COMMAND ${interpreter} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
   set_tests_properties(executable.${module} PROPERTIES
     ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>;MORVANE_SELFCHECK=$<TARGET_FILE:morvane_selfcheck>"
     SKIP_RETURN_CODE 77
@@ -23,6 +25,8 @@ morvane_python_test(signature 1800)
 morvane_python_test(writes 300)
 morvane_python_test(datagen 1800)
 morvane_python_test(tuning 900)
+morvane_python_test(fit 900 /usr/bin/python3) # as the program that it tests: where Debian puts numpy
+morvane_python_test(compare 600)
 morvane_python_test(streaming 600)
 morvane_python_test(datagen_shards 900)
 morvane_python_test(long_games 600)

@@ -1,0 +1,102 @@
+"""Pairs of games between two engines: who wins, how games end, and what is no game at all."""
+
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+import unittest
+
+from client import FolderTest, engine_path
+from library import RULES, install
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+# An engine that speaks the protocol and answers each "go" by what is put in here.
+MOCK = """#!/bin/sh
+while read -r word rest; do
+    case $word in
+        uci) echo uciok ;;
+        isready) echo readyok ;;
+        quit) exit ;;
+        go) {} ;;
+    esac
+done
+"""
+MATE_IN_1 = "6k1/5ppp/8/8/8/8/5PPP/R5K1 w - - 0 1"
+BARE_KINGS_NEXT = "8/8/8/8/8/6k1/2q5/1K6 w - - 0 1"
+
+
+class Compare(FolderTest):
+    def setUp(self) -> None:
+        super().setUp()
+        install(*RULES)
+
+    def mock(self, name: str, answer: str) -> str:
+        path = self.write(name, MOCK.format(answer).encode())
+        os.chmod(path, 0o755)
+        return path
+
+    def compare(self, first: str, second: str, fens: list[str], *options: str) -> tuple[int, str]:
+        openings = self.write("openings", "".join(fen + "\n" for fen in fens).encode())
+        done = subprocess.run(
+            [f"{ROOT}/tuning/compare", first, second, "--openings", openings, "--pairs", str(len(fens)),
+             "--pgn", self.path("games.pgn"), *options],
+            capture_output=True, text=True, timeout=300, check=False)
+        return done.returncode, done.stdout + done.stderr
+
+    def test_an_engine_is_as_strong_as_itself(self) -> None:
+        with open(f"{ROOT}/tests/data/openings.epd", encoding="ascii") as file:
+            fens = file.read().splitlines()[:4]
+        status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "300", "--jobs", "2")
+        self.assertEqual(status, 0, said)
+        self.assertIn("8 games, 50.0 % of the points, pairs by points 0 0 4 0 0: Elo +0.0", said)
+        self.assertEqual(self.read("games.pgn").decode().count("[Event "), 8)
+
+    def test_more_nodes_are_stronger(self) -> None:
+        more = self.mock("more", "")
+        self.write("more", f"#!/bin/sh\nsed -u 's/nodes 50/nodes 5000/' | '{engine_path()}'\n".encode())
+        with open(f"{ROOT}/tuning/openings.epd", encoding="ascii") as file:
+            fens = file.read().splitlines()[:30]
+        status, said = self.compare(more, engine_path(), fens, "--nodes", "50", "--sprt", "0,100",
+                                    "--jobs", "2")
+        self.assertEqual(status, 0, said)
+        self.assertIn("decided: +100 rather than +0", said)
+
+    def test_clocks(self) -> None:
+        status, said = self.compare(engine_path(), engine_path(), [MATE_IN_1], "--clock", "2+0.05")
+        self.assertEqual((status, said.splitlines()[-1]), (0, "ended by mate: 2"), said)
+        self.assertIn("50.0 %", said)
+
+    def test_who_is_late_has_lost(self) -> None:
+        sleeper = self.mock("sleeper", "sleep 0.5; echo bestmove g1h1")
+        status, said = self.compare(engine_path(), sleeper, [MATE_IN_1], "--clock", "0.3+0")
+        self.assertEqual((status, said.splitlines()[-1]), (1, "ended by mate: 1, time: 1"), said)
+        self.assertIn("100.0 % of the points", said)
+
+    def test_who_breaks_the_rules_has_lost(self) -> None:
+        for answer, reason in (("echo bestmove g1g3", "illegal move"), ("echo bestmove 0000", "illegal move"),
+                               ("echo bestmove a1a8q", "illegal move"), ("exit", "end of the engine")):
+            with self.subTest(answer):
+                status, said = self.compare(self.mock("mock", answer), engine_path(), [MATE_IN_1],
+                                            "--nodes", "1000")
+                if reason == "illegal move":
+                    self.assertEqual((status, said.splitlines()[-1]), (1, f"ended by {reason}: 1, mate: 1"))
+                    self.assertIn("pairs by points 1 0 0 0 0", said)
+                else:
+                    self.assertEqual(status, 1)
+
+    def test_the_games_are_what_was_played(self) -> None:
+        self.compare(engine_path(), engine_path(), [MATE_IN_1, BARE_KINGS_NEXT], "--nodes", "1000")
+        text = self.read("games.pgn").decode()
+        self.assertEqual(len(re.findall(r"1\. Ra8# 1-0", text)), 2)
+        self.assertEqual(text.count("insufficient material"), 2)
+
+    def test_what_is_no_engine_ends_it(self) -> None:
+        status, said = self.compare("/bin/true", engine_path(), [MATE_IN_1], "--nodes", "1000")
+        self.assertEqual(status, 1)
+        self.assertIn("no pair was played", said)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,143 @@
+// Plays pairs of games between two UCI engines: the same opening, colours reversed.
+//
+//   node pairs.mjs FOLDER HASH NODES BASE INCREMENT ENGINE ENGINE
+//
+// reads openings, a FEN a line, and answers each with a line of JSON: the "points" of the first engine
+// in both games, how they ended ("reasons") and the games themselves ("pgn"). A side has NODES for
+// each move or, if that is 0, BASE and INCREMENT milliseconds on a clock. HASH is in MiB. The rules are
+// those of the library in FOLDER/node_modules: who plays an illegal move or exceeds the clock has lost,
+// and so has who does not answer. A game of 400 plies is a draw.
+
+import { spawn } from "node:child_process";
+import { once } from "node:events";
+import { createRequire } from "node:module";
+import { createInterface } from "node:readline";
+
+const [folder, hash, nodes, base, increment, ...names] = process.argv.slice(2).map((text) =>
+  /^\d+$/.test(text) ? Number(text) : text,
+);
+const { Chess } = createRequire(`${folder}/`)("chess.js");
+const LONGEST_GAME = 400;
+const WON = { w: "1-0", b: "0-1" };
+const POINTS = { "1-0": 1, "0-1": 0, "1/2-1/2": 0.5 };
+
+class Engine {
+  constructor(name) {
+    this.name = name;
+    this.process = spawn(name, { stdio: ["pipe", "pipe", "ignore"] });
+    this.process.stdin.on("error", () => {}); // its end shows where its answer is read
+    this.lines = createInterface({ input: this.process.stdout });
+    this.ended = once(this.lines, "close").then(() => null);
+  }
+
+  send(text) {
+    this.process.stdin.write(`${text}\n`);
+  }
+
+  // The next line that begins so; null if the engine ends before.
+  until(start) {
+    const found = new Promise((resolve) => {
+      const look = (line) => {
+        if (!line.startsWith(start)) return;
+        this.lines.off("line", look);
+        resolve(line);
+      };
+      this.lines.on("line", look);
+    });
+    return Promise.race([found, this.ended]);
+  }
+
+  async settle(...commands) {
+    const ready = this.until("readyok");
+    this.send([...commands, "isready"].join("\n"));
+    if ((await ready) === null) throw new Error(`${this.name} has ended`);
+  }
+
+  async start() {
+    const ready = this.until("uciok");
+    this.send("uci");
+    if ((await ready) === null) throw new Error(`${this.name} is no UCI engine`);
+    await this.settle(`setoption name Hash value ${hash}`);
+  }
+
+  async move(position, go) {
+    const answer = this.until("bestmove");
+    this.send(`position ${position}\n${go}`);
+    return (await answer)?.split(" ")[1];
+  }
+}
+
+function play(chess, text) {
+  try {
+    const move = chess.move({
+      from: text.slice(0, 2),
+      to: text.slice(2, 4),
+      promotion: text.slice(4) || undefined,
+    });
+    return move.lan === text; // the library forgives letters that promote nothing
+  } catch {
+    return false;
+  }
+}
+
+function end(chess, plies) {
+  const loser = chess.turn();
+  if (chess.isCheckmate()) return [WON[loser === "w" ? "b" : "w"], "mate"];
+  if (chess.isStalemate()) return ["1/2-1/2", "stalemate"];
+  if (chess.isInsufficientMaterial()) return ["1/2-1/2", "insufficient material"];
+  if (chess.isThreefoldRepetition()) return ["1/2-1/2", "repetition"];
+  if (chess.isDrawByFiftyMoves()) return ["1/2-1/2", "the fifty-move rule"];
+  return plies >= LONGEST_GAME ? ["1/2-1/2", "length"] : null;
+}
+
+// A side's share of the game: its next move, played on the board. Returns why that lost, if it did.
+async function turn(chess, players, moves, position, clocks) {
+  const side = chess.turn();
+  const go = nodes
+    ? `go nodes ${nodes}`
+    : `go wtime ${Math.ceil(clocks.w)} btime ${Math.ceil(clocks.b)} winc ${increment} binc ${increment}`;
+  const start = performance.now();
+  const move = await players[side].move(position, go);
+  clocks[side] -= performance.now() - start;
+  if (move === undefined) return "end of the engine";
+  if (!nodes && clocks[side] < 0) return "time";
+  if (!play(chess, move)) return "illegal move";
+  clocks[side] += increment;
+  moves.push(move);
+  return null;
+}
+
+async function playGame(fen, players) {
+  const chess = new Chess(fen);
+  const moves = [];
+  const clocks = { w: base, b: base };
+  await Promise.all(Object.values(players).map((player) => player.settle("ucinewgame")));
+  let over = null;
+  while (!(over = end(chess, moves.length))) {
+    const side = chess.turn();
+    const position = `fen ${fen}` + (moves.length ? ` moves ${moves.join(" ")}` : "");
+    const fault = await turn(chess, players, moves, position, clocks);
+    if (fault) {
+      over = [WON[side === "w" ? "b" : "w"], fault];
+      break;
+    }
+  }
+  const [result, reason] = over;
+  const headers = { White: players.w.name, Black: players.b.name, Result: result, Termination: reason };
+  for (const [key, value] of Object.entries(headers)) chess.setHeader(key, value);
+  return { result, reason, pgn: `${chess.pgn()}\n\n` };
+}
+
+const engines = names.map((name) => new Engine(name));
+await Promise.all(engines.map((engine) => engine.start()));
+for await (const fen of createInterface({ input: process.stdin })) {
+  const games = [];
+  for (const white of [0, 1]) {
+    games.push(await playGame(fen, { w: engines[white], b: engines[1 - white] }));
+  }
+  const points = POINTS[games[0].result] + 1 - POINTS[games[1].result];
+  const reasons = games.map((game) => game.reason);
+  const pgn = games.map((game) => game.pgn).join("");
+  process.stdout.write(JSON.stringify({ points, reasons, pgn }) + "\n");
+}
+for (const engine of engines) engine.process.stdin.end("quit\n");
