@@ -2,8 +2,8 @@
 
 A position of value v, in centipawns from White's view, is expected to bring White the share
 1 / (1 + exp(-v / unit)) of the point.  The loss is the cross entropy between that and the result,
-in natural units, averaged over positions.  The regulariser holds every weight to the value that it
-has: as if it were known to lie around it with a certain spread, in centipawns.
+in natural units, averaged over positions.  The regulariser holds the weights to the values that they
+have (prior.py).
 """
 
 from __future__ import annotations
@@ -32,10 +32,10 @@ def losses(value: np.ndarray, target: np.ndarray, unit: float) -> np.ndarray:
     return np.logaddexp(0.0, x) - target * x
 
 
-def fit_unit(sample: Sample) -> float:
+def fit_unit(value: np.ndarray, target: np.ndarray) -> float:
     """Centipawns that make one natural unit of odds."""
     found = optimize.minimize_scalar(
-        lambda log: losses(sample.value, sample.target, np.exp(log)).mean(),
+        lambda log: losses(value, target, np.exp(log)).mean(),
         bounds=np.log(UNITS), method="bounded", options={"xatol": 1e-6})
     return float(np.exp(found.x))
 
@@ -56,13 +56,14 @@ class EndedEarly(Exception):
     pass
 
 
-def fit(seen: Sample, unseen: Sample, unit: float, spread: float, bounds: optimize.Bounds,
-        start: np.ndarray, patience: int, tell: Callable[[int, float, float], None]) -> Fit:
+def fit(seen: Sample, unseen: Sample, unit: float, precision: np.ndarray, bounds: optimize.Bounds,
+        patience: int, tell: Callable[[int, float, float], None]) -> Fit:
     """Lowers the loss on the one sample step by step, and keeps the step that is best on the other.
     Ends when that has not become better for so many steps.  `tell` hears each step and its losses."""
     count = len(seen.value)
     backward = seen.slopes.T.tocsr()
-    best = Fit(start, losses(moved(unseen, start), unseen.target, unit).mean(), 0)
+    start = np.zeros(len(precision))
+    best = Fit(start, losses(unseen.value, unseen.target, unit).mean(), 0)
     steps = 0
     loss = 0.0
 
@@ -71,7 +72,7 @@ def fit(seen: Sample, unseen: Sample, unit: float, spread: float, bounds: optimi
         value = moved(seen, change)
         loss = losses(value, seen.target, unit).mean()
         error = (expit(value / unit) - seen.target) / (unit * count)
-        pull = change / (count * spread**2)
+        pull = precision @ change / count
         return loss + 0.5 * pull @ change, backward @ error + pull
 
     def look(change: np.ndarray) -> None:
@@ -86,7 +87,7 @@ def fit(seen: Sample, unseen: Sample, unit: float, spread: float, bounds: optimi
 
     try:
         optimize.minimize(loss_and_gradient, start, jac=True, method="L-BFGS-B", bounds=bounds,
-                          callback=look, options={"maxiter": 1000, "ftol": 1e-10, "gtol": 1e-9})
+                          callback=look, options={"maxiter": 1000, "ftol": 1e-11, "gtol": 1e-10})
     except EndedEarly:
         pass
     return best
