@@ -35,6 +35,7 @@ OPTIONAL_PROGRAMS = {
     "scripts/datagen-shards": "parallel",
     "scripts/match": "xboard",
     "scripts/solve-epd": "polyglot",
+    "tuning/compare": "npm",
     "polyglot": "polyglot",
     "xboard": "xboard",
     "xvfb-run": "xvfb-run",
@@ -101,6 +102,7 @@ class Sandbox:
             "MORVANE_SANDBOX": str(self._folder),
             "MORVANE_STANDIN_LOG": str(self._log),
             "MORVANE_ENGINE": engine_path(),
+            "MORVANE_CACHE": os.environ.get("MORVANE_CACHE", str(ROOT / "build")),  # of libraries
         }
         return kept | own | ({"MORVANE_SELFCHECK": selfcheck()} if selfcheck() else {})
 

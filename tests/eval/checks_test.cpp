@@ -104,7 +104,8 @@ TEST(StateCheck, ReportsTheStoredNumbersInTheirOrder) {
     board.phase = 15;
     const StateCheck check = checkState(board);
     EXPECT_TRUE((check.stored == State{11, 12, 13, 14, 15}));
-    EXPECT_TRUE((check.fresh == State{493 - 17, 635 - 17, 493, 0, 2}));
+    const int place = EvalParams::kPSTMG[3][56]; // a1
+    EXPECT_TRUE((check.fresh == State{493 + place, 635 + place, 493, 0, 2}));
 }
 
 TEST(StateCheck, ClampsTheStoredPhaseOnly) {

