@@ -68,13 +68,9 @@ class Engine {
 }
 
 function play(chess, text) {
+  const [from, to, promotion] = [text.slice(0, 2), text.slice(2, 4), text[4]];
   try {
-    const move = chess.move({
-      from: text.slice(0, 2),
-      to: text.slice(2, 4),
-      promotion: text.slice(4) || undefined,
-    });
-    return move.lan === text; // the library forgives letters that promote nothing
+    return chess.move({ from, to, promotion }).lan === text; // it forgives letters that promote nothing
   } catch {
     return false;
   }
