@@ -22,7 +22,7 @@ from test_writes import STRACE, can_trace
 KIB, MIB = 1 << 10, 1 << 20
 NOBODY = 54321  # a user without other processes; the system does not count those of root
 RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"
-LOCKED = "position fen 4k3/8/8/p1p1p1p1/P1P1P1P1/8/8/4K3 w - - 0 1"  # lines of a hundred plies
+LOCKED = "position fen 8/1k6/8/p1p1p1p1/P1P1P1P1/8/1K6/8 w - - 0 1"  # lines of a hundred plies
 
 needs_plain_build = unittest.skipIf(
     not os.path.isdir(f"/proc/{os.getpid()}/task") or is_instrumented(),
@@ -280,7 +280,7 @@ class Stacks(FolderTest, EngineTest):
             with self.subTest(limit):
                 engine = self.start(
                     preexec=lambda: resource.setrlimit(resource.RLIMIT_STACK, limit))
-                lines = engine.search(LOCKED, "go depth 100")
+                lines = engine.search(LOCKED, "go depth 128")
                 self.assertGreater(max(int(re.search(r"seldepth (\d+)", line)[1])
                                        for line in lines if "seldepth" in line), 90)
                 engine.send("setoption name Threads value 4")
