@@ -7,40 +7,30 @@
 from __future__ import annotations
 
 import hashlib
-import os
 import re
-import subprocess
-import tempfile
+import sys
+from collections.abc import Callable
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
+sys.dont_write_bytecode = True  # no __pycache__ among the test data
+sys.path[:0] = [str(HERE.parent / "uci"), str(HERE.parent / "match")]
+from test_datagen import file_of  # noqa: E402
+from test_signature import bench, total  # noqa: E402
 
 
-def run(*arguments: str) -> str:
-    return subprocess.run([os.environ["MORVANE_ENGINE"], *arguments], stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL, text=True, check=True).stdout
-
-
-def counts(depth: str) -> str:
-    return " ".join(re.search(r"^bench: (\d+) nodes (\d+) qnodes", run("benchsearch", depth), re.M).groups())
-
-
-def checksum(options: str) -> str:
-    with tempfile.TemporaryDirectory() as folder:
-        file = Path(folder, "data.txt")
-        run("datagen", *options.split(), f"out={file}")
-        return hashlib.sha256(file.read_bytes()).hexdigest()
-
-
-def renew(name: str, pattern: str, line: object) -> None:
+def renew(name: str, pattern: str, line: Callable[[re.Match], str]) -> None:
     """Writes the lines of a file that match anew; the others stay."""
     path = HERE / name
-    path.write_text(re.sub(pattern, line, path.read_text(encoding="utf-8"), flags=re.M), encoding="utf-8")
+    text = re.sub(pattern, line, path.read_text(encoding="utf-8"), flags=re.MULTILINE)
+    path.write_text(text, encoding="utf-8")
 
 
 def main() -> None:
-    renew("signature.txt", r"^(\d+) .*$", lambda match: f"{match[1]} {counts(match[1])}")
-    renew("datagen.sha256", r"^[0-9a-f]{64}  (.*)$", lambda match: f"{checksum(match[1])}  {match[1]}")
+    renew("signature.txt", r"^(\d+) .*$",
+          lambda match: " ".join(map(str, (match[1], *total(bench(match[1]))))))
+    renew("datagen.sha256", r"^[0-9a-f]{64}  (.*)$",
+          lambda match: f"{hashlib.sha256(file_of(match[1])).hexdigest()}  {match[1]}")
 
 
 if __name__ == "__main__":

@@ -23,7 +23,7 @@ import test_commands  # noqa: E402
 from pages import Block, PageError  # noqa: E402
 from sandbox import Sandbox  # noqa: E402
 
-GAP = "...\n"  # stands for any lines
+GAP = re.compile(r"^\.\.\.\n", re.MULTILINE)  # stands for any lines
 
 
 def renewed(block: Block, output: str) -> str:
@@ -31,13 +31,13 @@ def renewed(block: Block, output: str) -> str:
     if block.tested != block.text:
         raise PageError(f"{block.place}: shown for other arguments than it is tested with")
     lines = output.splitlines(keepends=True)
-    first, *rest = block.text.split(GAP)
+    first, *rest = GAP.split(block.text)
     if not rest:
         return output
-    if len(rest) > 1 or re.search(r"^\.\.\.$", rest[0], re.MULTILINE):
+    if len(rest) > 1:
         raise PageError(f"{block.place}: more than one gap")
     last = rest[0].count("\n")
-    return "".join([*lines[: first.count("\n")], GAP, *lines[len(lines) - last:]])
+    return "".join([*lines[: first.count("\n")], "...\n", *lines[len(lines) - last:]])
 
 
 def replace(old: str, new: str) -> None:
