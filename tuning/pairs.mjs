@@ -1,19 +1,19 @@
 // Plays pairs of games between two UCI engines: the same opening, colours reversed.
 //
-//   node pairs.mjs FOLDER HASH NODES BASE INCREMENT ENGINE ENGINE
+//   node pairs.mjs FOLDER HASH BASE INCREMENT ENGINE ENGINE
 //
-// reads openings, a FEN a line, and answers each with a line of JSON: the "points" of the first engine
-// in both games, how they ended ("reasons") and the games themselves ("pgn"). A side has NODES for
-// each move or, if that is 0, BASE and INCREMENT milliseconds on a clock. HASH is in MiB. The rules are
-// those of the library in FOLDER/node_modules: who plays an illegal move or exceeds the clock has lost,
-// and so has who does not answer. A game of 400 plies is a draw.
+// reads lines of a number and an opening's FEN, and answers each with a line of JSON: the "points" of the
+// first engine in both games, how they ended ("reasons") and the games themselves ("pgn"). The number is
+// that of nodes for each move; if it is 0, a side has BASE and INCREMENT milliseconds on a clock. HASH is
+// in MiB. The rules are those of the library in FOLDER/node_modules: who plays an illegal move or exceeds
+// the clock has lost, and so has who does not answer. A game of 400 plies is a draw.
 
 import { spawn } from "node:child_process";
 import { once } from "node:events";
 import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
 
-const [folder, hash, nodes, base, increment, ...names] = process.argv.slice(2).map((text) =>
+const [folder, hash, base, increment, ...names] = process.argv.slice(2).map((text) =>
   /^\d+$/.test(text) ? Number(text) : text,
 );
 const { Chess } = createRequire(`${folder}/`)("chess.js");
@@ -87,7 +87,7 @@ function end(chess, plies) {
 }
 
 // A side's share of the game: its next move, played on the board. Returns why that lost, if it did.
-async function turn(chess, players, moves, position, clocks) {
+async function turn(chess, players, moves, position, nodes, clocks) {
   const side = chess.turn();
   const go = nodes
     ? `go nodes ${nodes}`
@@ -103,7 +103,7 @@ async function turn(chess, players, moves, position, clocks) {
   return null;
 }
 
-async function playGame(fen, players) {
+async function playGame(fen, nodes, players) {
   const chess = new Chess(fen);
   const moves = [];
   const clocks = { w: base, b: base };
@@ -112,7 +112,7 @@ async function playGame(fen, players) {
   while (!(over = end(chess, moves.length))) {
     const side = chess.turn();
     const position = `fen ${fen}` + (moves.length ? ` moves ${moves.join(" ")}` : "");
-    const fault = await turn(chess, players, moves, position, clocks);
+    const fault = await turn(chess, players, moves, position, nodes, clocks);
     if (fault) {
       over = [WON[side === "w" ? "b" : "w"], fault];
       break;
@@ -126,10 +126,11 @@ async function playGame(fen, players) {
 
 const engines = names.map((name) => new Engine(name));
 await Promise.all(engines.map((engine) => engine.start()));
-for await (const fen of createInterface({ input: process.stdin })) {
+for await (const line of createInterface({ input: process.stdin })) {
+  const [nodes, fen] = [Number.parseInt(line), line.replace(/^\d+ /, "")];
   const games = [];
   for (const white of [0, 1]) {
-    games.push(await playGame(fen, { w: engines[white], b: engines[1 - white] }));
+    games.push(await playGame(fen, nodes, { w: engines[white], b: engines[1 - white] }));
   }
   const points = POINTS[games[0].result] + 1 - POINTS[games[1].result];
   const reasons = games.map((game) => game.reason);
