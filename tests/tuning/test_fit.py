@@ -154,15 +154,16 @@ class Data(FolderTest):
              os.environ["MORVANE_SELFCHECK"], "--listing", self.path("new.txt"),
              "--tables", self.path("new.h"), *options], capture_output=True, text=True, check=False)
 
-    def let_far_pawns_win(self) -> None:
+    def let_far_pawns_win(self, field: str = r"\[[\d.]+\]", win: str = "[1.0]", draw: str = "[0.5]",
+                          loss: str = "[0.0]") -> None:
         """Gives each position to the side whose pawns have come farther: a fit must see that."""
         lines = []
         for line in self.read("data.txt").decode().splitlines():
             ranks = line.split("/", 7)
             white = sum(row.count("P") * (6 - place) for place, row in enumerate(ranks))
             black = sum(row.count("p") * (place - 1) for place, row in enumerate(ranks))
-            result = 0.5 + 0.5 * ((white > black) - (white < black))
-            lines.append(re.sub(r"\[[\d.]+\]", f"[{result}]", line, count=1) + "\n")
+            told = win if white > black else loss if white < black else draw
+            lines.append(re.sub(field, told, line, count=1) + "\n")
         self.write("data.txt", "".join(lines).encode())
 
     def test_the_program_from_games_to_tables(self) -> None:
@@ -182,6 +183,19 @@ class Data(FolderTest):
         third, fifth = (sum(change[fitted.index(f"{block}{8 * row}"):][:8].sum()
                             for block in ("pstMg_P_", "pawnEg_")) for row in (5, 3))
         self.assertLess(third, fifth)
+
+    def test_the_program_may_look_at_scores_alone(self) -> None:
+        self.let_far_pawns_win(r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
+        options = ("--scores-alone", "220,210", "--spread", "10:10", "--patience", "3")
+        self.assertEqual(self.fit(*options).returncode, 0)
+        learned = self.read("new.txt")
+        self.assertTrue(learned.decode() != self.weights.text(), "the fit has moved nothing")
+        self.write("data.txt", re.sub(rb"\[([10])\.0\]", lambda won: b"[%d.0]" % (won[1] == b"0"),
+                                      self.read("data.txt")))
+        self.assertEqual(self.fit(*options).returncode, 0)
+        self.assertTrue(self.read("new.txt") == learned, "results have been looked at")
+        self.write("data.txt", re.sub(rb" \[[-\d]+\]\n", b"\n", self.read("data.txt")))
+        self.assertIn("the data are without scores", self.fit(*options).stderr)
 
     def test_the_program_stops_at_rows_that_do_not_fit(self) -> None:
         engine = self.write("engine", (
