@@ -12,6 +12,7 @@ constexpr std::int64_t kProgressInterval = 300; // milliseconds between two line
 
 // When the main thread last printed, in milliseconds since the search began. Its own affair alone.
 std::int64_t gLastInfoMs = 0;
+bool gProgressIsLast = false; // and whether that line told of progress
 
 std::uint64_t nodesPerSecond(std::uint64_t nodes, std::int64_t elapsed) {
     return elapsed < 1 ? 0 : nodes * 1000 / static_cast<std::uint64_t>(elapsed);
@@ -56,6 +57,7 @@ std::string buildPV(Board board, Move firstMove) {
 
 void resetReports() {
     gLastInfoMs = 0;
+    gProgressIsLast = false;
 }
 
 void reportIteration(const Thread& thread, std::int64_t elapsed) {
@@ -68,6 +70,12 @@ void reportIteration(const Thread& thread, std::int64_t elapsed) {
         line.add(" pv ").add(pv);
     line.print();
     gLastInfoMs = elapsed;
+    gProgressIsLast = false;
+}
+
+void reportResult(const Thread& best, const Thread& main) {
+    if (best.bestMove != main.bestMove || gProgressIsLast)
+        reportIteration(best, gTime.elapsed());
 }
 
 void reportNoMoves(const Board& board) {
@@ -80,6 +88,7 @@ void reportProgress(const Thread& thread) {
     if (elapsed - gLastInfoMs < kProgressInterval)
         return;
     gLastInfoMs = elapsed;
+    gProgressIsLast = true;
     Line line;
     line.add("info depth ").add(thread.depth).add(" seldepth ").add(gThreads.totalSeldepth());
     addEffort(line, gThreads.totalNodes(), elapsed);

@@ -88,6 +88,10 @@ std::string buildPV(Board board, Move firstMove);
 /// Prints the line of a completed iteration.
 void reportIteration(const Thread& thread, std::int64_t elapsed);
 
+/// Prints the line of the thread whose move is the answer, unless the last line printed begins with
+/// that move: clients show the last line as the reason for the move.
+void reportResult(const Thread& best, const Thread& main);
+
 /// Prints the line of a root position without moves.
 void reportNoMoves(const Board& board);
 

@@ -87,9 +87,7 @@ void Thread::mainLoop() {
     gStopSearch = true;
     gThreads.waitForHelpersFinished();
     const Thread& best = gThreads.bestThread();
-    // A client shows the last variation as the reason for the move: it must begin with it.
-    if (best.bestMove != bestMove)
-        Search::reportIteration(best, gTime.elapsed());
+    Search::reportResult(best, *this);
     Line().add("bestmove ").add(moveToString(best.bestMove)).print();
 }
 

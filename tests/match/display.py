@@ -85,10 +85,10 @@ class Display:
         yield from self._counts(infos, threads)
         for info in scored:
             yield from self._variation(fen, info, threads)
-        if not scored or not scored[-1].variation:
+        if not infos or not infos[-1].variation:
             yield NO_VARIATION, lines[-1]
-        elif lines[-1] != f"bestmove {scored[-1].variation[0]}":
-            yield ANOTHER_MOVE, f"{lines[-1]}, not {scored[-1].variation}"
+        elif lines[-1] != f"bestmove {infos[-1].variation[0]}":
+            yield ANOTHER_MOVE, f"{lines[-1]}, not {infos[-1].variation}"
 
     def _without_moves(self, mated: bool, lines: list[str]) -> Iterator[Fault]:
         self.seen["mates and stalemates at the root"] += 1
@@ -98,17 +98,22 @@ class Display:
     @staticmethod
     def _counts(infos: list[Info], threads: int) -> Iterator[Fault]:
         done = nodes = milliseconds = 0
+        progress = False
         for info in infos:
             if info.nodes < nodes or info.milliseconds < milliseconds:
                 yield BACKWARDS, str(info)
             nodes, milliseconds = info.nodes, info.milliseconds
             if info.speed != (nodes * 1000 // milliseconds if milliseconds else 0):
                 yield WRONG_SPEED, str(info)
-            # The last line may be another thread's, which has searched as deep or deeper.
-            anothers = threads > 1 and info is infos[-1] and info.score and info.depth >= done
-            if info.depth != done + 1 and not anothers:
+            # The last line may be an earlier one again, after one of progress, or another thread's,
+            # which has searched as deep or deeper.
+            last = info is infos[-1] and info.score
+            again = last and progress and info.depth == done
+            anothers = last and threads > 1 and info.depth >= done
+            if info.depth != done + 1 and not again and not anothers:
                 yield WRONG_DEPTH, str(info)
             done = info.depth if info.score else done
+            progress = not info.score
 
     def _variation(self, fen: str, info: Info, threads: int) -> Iterator[Fault]:
         self.seen["variations"] += 1

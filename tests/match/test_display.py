@@ -12,7 +12,7 @@ import time
 import unittest
 from collections import defaultdict
 
-from client import EngineTest
+from client import START_FEN, EngineTest
 from display import (ANOTHER_MATE, ANOTHER_MOVE, BACKWARDS, ILLEGAL_VARIATION, KINDS,
                      MALFORMED_LINE, NO_VARIATION, NOT_THE_END, OTHER_MATE, PAST_REPETITION,
                      WRONG_DEPTH, WRONG_SPEED, Display)
@@ -177,6 +177,16 @@ class SearchesAreShown(EngineTest):
             with self.subTest(kind):
                 self.assertEqual(found[kind], [])
 
+    def test_searches_that_report_progress(self) -> None:
+        """Iterations long enough for lines of progress, which may be the last before the time is up."""
+        for number, milliseconds in enumerate(range(500, 1300, 100)):
+            threads = 1 + number % 2
+            self.engine.send("ucinewgame", f"setoption name Threads value {threads}")
+            limits = f"movetime {milliseconds}"
+            self.engine.send("position startpos", f"go {limits}")
+            lines = self.engine.read_until("bestmove .*")
+            self.assertEqual(list(self.display.faults(START_FEN, lines, threads)), [], limits)
+
 
 class Faults(unittest.TestCase):
     """The judge sees what there is to see."""
@@ -222,7 +232,7 @@ class Faults(unittest.TestCase):
             [self.line("e2e4", 1, 5, 6, 833), self.line("e2e4", 2, 4, 6, 666),
              self.line("e2e4", 3, 4, 5, 800), "info depth 4 seldepth 9 nodes 3 nps 600 time 5",
              "bestmove e2e4"],
-            BACKWARDS, BACKWARDS, BACKWARDS)
+            BACKWARDS, BACKWARDS, BACKWARDS, NO_VARIATION)
 
     def test_depths(self) -> None:
         answer = "bestmove e2e4"
@@ -230,7 +240,18 @@ class Faults(unittest.TestCase):
         self.assert_faults(self.LONE_PAWN, skipped, WRONG_DEPTH)
         self.assert_faults(self.LONE_PAWN, [self.line("e2e4", 2), answer], WRONG_DEPTH)
         progress = "info depth 1 seldepth 9 nodes 5 nps 0 time 0"
-        self.assert_faults(self.LONE_PAWN, [self.line("e2e4"), progress, answer], WRONG_DEPTH)
+        self.assert_faults(
+            self.LONE_PAWN, [self.line("e2e4"), progress, answer], WRONG_DEPTH, NO_VARIATION)
+
+    def test_an_earlier_line_comes_again_after_progress(self) -> None:
+        progress = "info depth 2 seldepth 9 nodes 9 nps 0 time 0"
+        first, answer = self.line("e2e4"), "bestmove e2e4"
+        again = self.line("e2e4", nodes=9)
+        self.assert_faults(self.LONE_PAWN, [first, progress, again, answer])
+        self.assert_faults(self.LONE_PAWN, [first, progress, answer], NO_VARIATION)
+        self.assert_faults(self.LONE_PAWN, [first, again, answer], WRONG_DEPTH)
+        self.assert_faults(
+            self.LONE_PAWN, [first, progress, again, self.line("e2e4", 2, 9), answer], WRONG_DEPTH)
 
     def test_the_last_line_may_be_another_threads(self) -> None:
         def lines(depth: int) -> list[str]:

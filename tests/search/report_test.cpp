@@ -191,6 +191,28 @@ TEST_F(Progress, IsReportedAtEvery2048thNodeOnceALineIsDue) {
     EXPECT_EQ(line->nps, line->nodes * 1000 / line->time);
 }
 
+TEST_F(Progress, IsFollowedByTheResultThoughItWasPrintedBefore) {
+    Thread& main = *thread;
+    const auto result = [&](const Thread& best) {
+        testing::internal::CaptureStdout();
+        Search::reportResult(best, main);
+        return testing::internal::GetCapturedStdout();
+    };
+    main.bestMove = moveOf(main.board, "e2e4");
+    main.completedDepth = 3;
+    testing::internal::CaptureStdout();
+    Search::reportIteration(main, 0);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(result(main), "");
+
+    waitUntilALineIsDue();
+    ASSERT_NE(outputAtNode(2048), "");
+    const std::string again = result(main);
+    EXPECT_TRUE(again.starts_with("info depth 3 ")) << again;
+    EXPECT_NE(again.find(" pv e2e4"), std::string::npos) << again;
+    EXPECT_EQ(result(main), "");
+}
+
 TEST_F(Progress, IsNotReportedAgainBefore300MillisecondsHavePassed) {
     waitUntilALineIsDue();
     EXPECT_NE(outputAtNode(2048), "");
