@@ -40,10 +40,15 @@ def environment(**variables: str) -> dict[str, str]:
     return {**os.environ, **variables}
 
 
-def in_language(name: str) -> dict[str, str]:
+def language(name: str) -> dict[str, str]:
+    """The variables that set a locale."""
     folder = made_locales()
     path = {"LOCPATH": folder} if folder and "_" in name else {}
-    return environment(LC_ALL=name, LANG=name, LANGUAGE=name, **path)
+    return {"LC_ALL": name, "LANG": name, "LANGUAGE": name, **path}
+
+
+def in_language(name: str) -> dict[str, str]:
+    return environment(**language(name))
 
 
 def launch(*arguments: str, **options) -> subprocess.CompletedProcess:
