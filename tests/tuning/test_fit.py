@@ -186,7 +186,7 @@ class Data(FolderTest):
 
     def test_the_program_may_look_at_scores_alone(self) -> None:
         self.let_far_pawns_win(r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
-        options = ("--scores-alone", "220,210", "--spread", "10:10", "--patience", "3")
+        options = ("--scores-alone", "210", "--spread", "10:10", "--patience", "3")
         self.assertEqual(self.fit(*options).returncode, 0)
         learned = self.read("new.txt")
         self.assertTrue(learned.decode() != self.weights.text(), "the fit has moved nothing")
