@@ -49,12 +49,11 @@ class Score:
 
     def likelihood_ratio(self, low: float, high: float) -> float:
         """Natural logarithm of how much likelier the results are if the difference is `high` Elo than if
-        it is `low`: the generalised ratio, by a normal distribution."""
-        variance = self.variance()
-        if variance == 0:
-            return 0.0
+        it is `low`: the generalised ratio, by a normal distribution.  Half a pair of each kind is added
+        to what was played: few pairs, or pairs that are all alike, tell less than their variance says."""
+        played = Score(Counter({points / 2: self.pairs[points / 2] + 0.5 for points in range(5)}))
         a, b = expected(low), expected(high)
-        return self.count() / (2 * variance) * (b - a) * (2 * self.share() - a - b)
+        return self.count() / (2 * played.variance()) * (b - a) * (2 * played.share() - a - b)
 
     def __str__(self) -> str:
         elo, low, high = self.interval()

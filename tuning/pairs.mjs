@@ -57,7 +57,8 @@ class Engine {
     const ready = this.until("uciok");
     this.send("uci");
     if ((await ready) === null) throw new Error(`${this.name} is no UCI engine`);
-    await this.settle(`setoption name Hash value ${hash}`);
+    // One thread: those of engines that take all processors by themselves would stand in each other's way.
+    await this.settle(`setoption name Hash value ${hash}`, "setoption name Threads value 1");
   }
 
   async move(position, go) {

@@ -305,6 +305,10 @@ class Elo(unittest.TestCase):
         even = elo.Score(Counter({0.5: 5, 1: 10, 1.5: 5}))
         self.assertIsNone(elo.verdict(even.likelihood_ratio(0, 10)))
 
+    def test_sequential_verdict_on_pairs_that_are_all_alike(self) -> None:
+        for pairs, verdict in ((2, None), (20, "high")):
+            self.assertEqual(elo.verdict(elo.Score(Counter({2: pairs})).likelihood_ratio(0, 100)), verdict)
+
 
 if __name__ == "__main__":
     unittest.main()
