@@ -471,7 +471,7 @@ class Openings(DataGenTest):
 
     def test_openings_out_of_balance_are_drawn_again(self) -> None:
         discarded = [
-            self.check(8, 50, 8, 0, 2, openingcap=60, openingtries=tries).discarded
+            self.check(16, 50, 8, 0, 2, openingcap=30, openingtries=tries).discarded
             for tries in (1, 2, 12)
         ]
         self.assertGreater(discarded[0], discarded[1])

@@ -22,7 +22,9 @@ from test_writes import STRACE, can_trace
 KIB, MIB = 1 << 10, 1 << 20
 NOBODY = 54321  # a user without other processes; the system does not count those of root
 RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"
-LOCKED = "position fen 8/1k6/8/p1p1p1p1/P1P1P1P1/8/1K6/8 w - - 0 1"  # lines of a hundred plies
+# Pawns locked in each other: in one at least of these, lines of a hundred plies.
+LOCKED = ("position fen 8/1k6/8/p1p1p1p1/P1P1P1P1/8/1K6/8 w - - 0 1",
+          "position fen 8/8/2k5/p1p1p1p1/P1P1P1P1/2K5/8/8 w - - 0 1")
 
 needs_plain_build = unittest.skipIf(
     not os.path.isdir(f"/proc/{os.getpid()}/task") or is_instrumented(),
@@ -280,12 +282,15 @@ class Stacks(FolderTest, EngineTest):
             with self.subTest(limit):
                 engine = self.start(
                     preexec=lambda: resource.setrlimit(resource.RLIMIT_STACK, limit))
-                lines = engine.search(LOCKED, "go depth 128")
+                lines = []
+                for position in LOCKED:
+                    engine.send("ucinewgame")
+                    lines += engine.search(position, "go depth 128 movetime 3000")
                 self.assertGreater(max(int(re.search(r"seldepth (\d+)", line)[1])
                                        for line in lines if "seldepth" in line), 90)
                 engine.send("setoption name Threads value 4")
                 for position in (
-                    LOCKED,
+                    *LOCKED,
                     "position fen 8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
                     "position fen 8/pp3k2/2p2p2/3p4/3P4/2P2P2/PP3K2/8 w - - 0 1",
                     "position fen k7/8/8/1p1p1p1p/1P1P1P1P/8/8/K2Q3q w - - 0 1",  # many checks
