@@ -285,7 +285,7 @@ class Stacks(FolderTest, EngineTest):
                 lines = []
                 for position in LOCKED:
                     engine.send("ucinewgame")
-                    lines += engine.search(position, "go depth 128 movetime 3000")
+                    lines += engine.search(position, "go depth 128 movetime 1500")
                 self.assertGreater(max(int(re.search(r"seldepth (\d+)", line)[1])
                                        for line in lines if "seldepth" in line), 90)
                 engine.send("setoption name Threads value 4")
