@@ -66,7 +66,7 @@ class Compare(FolderTest):
     def test_no_game_is_played_twice(self) -> None:
         with open(f"{ROOT}/tuning/openings.epd", encoding="ascii") as file:
             fens = file.read().splitlines()[:2]
-        status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "2000", "--pairs", "6")
+        status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "1000", "--pairs", "6")
         self.assertEqual(status, 0, said)
         games = [game.split("]\n\n")[1] for game in self.read("games.pgn").decode().split("[Event ")[1:]]
         self.assertEqual((len(games), len(set(games))), (12, 6))  # colours reversed, an engine and itself
