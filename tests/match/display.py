@@ -133,16 +133,15 @@ class Display:
 
     def _mate(self, info: Info, mates: bool, threads: int) -> Iterator[Fault]:
         """A variation is what the table still knows of it: it may end before the mate, but if it
-        mates, it does so when the score says.  Now and then the table has come to know a quicker mate
-        since, and other threads write into it as well, so that the variation may be another one's;
-        even then it is the right side that mates."""
+        mates, it does so when the score says.  Now and then the table has come to know another mate since,
+        a quicker one, or a defence that only a shallower search took for a longer one; and other threads
+        write into it as well.  Even then it is the right side that mates."""
         plies = 2 * info.value - 1 if info.value > 0 else -2 * info.value
         length = len(info.variation)
         agrees = length == plies if mates else length < plies
         self.seen["mate scores"] += 1
         self.seen["mate scores whose variation mates"] += mates
-        quicker = mates and length < plies
-        if not agrees and (quicker or threads > 1):
+        if not agrees and (mates or threads > 1):
             self.seen[ANOTHER_MATE] += 1
             agrees = not mates or length % 2 == plies % 2
         if not agrees:

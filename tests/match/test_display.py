@@ -293,6 +293,7 @@ class Faults(unittest.TestCase):
 
         self.assert_faults(self.BACK_RANK, lines("1", "a1a8"))
         self.assert_faults(self.BACK_RANK, lines("2", "a1a8"))  # a quicker one
+        self.assert_faults(self.BACK_RANK, lines("1", "a1b1 g8h8 b1b8"))  # a slower one
         self.assert_faults(self.BACK_RANK, lines("-1", "a1a8"), OTHER_MATE)
         self.assert_faults(self.BACK_RANK, lines("1", "a1b1"), OTHER_MATE)
         self.assert_faults(self.BACK_RANK, lines("2", "a1b1 g8f8"))  # the table knew no more
@@ -302,8 +303,8 @@ class Faults(unittest.TestCase):
         self.assert_faults(threatened, lines("-1", "a2a8 b1a1"), OTHER_MATE)
         self.assert_faults(threatened, lines("-1", "a2a1 b1a1"), OTHER_MATE)
         self.assert_faults(threatened, lines("-1", "a2a3 b1b8"))
-        self.assertEqual(self.display.seen["mate scores whose variation mates"], 4)
-        self.assertEqual(self.display.seen[ANOTHER_MATE], 2)
+        self.assertEqual(self.display.seen["mate scores whose variation mates"], 5)
+        self.assertEqual(self.display.seen[ANOTHER_MATE], 3)
 
     def test_mates_of_other_threads(self) -> None:
         late = self.line("a1b1 g8f8 b1b8", score="mate 1")

@@ -55,8 +55,8 @@ class Engine:
         wrapper: Sequence[str] = (),
         preexec: Callable[[], None] | None = None,
     ) -> None:
-        self.stdout = b""
-        self.stderr = b""
+        # In pieces: to put all together with each would hold up every thread, and for longer and longer.
+        self._printed: tuple[list[bytes], list[bytes]] = [], []
         self.sent: list[str] = []
         self.abandoned = False
         self._lines: queue.Queue[str | None] = queue.Queue()
@@ -79,10 +79,18 @@ class Engine:
     def pid(self) -> int:
         return self._process.pid
 
+    @property
+    def stdout(self) -> bytes:
+        return b"".join(self._printed[0])
+
+    @property
+    def stderr(self) -> bytes:
+        return b"".join(self._printed[1])
+
     def _read_stdout(self) -> None:
         pending = b""
         while chunk := os.read(self._process.stdout.fileno(), 65536):
-            self.stdout += chunk
+            self._printed[0].append(chunk)
             *lines, pending = (pending + chunk).split(b"\n")
             for line in lines:
                 self._lines.put(line.decode(errors="surrogateescape"))
@@ -90,7 +98,7 @@ class Engine:
 
     def _read_stderr(self) -> None:
         while chunk := os.read(self._process.stderr.fileno(), 65536):
-            self.stderr += chunk
+            self._printed[1].append(chunk)
 
     # --- talking ---
 
