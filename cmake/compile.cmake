@@ -138,9 +138,9 @@ target_link_options(morvane_options INTERFACE ${MORVANE_PROFILE_FLAGS})
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -D_GLIBCXX_ASSERTIONS")
 
-if(MORVANE_SANITIZE)
+if(MORVANE_SANITIZE) # reports name functions and lines, for which the least of debug information will do
   target_compile_options(morvane_options INTERFACE
-    -fsanitize=${MORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    -fsanitize=${MORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   target_link_options(morvane_options INTERFACE -fsanitize=${MORVANE_SANITIZE})
 endif()
 

@@ -129,7 +129,7 @@ class LimitTest(OptionTest):
     def check(self) -> None:
         self.assertEqual(self.pool_size(), self.pool)
         self.assertLessEqual(abs(self.table_mib() - self.table), 2)
-        best = self.engine.best_move("ucinewgame", RICH, "go movetime 400")
+        best = self.engine.best_move("ucinewgame", RICH, "go movetime 200")
         self.assert_legal(self.engine, best)
 
     def request_all(self, option: str, *values: int) -> None:
