@@ -56,7 +56,8 @@ class Engine:
         preexec: Callable[[], None] | None = None,
     ) -> None:
         # In pieces: to put all together with each would hold up every thread, and for longer and longer.
-        self._printed: tuple[list[bytes], list[bytes]] = [], []
+        self._stdout: list[bytes] = []
+        self._stderr: list[bytes] = []
         self.sent: list[str] = []
         self.abandoned = False
         self._lines: queue.Queue[str | None] = queue.Queue()
@@ -81,16 +82,16 @@ class Engine:
 
     @property
     def stdout(self) -> bytes:
-        return b"".join(self._printed[0])
+        return b"".join(self._stdout)
 
     @property
     def stderr(self) -> bytes:
-        return b"".join(self._printed[1])
+        return b"".join(self._stderr)
 
     def _read_stdout(self) -> None:
         pending = b""
         while chunk := os.read(self._process.stdout.fileno(), 65536):
-            self._printed[0].append(chunk)
+            self._stdout.append(chunk)
             *lines, pending = (pending + chunk).split(b"\n")
             for line in lines:
                 self._lines.put(line.decode(errors="surrogateescape"))
@@ -98,7 +99,7 @@ class Engine:
 
     def _read_stderr(self) -> None:
         while chunk := os.read(self._process.stderr.fileno(), 65536):
-            self._printed[1].append(chunk)
+            self._stderr.append(chunk)
 
     # --- talking ---
 
