@@ -15,8 +15,8 @@ void benchSearch(benchmark::State& state) {
         for (const auto& board : benchBoards()) {
             state.PauseTiming();
             gTT.clear();
-            gTT.fetchPages();
-            gTT.waitForPages();
+            gTT.prefaultPages();
+            gTT.waitForPrefault();
             thread->board = *board;
             thread->clearForSearch();
             state.ResumeTiming();
@@ -64,8 +64,8 @@ void tableResizeGiB(benchmark::State& state) {
     TranspositionTable table;
     for (auto _ : state) {
         table.resize(kGiBInMiB);
-        table.fetchPages();
-        table.waitForPages();
+        table.prefaultPages();
+        table.waitForPrefault();
     }
 }
 BENCHMARK(tableResizeGiB)->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -76,8 +76,8 @@ void tableClearGiB(benchmark::State& state) {
     table.resize(kGiBInMiB);
     for (auto _ : state) {
         state.PauseTiming();
-        table.fetchPages();
-        table.waitForPages();
+        table.prefaultPages();
+        table.waitForPrefault();
         state.ResumeTiming();
         table.clear();
     }

@@ -100,7 +100,7 @@ void checkMoves(Board& board, const Board& before) {
     generateLegalMoves(board, legal);
     require(firstLegalMove(board) == (legal.count ? legal.moves[0] : 0),
             "the first legal move is the first of the legal moves");
-    const LegalityTest test(board, board.inCheck(board.sideToMove));
+    const LegalityInfo test(board, board.inCheck(board.sideToMove));
     int next = 0;
     for (const Move m : all) {
         require(board.isPseudoLegal(m), "generated moves are pseudo-legal", moveToString(m));

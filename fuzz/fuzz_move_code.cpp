@@ -86,7 +86,7 @@ bool isKingTaken(const Board& board, Color c) {
 void checkMove(Board& board, const Board& before, Move m) {
     const Color us = board.sideToMove;
     const bool legal = board.isLegal(m);
-    const bool givesCheck = CheckTest(board).givesCheck(m);
+    const bool givesCheck = CheckInfo(board).givesCheck(m);
     const std::uint32_t flag = moveFlag(m);
     if (flag == FlagQuiet || flag == FlagDoublePush)
         require(board.quietGivesCheck(m) == givesCheck, "both tests for check agree",

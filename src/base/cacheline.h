@@ -8,7 +8,7 @@ inline constexpr std::size_t kLineDistance = 128;
 
 /// A value with nothing else on its cache lines.
 template <class T>
-struct alignas(kLineDistance) OnOwnLines : T {
+struct alignas(kLineDistance) CacheAligned : T {
     using T::T;
     using T::operator=;
 };

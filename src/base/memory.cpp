@@ -50,8 +50,8 @@ constexpr std::size_t kHugePage = 2 * kMiB;
 
 // A fetcher can stop after each of these steps: some 0.2 ms, and many times as long where the host
 // of a virtual machine must provide the page first.
-constexpr std::size_t kFetchStep = kHugePage;
-constexpr std::size_t kFetchedByOneThread = 256 * kMiB; // and more if there are too few threads
+constexpr std::size_t kPrefaultStep = kHugePage;
+constexpr std::size_t kPrefaultedByOneThread = 256 * kMiB; // and more if there are too few threads
 
 // What the table leaves of the address space where that is limited: room for threads and for
 // everything small. Taken and given back at once, which shows that it is there.
@@ -102,18 +102,19 @@ void release(void* memory, std::size_t bytes) {
 
 // Every thread takes each n-th step. On machines with several memory nodes the pages so come to lie
 // on the nodes of all threads, not on one.
-void PageFetcher::start([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
+void PagePrefaulter::start([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
     stop();
 #ifdef MADV_POPULATE_WRITE
     const std::size_t size = wholeHugePages(bytes);
     const std::size_t count = std::clamp<std::size_t>(
-        size / kFetchedByOneThread, 1, std::min<std::size_t>(usableCores(), kMaxThreads));
+        size / kPrefaultedByOneThread, 1, std::min<std::size_t>(usableCores(), kMaxThreads));
     stop_ = false;
     const auto fetch = [=, this](std::size_t first) {
         pthread_setname_np(pthread_self(), "page fetcher");
         auto* const begin = static_cast<std::byte*>(memory);
-        for (std::size_t at = first * kFetchStep; at < size && !stop_; at += count * kFetchStep)
-            if (madvise(begin + at, std::min(kFetchStep, size - at), MADV_POPULATE_WRITE) != 0)
+        for (std::size_t at = first * kPrefaultStep; at < size && !stop_;
+             at += count * kPrefaultStep)
+            if (madvise(begin + at, std::min(kPrefaultStep, size - at), MADV_POPULATE_WRITE) != 0)
                 break;
         --running_;
     };
@@ -148,16 +149,16 @@ void release(void* memory, std::size_t) {
     ::operator delete(memory, kAlignment);
 }
 
-void PageFetcher::start(void*, std::size_t) {}
+void PagePrefaulter::start(void*, std::size_t) {}
 
 #endif
 
-void PageFetcher::stop() {
+void PagePrefaulter::stop() {
     stop_ = true;
     wait();
 }
 
-void PageFetcher::wait() {
+void PagePrefaulter::wait() {
     for (WorkerThread& thread : threads_)
         thread.join();
 }

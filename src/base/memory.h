@@ -31,12 +31,12 @@ void release(void* memory, std::size_t bytes);
 /// Fetches the pages of an allocation in the background, on threads of its own, so that who uses
 /// them later does not wait for the system to zero them. Contents do not change, and the memory may
 /// be used meanwhile. Where the system cannot do this, nothing happens.
-class PageFetcher {
+class PagePrefaulter {
   public:
-    PageFetcher() = default;
-    ~PageFetcher() { stop(); }
-    PageFetcher(const PageFetcher&) = delete;
-    PageFetcher& operator=(const PageFetcher&) = delete;
+    PagePrefaulter() = default;
+    ~PagePrefaulter() { stop(); }
+    PagePrefaulter(const PagePrefaulter&) = delete;
+    PagePrefaulter& operator=(const PagePrefaulter&) = delete;
 
     /// Begins with an allocation; ends what was under way.
     void start(void* memory, std::size_t bytes);

@@ -117,11 +117,11 @@ struct Board : MoveState {
     bool isPseudoLegal(Move m) const;
 
     /// Whether a pseudo-legal move leaves the own king out of check. For all moves of a position
-    /// `LegalityTest` is faster (board/kinglines.h).
+    /// `LegalityInfo` is faster (board/kinglines.h).
     bool isLegal(Move m) const;
 
     /// Whether a pseudo-legal quiet move or double push attacks the enemy king, directly or by
-    /// discovery. For all moves of a position `CheckTest` is faster.
+    /// discovery. For all moves of a position `CheckInfo` is faster.
     bool quietGivesCheck(Move m) const;
 
   private:

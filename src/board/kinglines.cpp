@@ -4,14 +4,14 @@
 
 /// In check by one piece it must be taken or something put in its way; in double check only the
 /// king can help himself.
-Bitboard LegalityTest::evasionTargets() const {
+Bitboard LegalityInfo::evasionTargets() const {
     const Bitboard checkers =
         board_.attackersTo(king_, board_.occupied) & board_.colorBB[~board_.sideToMove];
     return moreThanOne(checkers) ? 0 : checkers | gBetweenBB[king_][lowestSquare(checkers)];
 }
 
 /// King moves and en passant.
-bool LegalityTest::isLegalSpecially(Move m) const {
+bool LegalityInfo::isLegalKingMoveOrEnPassant(Move m) const {
     const Color them = ~board_.sideToMove;
     const Square from = fromSquare(m);
     const Square to = toSquare(m);
@@ -22,7 +22,7 @@ bool LegalityTest::isLegalSpecially(Move m) const {
 }
 
 /// Moves that change more than two squares or the kind of a piece.
-bool CheckTest::specialGivesCheck(Move m) const {
+bool CheckInfo::specialGivesCheck(Move m) const {
     const Color us = board_.sideToMove;
     const Square from = fromSquare(m);
     const Square to = toSquare(m);

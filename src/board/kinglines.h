@@ -31,11 +31,11 @@ inline bool staysOnLine(Square end, Square from, Square to) {
 
 /// Tells of the pseudo-legal moves of one position, before they are made, which ones leave the own
 /// king out of check: pins and checkers are looked up once for all moves.
-class LegalityTest {
+class LegalityInfo {
   public:
     /// `inCheck` tells whether the side to move is in check. The board must be in this position
     /// again at each question.
-    LegalityTest(const Board& board, bool inCheck)
+    LegalityInfo(const Board& board, bool inCheck)
         : board_(board),
           king_(board.kingSquare(board.sideToMove)),
           pinned_(soleBlockers(board, king_, ~board.sideToMove)),
@@ -45,13 +45,13 @@ class LegalityTest {
         const Square from = fromSquare(m);
         const Square to = toSquare(m);
         if (from == king_ || isEnPassant(m)) [[unlikely]]
-            return isLegalSpecially(m);
+            return isLegalKingMoveOrEnPassant(m);
         return (targets_ & bit(to)) && (!(pinned_ & bit(from)) || staysOnLine(king_, from, to));
     }
 
   private:
     Bitboard evasionTargets() const;
-    bool isLegalSpecially(Move m) const;
+    bool isLegalKingMoveOrEnPassant(Move m) const;
 
     const Board& board_;
     const Square king_;
@@ -61,10 +61,10 @@ class LegalityTest {
 
 /// Tells of the pseudo-legal moves of one position, before they are made, which ones attack the
 /// enemy king.
-class CheckTest {
+class CheckInfo {
   public:
     /// The board must be in this position again at each question.
-    explicit CheckTest(const Board& board)
+    explicit CheckInfo(const Board& board)
         : board_(board),
           king_(board.kingSquare(~board.sideToMove)),
           discoverers_(soleBlockers(board, king_, board.sideToMove)),

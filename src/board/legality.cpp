@@ -109,9 +109,9 @@ bool Board::isPseudoLegal(Move m) const {
 }
 
 bool Board::isLegal(Move m) const {
-    return LegalityTest(*this, inCheck(sideToMove)).isLegal(m);
+    return LegalityInfo(*this, inCheck(sideToMove)).isLegal(m);
 }
 
 bool Board::quietGivesCheck(Move m) const {
-    return CheckTest(*this).givesCheck(m);
+    return CheckInfo(*this).givesCheck(m);
 }

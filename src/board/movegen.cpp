@@ -141,7 +141,7 @@ void generateQuiets(const Board& board, MoveList& list) {
 void generateLegalMoves(const Board& board, MoveList& list) {
     MoveList all;
     generateMoves(board, all);
-    const LegalityTest legality(board, board.inCheck(board.sideToMove));
+    const LegalityInfo legality(board, board.inCheck(board.sideToMove));
     for (const Move m : all)
         if (legality.isLegal(m))
             list.add(m);

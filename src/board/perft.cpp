@@ -11,7 +11,7 @@ std::uint64_t perftOf(Board& board, int depth) {
     MoveList list;
     generateMoves(board, list);
     std::uint64_t leaves = 0;
-    const LegalityTest legality(board, board.inCheck(Us));
+    const LegalityInfo legality(board, board.inCheck(Us));
     for (const Move m : list) {
         if (!legality.isLegal(m))
             continue;

@@ -13,7 +13,7 @@ int EvalCache::evaluate(const Board& board) {
         if (value == static_cast<std::int16_t>(value))
             entry = (board.key & ~kValueMask) | static_cast<std::uint16_t>(value);
     }
-    return forSideToMove(board, value);
+    return fadedForSideToMove(board, value);
 }
 
 } // namespace Eval

@@ -20,7 +20,7 @@ void setEvalTrace(bool on) {
 int evaluate(const Board& board) {
     if (gEvalTrace) [[unlikely]]
         return Eval::evaluateAndPrint(board);
-    return Eval::forSideToMove(board, Eval::evaluateUnfaded(board));
+    return Eval::fadedForSideToMove(board, Eval::evaluateUnfaded(board));
 }
 
 namespace Eval {
@@ -45,7 +45,7 @@ Blend blend(const Board& board, ScorePair total) {
 // to be drawn in.
 [[gnu::flatten]] int evaluateUnfaded(const Board& board) {
     SumSink sink;
-    walkKept(board, sink);
+    walkIncremental(board, sink);
     return blend(board, sink.total()).value;
 }
 

@@ -36,7 +36,7 @@ int taper(ScorePair total, int phase, int scale);
 int fade(int value, int halfmoveClock);
 
 /// An unfaded value of White's, faded and seen by the side to move: what `evaluate` returns.
-inline int forSideToMove(const Board& board, int value) {
+inline int fadedForSideToMove(const Board& board, int value) {
     const int faded = fade(value, board.halfmoveClock);
     return board.sideToMove == White ? faded : -faded;
 }

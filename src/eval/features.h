@@ -140,7 +140,7 @@ class SumSink {
 
     /// Adds an amount that is no multiple of a weight, White's point of view.
     template <Term>
-    void base(int mg, int eg) {
+    void addConstant(int mg, int eg) {
         sum_ += Detail::pack(mg, eg);
     }
 

@@ -22,11 +22,11 @@ class TermSink {
     template <Term T, Feature F>
     void use(int cell, int count) {
         const ScorePair weights = Detail::unpack(Detail::kCells<F>[static_cast<std::size_t>(cell)]);
-        base<T>(weights.mg * count, weights.eg * count);
+        addConstant<T>(weights.mg * count, weights.eg * count);
     }
 
     template <Term T>
-    void base(int mg, int eg) {
+    void addConstant(int mg, int eg) {
         terms_[static_cast<int>(T)].mg += mg;
         terms_[static_cast<int>(T)].eg += eg;
     }
@@ -64,10 +64,10 @@ std::string traceEval(std::string_view label, ScorePair score) {
 
 int evaluateAndPrint(const Board& board) {
     TermSink sink;
-    walkKept(board, sink);
+    walkIncremental(board, sink);
     const Blend result = blend(board, sink.total());
     const bool whiteToMove = board.sideToMove == White;
-    const int value = forSideToMove(board, result.value);
+    const int value = fadedForSideToMove(board, result.value);
     const int whiteValue = whiteToMove ? value : -value;
 
     Output::write(kHeading);

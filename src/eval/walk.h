@@ -135,7 +135,7 @@ template <class Sink>
 void addKings(const Board& board, Sink& sink) {
     sink.template use<Term::King, kPlacement[King]>(board.kingSquare(White) ^ 56, 1);
     sink.template use<Term::King, kPlacement[King]>(board.kingSquare(Black), -1);
-    sink.template base<Term::King>(
+    sink.template addConstant<Term::King>(
         0, kingProximityEg(board, board.nonPawnMaterial[White], board.nonPawnMaterial[Black]));
 }
 
@@ -166,7 +166,7 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
     constexpr int kMaxUnits = kKsSafety.cells - 1;
     sink.template use<Term::KingSafety, kKsSafety>(units < kMaxUnits ? units : kMaxUnits,
                                                    -signOf(Us));
-    sink.template base<Term::KingSafety>(signOf(Us) * amount, 0);
+    sink.template addConstant<Term::KingSafety>(signOf(Us) * amount, 0);
 }
 
 /// Passed pawns against the pieces: a free path, a defended next step, kings near and far.
@@ -177,7 +177,7 @@ void addPassers(const Board& board, Bitboard passed, const PieceWalk& walk, Sink
     int mg = 0;
     int eg = 0;
     passerTerms(board, passed, walk.attackedBy, mg, eg);
-    sink.template base<Term::Pawns>(mg, eg);
+    sink.template addConstant<Term::Pawns>(mg, eg);
 }
 
 } // namespace Detail
@@ -222,16 +222,16 @@ void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
 /// The walk of play: material and pawn structure are taken from what the board and the pawn cache
 /// keep; everything else is counted.
 template <class Sink>
-void walkKept(const Board& board, Sink& sink) {
-    sink.template base<Term::Material>(board.psqMg, board.psqEg);
+void walkIncremental(const Board& board, Sink& sink) {
+    sink.template addConstant<Term::Material>(board.psqMg, board.psqEg);
     const PawnEntry& pawns = pawnEntry(board);
-    sink.template base<Term::Pawns>(pawns.mg, pawns.eg);
+    sink.template addConstant<Term::Pawns>(pawns.mg, pawns.eg);
     walkPieces(board, pawns.passed, sink);
 }
 
 /// The same walk with nothing taken from what is kept: each use of each weight is counted.
 template <class Sink>
-void walkCounted(const Board& board, Sink& sink) {
+void walkFromScratch(const Board& board, Sink& sink) {
     walkMaterial(board, sink);
     PawnFeatures pawns{};
     computePawnFeatures(board, pawns);

@@ -19,8 +19,8 @@ void walkPawnStructure(const PawnFeatures& f, Sink& sink) {
         sink.template use<Term::Pawns, kPassed>(rank,
                                                 f.passed[White][rank] - f.passed[Black][rank]);
     const int candidates = difference(f.candidate);
-    sink.template base<Term::Pawns>(EvalParams::kCandidateMg * candidates,
-                                    EvalParams::kCandidateEg * candidates);
+    sink.template addConstant<Term::Pawns>(EvalParams::kCandidateMg * candidates,
+                                           EvalParams::kCandidateEg * candidates);
 }
 
 } // namespace Eval

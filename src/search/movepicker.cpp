@@ -110,7 +110,7 @@ Move MovePicker::nextBadCapture() {
 }
 
 void MovePicker::dropQuietsWithoutCheck() {
-    const CheckTest checks(*board_);
+    const CheckInfo checks(*board_);
     for (int place = captureKeysEnd_; place < quietKeysEnd_; ++place) {
         if (keys_[place] == kNoMoveKey)
             continue;

@@ -95,7 +95,7 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     int best = std::max(staticEval, alpha);
     Move bestMove = 0;
     const bool inCheck = board.inCheck(board.sideToMove);
-    const LegalityTest legality(board, inCheck);
+    const LegalityInfo legality(board, inCheck);
 
     CapturePicker picker(board, tt.move);
     while (const Move m = picker.next()) {

@@ -1,4 +1,4 @@
-#include "base/line.h"
+#include "base/outputline.h"
 #include "search/search.h"
 #include "search/tt.h"
 
@@ -18,7 +18,7 @@ std::uint64_t nodesPerSecond(std::uint64_t nodes, std::int64_t elapsed) {
     return elapsed < 1 ? 0 : nodes * 1000 / static_cast<std::uint64_t>(elapsed);
 }
 
-void addEffort(Line& line, std::uint64_t nodes, std::int64_t elapsed) {
+void addEffort(OutputLine& line, std::uint64_t nodes, std::int64_t elapsed) {
     line.add(" nodes ").add(nodes).add(" nps ").add(nodesPerSecond(nodes, elapsed));
     line.add(" time ").add(elapsed);
 }
@@ -61,7 +61,7 @@ void resetReports() {
 }
 
 void reportIteration(const Thread& thread, std::int64_t elapsed) {
-    Line line;
+    OutputLine line;
     line.add("info depth ").add(thread.completedDepth);
     line.add(" seldepth ").add(gThreads.totalSeldepth());
     line.add(" score ").add(formatScore(thread.score));
@@ -80,7 +80,7 @@ void reportResult(const Thread& best, const Thread& main) {
 
 void reportNoMoves(const Board& board) {
     const bool mated = board.inCheck(board.sideToMove);
-    Line().add("info depth 0 score ").add(mated ? "mate 0" : "cp 0").print();
+    OutputLine().add("info depth 0 score ").add(mated ? "mate 0" : "cp 0").print();
 }
 
 void reportProgress(const Thread& thread) {
@@ -89,7 +89,7 @@ void reportProgress(const Thread& thread) {
         return;
     gLastInfoMs = elapsed;
     gProgressIsLast = true;
-    Line line;
+    OutputLine line;
     line.add("info depth ").add(thread.depth).add(" seldepth ").add(gThreads.totalSeldepth());
     addEffort(line, gThreads.totalNodes(), elapsed);
     line.print();

@@ -57,7 +57,7 @@ struct Node {
     const bool pv;
     const bool inCheck;
 
-    bool hit = false; // the table knows the position
+    bool ttHit = false; // the table knows the position
     TTData tt{};
     int ttScore = 0;
     int staticEval = 0; // corrected; 0 in check
@@ -102,13 +102,13 @@ bool isDraw(const Board& board) {
 }
 
 void probeTable(Node& n) {
-    n.hit = gTT.probe(n.board.key, n.tt);
-    if (n.hit)
+    n.ttHit = gTT.probe(n.board.key, n.tt);
+    if (n.ttHit)
         n.ttScore = TranspositionTable::scoreFromTT(n.tt.score, n.ss->ply);
 }
 
 bool canCutByTable(const Node& n) {
-    if (!n.hit || n.pv || n.excluded() || n.tt.depth < n.depth)
+    if (!n.ttHit || n.pv || n.excluded() || n.tt.depth < n.depth)
         return false;
     return n.tt.flag == TTExact || (n.tt.flag == TTLower && n.ttScore >= n.beta) ||
            (n.tt.flag == TTUpper && n.ttScore <= n.alpha);
@@ -173,8 +173,8 @@ bool canReduceInternally(const Node& n) {
 
 /// The table move may be the only good one: the entry is deep enough and no upper bound.
 bool canTestSingularity(const Node& n, Move m) {
-    return n.depth >= kSingularDepth && m == n.tt.move && n.ss->ply > 0 && n.hit && !n.excluded() &&
-           n.tt.depth >= n.depth - kSingularEntryMargin && n.tt.flag != TTUpper &&
+    return n.depth >= kSingularDepth && m == n.tt.move && n.ss->ply > 0 && n.ttHit &&
+           !n.excluded() && n.tt.depth >= n.depth - kSingularEntryMargin && n.tt.flag != TTUpper &&
            !isMateScore(n.ttScore);
 }
 
@@ -236,15 +236,15 @@ class MoveLoop {
     int run();
 
   private:
-    bool isTail() const { return mayPrune_ && movesSearched_ >= lateMoveCount_; }
+    bool pastLateMoveLimit() const { return mayPrune_ && movesSearched_ >= lateMoveCount_; }
     int searchMove(Move m, bool givesCheck, int newDepth, bool reducible);
     int failHigh(Move m);
     int finish();
 
     Node& n_;
     MovePicker picker_;
-    const LegalityTest legality_;
-    const CheckTest checks_;
+    const LegalityInfo legality_;
+    const CheckInfo checks_;
     QuietsTried quiets_;
     const bool mayPrune_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveDepth;
     const int lateMoveCount_ = n_.depth * n_.depth + kLateMoveBase;
@@ -274,7 +274,7 @@ int MoveLoop::run() {
         // 13.2 Late move pruning: after many moves only checks are still worth a look.
         const bool quiet = !isCaptureOrPromotion(m);
         const bool givesCheck = checks_.givesCheck(m);
-        if (isTail() && quiet && !givesCheck)
+        if (pastLateMoveLimit() && quiet && !givesCheck)
             continue;
 
         // 13.3 Make the move, if it is legal.
@@ -371,9 +371,9 @@ int MoveLoop::finish() {
         return bestScore_;
 
     // No answer was found to the move that led here.
-    const Move led = n_.ss->move;
-    if (flag_ == TTUpper && led != 0 && !isCaptureOrPromotion(led))
-        addHistory(n_.thread, ~n_.us(), led, n_.depth * n_.depth);
+    const Move previousMove = n_.ss->move;
+    if (flag_ == TTUpper && previousMove != 0 && !isCaptureOrPromotion(previousMove))
+        addHistory(n_.thread, ~n_.us(), previousMove, n_.depth * n_.depth);
 
     if (!n_.inCheck && !isCaptureOrPromotion(bestMove_) && !isMateScore(bestScore_) &&
         (flag_ == TTExact || bestScore_ < n_.staticEval))

@@ -47,7 +47,7 @@ inline bool timeIsUp(std::uint64_t nodes) {
     static_assert(TimeManager::kCheckInterval % kOften == 0);
     if (nodes % kOften != 0)
         return false;
-    return gTT.isFetchingPages() ? gTime.hardLimitHit() : gTime.shouldStop(nodes);
+    return gTT.isPrefaulting() ? gTime.hardLimitHit() : gTime.shouldStop(nodes);
 }
 
 /// Score of a position searched to `depth` plies within a window, from the side to move's point of

@@ -1,6 +1,6 @@
 #include "search/thread.h"
 
-#include "base/line.h"
+#include "base/outputline.h"
 #include "search/search.h"
 #include "search/tt.h"
 
@@ -11,7 +11,7 @@
 #include <system_error>
 #include <thread>
 
-OnOwnLines<std::atomic<bool>> gStopSearch{false};
+CacheAligned<std::atomic<bool>> gStopSearch{false};
 ThreadPool gThreads;
 
 Thread::Thread(int threadId) : id(threadId) {
@@ -88,7 +88,7 @@ void Thread::mainLoop() {
     gThreads.waitForHelpersFinished();
     const Thread& best = gThreads.bestThread();
     Search::reportResult(best, *this);
-    Line().add("bestmove ").add(moveToString(best.bestMove)).print();
+    OutputLine().add("bestmove ").add(moveToString(best.bestMove)).print();
 }
 
 void ThreadPool::clear() {

@@ -121,4 +121,4 @@ extern ThreadPool gThreads;
 
 /// Tells every thread to leave its search. Set by the main thread at a limit and by the UCI loop;
 /// cleared when a search starts.
-extern OnOwnLines<std::atomic<bool>> gStopSearch;
+extern CacheAligned<std::atomic<bool>> gStopSearch;

@@ -55,7 +55,7 @@ void save(std::uint64_t& word, std::uint64_t value) {
 } // namespace
 
 TranspositionTable::~TranspositionTable() {
-    fetcher_.stop();
+    prefaulter_.stop();
     SysMem::release(buckets_, bytes());
 }
 
@@ -67,7 +67,7 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     void* memory = SysMem::allocateZeroed(count * sizeof(Bucket));
     if (!memory)
         return false;
-    fetcher_.stop();
+    prefaulter_.stop();
     SysMem::release(buckets_, bytes());
     buckets_ = static_cast<Bucket*>(memory);
     bucketCount_ = count;
@@ -78,12 +78,12 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     return true;
 }
 
-void TranspositionTable::fetchPages() {
-    fetcher_.start(buckets_, bytes());
+void TranspositionTable::prefaultPages() {
+    prefaulter_.start(buckets_, bytes());
 }
 
 void TranspositionTable::clear() {
-    fetcher_.stop();
+    prefaulter_.stop();
     if (recordIsComplete_)
         for (const std::uint64_t bucket : written_)
             buckets_[bucket] = {};

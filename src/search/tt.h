@@ -37,11 +37,11 @@ class alignas(kLineDistance) TranspositionTable {
     void clear();
 
     /// Has the pages of a resized or cleared table fetched in the background: searches that find
-    /// them there do not wait for the system. `waitForPages` returns when they are.
-    void fetchPages();
-    void waitForPages() { fetcher_.wait(); }
-    void stopFetching() { fetcher_.stop(); }
-    bool isFetchingPages() const { return fetcher_.isRunning(); }
+    /// them there do not wait for the system. `waitForPrefault` returns when they are.
+    void prefaultPages();
+    void waitForPrefault() { prefaulter_.wait(); }
+    void stopPrefault() { prefaulter_.stop(); }
+    bool isPrefaulting() const { return prefaulter_.isRunning(); }
 
     /// Keeps a record of the places written from the next clearing on: clearing after a short
     /// search then costs as much as the search wrote, not as much as the table is large. For tools
@@ -95,7 +95,7 @@ class alignas(kLineDistance) TranspositionTable {
     bool recording_ = false;
     bool recordIsComplete_ = false;      // all that was written since the last clearing
     std::vector<std::uint64_t> written_; // buckets
-    SysMem::PageFetcher fetcher_;
+    SysMem::PagePrefaulter prefaulter_;
 };
 
 extern TranspositionTable gTT;

@@ -32,8 +32,8 @@ struct Effort {
 
 Effort searchPosition(Thread& thread, std::string_view fen, int depth) {
     gTT.clear();
-    gTT.fetchPages();
-    gTT.waitForPages();
+    gTT.prefaultPages();
+    gTT.waitForPrefault();
     thread.board.setFen(fen);
     thread.clearForSearch();
     const Clock::time_point start = Clock::now();

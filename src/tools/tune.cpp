@@ -24,10 +24,10 @@ class CountSink {
     }
 
     template <Eval::Term T>
-    void base(int mg, int eg) {
+    void addConstant(int mg, int eg) {
         trace_.mgBase += mg;
         trace_.egBase += eg;
-        sum_.base<T>(mg, eg);
+        sum_.addConstant<T>(mg, eg);
     }
 
     ScorePair total() const { return sum_.total(); }
@@ -49,7 +49,7 @@ std::string paramName(int index) {
 
 void extract(const Board& board, Trace& trace) {
     CountSink sink(trace);
-    Eval::walkCounted(board, sink);
+    Eval::walkFromScratch(board, sink);
     trace.phase = std::min(board.phase, EvalParams::kFullPhase);
     trace.egScale = egScaleFactor(board, sink.total().eg);
 }
@@ -60,7 +60,7 @@ int reconstruct(const Board& board, const Trace& trace, const int* values) {
         total.mg += trace.mg[k] * values[k];
         total.eg += trace.eg[k] * values[k];
     }
-    return Eval::forSideToMove(board, Eval::taper(total, trace.phase, trace.egScale));
+    return Eval::fadedForSideToMove(board, Eval::taper(total, trace.phase, trace.egScale));
 }
 
 } // namespace Tune

@@ -41,7 +41,7 @@ void applyHash(int value) {
     const bool fits = size * kMiB <= gTT.bytes() ||
                       fitsInMemory(size * kMiB, static_cast<std::uint64_t>(gThreadCount));
     if (fits && gTT.resize(size))
-        gTT.fetchPages();
+        gTT.prefaultPages();
     else
         infoString(Messages::hashFailed(std::to_string(size)));
 }

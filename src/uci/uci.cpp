@@ -1,8 +1,8 @@
 #include "uci/uci.h"
 
 #include "base/files.h"
-#include "base/line.h"
 #include "base/output.h"
+#include "base/outputline.h"
 #include "base/parse.h"
 #include "board/movegen.h"
 #include "search/thread.h"
@@ -46,12 +46,12 @@ std::string joinUntil(Tokens& tokens, std::string_view end, bool& found) {
 
 void uciCommand(Tokens&) {
     const auto idLine = [](std::string_view what, std::string_view text) {
-        Line().add("id ").add(what).add(" ").add(text).print();
+        OutputLine().add("id ").add(what).add(" ").add(text).print();
     };
     idLine("name", std::string(Messages::kName) + " " + std::string(Messages::kVersion));
     idLine("author", Messages::kAuthor);
     for (const UciOption& option : uciOptions())
-        Line()
+        OutputLine()
             .add("option name ")
             .add(option.name)
             .add(" type spin default ")
@@ -62,7 +62,7 @@ void uciCommand(Tokens&) {
             .add(option.max)
             .print();
     Output::write("uciok\n");
-    gTT.fetchPages(); // a client that says hello will want to play
+    gTT.prefaultPages(); // a client that says hello will want to play
 }
 
 void isReadyCommand(Tokens&) {
@@ -71,7 +71,7 @@ void isReadyCommand(Tokens&) {
 
 void newGameCommand(Tokens&) {
     gTT.clear();
-    gTT.fetchPages();
+    gTT.prefaultPages();
     gPos.setFen(kStartFen);
 }
 
@@ -226,7 +226,7 @@ bool serveIfPossible(std::string_view line) {
     try {
         return serve(line);
     } catch (const std::bad_alloc&) {
-        Line().add("info string ").add(Messages::kCommandNeedsMemory).print();
+        OutputLine().add("info string ").add(Messages::kCommandNeedsMemory).print();
         return true;
     }
 }
@@ -256,5 +256,5 @@ void uciLoop() {
             break;
     }
     stopSearch();
-    gTT.stopFetching(); // or giving memory back, threads' stacks first, would wait for each page
+    gTT.stopPrefault(); // or giving memory back, threads' stacks first, would wait for each page
 }

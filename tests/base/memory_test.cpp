@@ -84,11 +84,11 @@ TEST(Zero, ClearsEveryByteAndLeavesTheMemoryUsable) {
     }
 }
 
-TEST(PageFetcher, LeavesContentsAsTheyAreWhileTheMemoryIsUsed) {
+TEST(PagePrefaulter, LeavesContentsAsTheyAreWhileTheMemoryIsUsed) {
     constexpr std::size_t kBytes = 40 * kMiB;
     auto* memory = static_cast<unsigned char*>(SysMem::allocateZeroed(kBytes));
     ASSERT_NE(memory, nullptr);
-    SysMem::PageFetcher fetcher;
+    SysMem::PagePrefaulter fetcher;
     fetcher.start(memory, kBytes);
     for (std::size_t i = 0; i < kBytes; i += 4096)
         memory[i] = static_cast<unsigned char>(i / 4096 % 251 + 1);
@@ -100,11 +100,11 @@ TEST(PageFetcher, LeavesContentsAsTheyAreWhileTheMemoryIsUsed) {
     SysMem::release(memory, kBytes);
 }
 
-TEST(PageFetcher, CanBeStoppedAndStartedAtAnyTime) {
+TEST(PagePrefaulter, CanBeStoppedAndStartedAtAnyTime) {
     constexpr std::size_t kBytes = 64 * kMiB;
     void* memory = SysMem::allocateZeroed(kBytes);
     ASSERT_NE(memory, nullptr);
-    SysMem::PageFetcher fetcher;
+    SysMem::PagePrefaulter fetcher;
     fetcher.stop();
     fetcher.wait();
     for (int i = 0; i < 20; ++i) {
@@ -127,14 +127,14 @@ std::size_t residentPages(void* memory, std::size_t bytes) {
         std::count_if(resident.begin(), resident.end(), [](auto page) { return page & 1; }));
 }
 
-TEST(PageFetcher, FetchesEveryPage) {
+TEST(PagePrefaulter, FetchesEveryPage) {
     constexpr std::size_t kBytes = 20 * kMiB;
     void* memory = SysMem::allocateZeroed(kBytes);
     ASSERT_NE(memory, nullptr);
     if (madvise(memory, 4096, MADV_POPULATE_WRITE) != 0)
         GTEST_SKIP() << "this system cannot";
     EXPECT_LT(residentPages(memory, kBytes), kBytes / 4096);
-    SysMem::PageFetcher fetcher;
+    SysMem::PagePrefaulter fetcher;
     fetcher.start(memory, kBytes);
     EXPECT_TRUE(fetcher.isRunning() || residentPages(memory, kBytes) == kBytes / 4096);
     fetcher.wait();

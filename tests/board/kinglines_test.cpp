@@ -67,8 +67,8 @@ void expectCase(const MoveCase& test) {
     const Board board = boardOf(test.fen);
     const bool inCheck = checkersByWalking(board, board.sideToMove) != 0;
     ASSERT_TRUE(board.isPseudoLegal(test.move)) << test.what;
-    EXPECT_EQ(LegalityTest(board, inCheck).isLegal(test.move), test.legal) << test.what;
-    EXPECT_EQ(CheckTest(board).givesCheck(test.move), test.check) << test.what;
+    EXPECT_EQ(LegalityInfo(board, inCheck).isLegal(test.move), test.legal) << test.what;
+    EXPECT_EQ(CheckInfo(board).givesCheck(test.move), test.check) << test.what;
 }
 
 constexpr const char* kPinOnFile = "4r2k/8/8/8/8/3p4/4R3/4K3 w - - 0 1";
@@ -366,8 +366,8 @@ class Comparison {
   public:
     void visit(Board& board) {
         const Bitboard checkers = checkersByWalking(board, board.sideToMove);
-        const LegalityTest legality(board, checkers != 0);
-        const CheckTest checks(board);
+        const LegalityInfo legality(board, checkers != 0);
+        const CheckInfo checks(board);
         for (const Move m : movesOf(board)) {
             const Walked walked = walk(board, m, checkers);
             count(board, m, walked);

@@ -80,7 +80,7 @@ TEST(Layers, RefuseAnIncludeFromAboveOrFromNoLayer) {
                               "#include \"eval/evaluate.h\"\n"
                               "  #  include \"search/tt.h\" // why\n"
                               "#include <uci/system.h>\n"
-                              "#include \"base/line.h\"\n"
+                              "#include \"base/outputline.h\"\n"
                               "#include \"board.h\"\n"
                               "#include \"../uci/uci.h\"\n");
     EXPECT_EQ(

@@ -364,21 +364,21 @@ TEST(TranspositionTable, ClearsWhollyWithARecordOfWrites) {
 
 TEST(TranspositionTable, FetchingPagesChangesNothing) {
     TranspositionTable table;
-    table.fetchPages(); // of no table
+    table.prefaultPages(); // of no table
     ASSERT_TRUE(table.resize(8));
-    table.fetchPages();
+    table.prefaultPages();
     std::mt19937_64 random(5);
     storeAtRandom(table, random, 1000);
     const auto words = wordsInUse(table);
-    table.waitForPages();
-    table.fetchPages();
-    table.waitForPages();
+    table.waitForPrefault();
+    table.prefaultPages();
+    table.waitForPrefault();
     EXPECT_EQ(wordsInUse(table), words);
 
-    table.fetchPages();
+    table.prefaultPages();
     table.clear();
     EXPECT_EQ(wordsInUse(table), 0);
-    table.fetchPages();
+    table.prefaultPages();
     ASSERT_TRUE(table.resize(1));
     EXPECT_EQ(wordsInUse(table), 0);
 }

@@ -9,14 +9,14 @@
 /// One line of output put together in place: the search reports its progress without touching the
 /// heap. Text beyond the capacity is dropped; the longest line that the search prints (a full
 /// principal variation of 128 moves and every number at its longest) is about half of it.
-class Line {
+class OutputLine {
   public:
     static constexpr std::size_t kCapacity = 2048;
 
-    Line& add(std::string_view text);
+    OutputLine& add(std::string_view text);
 
     template <std::integral Integer>
-    Line& add(Integer value) {
+    OutputLine& add(Integer value) {
         if constexpr (std::is_signed_v<Integer>)
             return addSigned(value);
         else
@@ -29,8 +29,8 @@ class Line {
     void print();
 
   private:
-    Line& addSigned(std::int64_t value);
-    Line& addUnsigned(std::uint64_t value);
+    OutputLine& addSigned(std::int64_t value);
+    OutputLine& addUnsigned(std::uint64_t value);
 
     std::array<char, kCapacity> buffer_;
     std::size_t size_ = 0;

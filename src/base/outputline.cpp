@@ -1,4 +1,4 @@
-#include "base/line.h"
+#include "base/outputline.h"
 
 #include "base/output.h"
 
@@ -17,24 +17,24 @@ std::string_view decimal(Integer value, std::array<char, kNumberLength>& digits)
 
 } // namespace
 
-Line& Line::add(std::string_view text) {
+OutputLine& OutputLine::add(std::string_view text) {
     for (const char c : text)
         if (size_ < kCapacity - 1) // one place stays free for the line feed
             buffer_[size_++] = c;
     return *this;
 }
 
-Line& Line::addSigned(std::int64_t value) {
+OutputLine& OutputLine::addSigned(std::int64_t value) {
     std::array<char, kNumberLength> digits;
     return add(decimal(value, digits));
 }
 
-Line& Line::addUnsigned(std::uint64_t value) {
+OutputLine& OutputLine::addUnsigned(std::uint64_t value) {
     std::array<char, kNumberLength> digits;
     return add(decimal(value, digits));
 }
 
-void Line::print() {
+void OutputLine::print() {
     buffer_[size_++] = '\n';
     Output::write(text());
 }
