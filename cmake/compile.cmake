@@ -40,7 +40,7 @@ if(MORVANE_MARCH)
 endif()
 
 # Whether a program can tell at its start that the processor lacks instructions: it needs a start section
-# of ELF files (src/uci/processor.cpp) and a table of the architecture's (src/base/instructions.h).
+# of ELF files (src/uci/processor.cpp) and a table of the architecture's (src/platform/cpu.h).
 if(LINUX AND MORVANE_BASELINE)
   set(MORVANE_CHECKS_PROCESSOR ON)
   target_compile_definitions(morvane_options INTERFACE MORVANE_CHECKS_PROCESSOR)

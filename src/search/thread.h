@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/cacheline.h"
-#include "base/worker.h"
 #include "board/board.h"
 #include "eval/evalcache.h"
+#include "platform/thread.h"
 #include "search/time.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/cacheline.h"
-#include "base/memory.h"
+#include "platform/memory.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 #include "base/output.h"
-#include "base/worker.h"
+#include "platform/thread.h"
 #include "uci/messages.h"
 #include "uci/modes.h"
 #include "uci/startup.h"

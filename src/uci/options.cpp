@@ -1,10 +1,10 @@
 #include "uci/options.h"
 
-#include "base/memlimits.h"
-#include "base/memory.h"
 #include "base/output.h"
 #include "base/parse.h"
 #include "base/text.h"
+#include "platform/budget.h"
+#include "platform/memory.h"
 #include "search/thread.h"
 #include "search/tt.h"
 #include "uci/messages.h"

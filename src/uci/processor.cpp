@@ -1,7 +1,7 @@
 // Where the processor lacks instructions that the program is built for, this ends it with a message
-// before any other part of it runs. See base/instructions.h for how this file is compiled.
+// before any other part of it runs. See platform/cpu.h for how this file is compiled.
 
-#include "base/instructions.h"
+#include "platform/cpu.h"
 #include "uci/messages.h"
 
 #include <cstdlib>

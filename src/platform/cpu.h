@@ -6,7 +6,7 @@
 /// which the processor has.
 ///
 /// What is declared here works on every processor of the architecture, whatever the rest of the
-/// program is built for: instructions.cpp is compiled for the baseline (`morvane_for_any_processor`
+/// program is built for: cpu.cpp is compiled for the baseline (`morvane_for_any_processor`
 /// in cmake/compile.cmake). It calls no inline function of another header, since the linker keeps
 /// one copy of such a function for the whole program, which may be one that was compiled for more.
 

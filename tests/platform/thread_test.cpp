@@ -1,4 +1,4 @@
-#include "base/worker.h"
+#include "platform/thread.h"
 
 #include "support/resource_limit.h"
 

@@ -1,4 +1,4 @@
-#include "base/memlimits.h"
+#include "platform/budget.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "base/instructions.h"
+#include "platform/cpu.h"
 
 #if defined(__x86_64__)
 #include <cpuid.h>

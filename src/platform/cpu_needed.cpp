@@ -1,4 +1,4 @@
-#include "base/instructions.h"
+#include "platform/cpu.h"
 
 namespace Instructions {
 

@@ -1,6 +1,6 @@
 #ifdef MORVANE_CHECKS_PROCESSOR
 
-#include "base/instructions.h"
+#include "platform/cpu.h"
 
 #include <gtest/gtest.h>
 

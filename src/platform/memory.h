@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/worker.h"
+#include "platform/thread.h"
 
 #include <array>
 #include <atomic>
