@@ -103,6 +103,17 @@ class Manual(unittest.TestCase):
                 as_written = {"1": "(?:1|true)"}.get(value, rf'"?{re.escape(value)}"?')
                 self.assertRegex(fields, rf"\b{key} = {as_written};")
 
+    def test_header_and_footer(self) -> None:
+        """Name, section and volume above; source and date below, and no name of another system."""
+        version = IDENTIFICATION[0].removeprefix("id name ")
+        date = re.search(r"^\.Dd (.+)$", MANUAL.read_text(encoding="ascii"), re.MULTILINE)[1]
+        for name in installed():
+            with self.subTest(formatter=name):
+                page, _ = formatted(name)
+                self.assertTrue(page.strip().startswith("MORVANE(6) Games Manual MORVANE(6) NAME"),
+                                page[:80])
+                self.assertTrue(page.strip().endswith(f"{version} {date} {version}"), page[-80:])
+
     def test_version(self) -> None:
         version = IDENTIFICATION[0].removeprefix("id name Morvane ")
         self.assert_in_all(f"about version {version}.")
