@@ -10,11 +10,13 @@ PIECES = {"P": "pawn", "N": "knight", "B": "bishop", "R": "rook", "Q": "queen", 
 HEADER = """\
 #pragma once
 
+#include "base/chess.h"
+
 // Written by tuning/fit, from games; nobody edits it by hand.
 
 /// Placement values by square, in centipawns. Every table is read from White's side in the order of
 /// a printed board: the first row is the eighth rank, the first column the a file, so entry 0 is a8
-/// and entry 63 is h1. A White piece on square s reads entry s ^ 56, a Black piece entry s.
+/// and entry 63 is h1. `placementCell` (weights.h) says which entry a piece reads.
 ///
 /// The first and eighth rank of the pawn tables are never read for a pawn on the board.
 namespace EvalParams {
@@ -43,7 +45,7 @@ def by_piece(listing: Listing, block: str) -> str:
 
 
 def one(name: str, meaning: str, cells: np.ndarray) -> str:
-    return (f"/// {meaning}\ninline constexpr int {name}[64] = {{\n{rows(cells, ' ' * 4)}}};\n")
+    return (f"/// {meaning}\ninline constexpr int {name}[kSquares] = {{\n{rows(cells, ' ' * 4)}}};\n")
 
 
 def source(listing: Listing) -> str:
@@ -51,8 +53,8 @@ def source(listing: Listing) -> str:
     delta = "{}"
     if any(listing.block(f"pstEgDelta_{letter}_", 64).any() for letter in PIECES):
         delta = f"{{\n{by_piece(listing, 'pstEgDelta')}}}"
-    return (f"{HEADER}inline constexpr int kPSTMG[6][64] = {{\n{by_piece(listing, 'pstMg')}}};\n\n"
+    return (f"{HEADER}inline constexpr int kPSTMG[kPieces][kSquares] = {{\n{by_piece(listing, 'pstMg')}}};\n\n"
             + one("kPSTEGPawn", "End-game placement of pawns.", listing.block("pawnEg_", 64)) + "\n"
             + one("kKingEG", "End-game placement of kings.", listing.block("kingEg_", 64)) + "\n"
-            + DELTA + f"inline constexpr int kPstEgDelta[6][64] = {delta};\n\n"
+            + DELTA + f"inline constexpr int kPstEgDelta[kPieces][kSquares] = {delta};\n\n"
             "// clang-format on\n\n} // namespace EvalParams\n")

@@ -4,15 +4,15 @@
 
 namespace Attacks {
 
-Bitboard knightAttacks[64];
-Bitboard kingAttacks[64];
-Bitboard pawnAttacks[2][64];
-Bitboard rankMask[64];
-Bitboard fileMask[64];
-Bitboard diagMask[64];
-Bitboard adiagMask[64];
-MagicEntry rookMagic[64];
-MagicEntry bishopMagic[64];
+Bitboard knightAttacks[kSquares];
+Bitboard kingAttacks[kSquares];
+Bitboard pawnAttacks[kColors][kSquares];
+Bitboard rankMask[kSquares];
+Bitboard fileMask[kSquares];
+Bitboard diagMask[kSquares];
+Bitboard adiagMask[kSquares];
+MagicEntry rookMagic[kSquares];
+MagicEntry bishopMagic[kSquares];
 
 namespace {
 
@@ -27,7 +27,7 @@ constexpr Step kKnightSteps[8] = {{1, 2},   {2, 1},   {2, -1}, {1, -2},
                                   {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
 constexpr Step kKingSteps[8] = {{1, 0},  {1, 1},   {0, 1},  {-1, 1},
                                 {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
-constexpr Step kPawnSteps[2][2] = {{{-1, 1}, {1, 1}}, {{-1, -1}, {1, -1}}};
+constexpr Step kPawnSteps[kColors][2] = {{{-1, 1}, {1, 1}}, {{-1, -1}, {1, -1}}};
 
 constexpr int kRookTableSize = 102400;
 constexpr int kBishopTableSize = 5248;
@@ -38,7 +38,7 @@ Bitboard gBishopTable[kBishopTableSize];
 Square stepFrom(Square sq, Step step) {
     const int file = fileOf(sq) + step.file;
     const int rank = rankOf(sq) + step.rank;
-    const bool onBoard = file >= 0 && file < 8 && rank >= 0 && rank < 8;
+    const bool onBoard = file >= FileA && file <= FileH && rank >= Rank1 && rank <= Rank8;
     return onBoard ? makeSquare(file, rank) : kNoSquare;
 }
 
@@ -76,7 +76,7 @@ Bitboard relevantOccupancy(Square sq, bool rook) {
 }
 
 void initLeapersAndLines() {
-    for (Square sq = 0; sq < 64; ++sq) {
+    for (Square sq = 0; sq < kSquares; ++sq) {
         knightAttacks[sq] = leaperAttacks(sq, kKnightSteps);
         kingAttacks[sq] = leaperAttacks(sq, kKingSteps);
         pawnAttacks[White][sq] = leaperAttacks(sq, kPawnSteps[White]);
@@ -89,12 +89,12 @@ void initLeapersAndLines() {
 }
 
 /// Gives every square its slice of `table`, in square order, and fills it.
-void initSliders(MagicEntry (&entries)[64], const std::uint64_t (&magics)[64], Bitboard* table,
-                 bool rook) {
-    for (Square sq = 0; sq < 64; ++sq) {
+void initSliders(MagicEntry (&entries)[kSquares], const std::uint64_t (&magics)[kSquares],
+                 Bitboard* table, bool rook) {
+    for (Square sq = 0; sq < kSquares; ++sq) {
         const Bitboard mask = relevantOccupancy(sq, rook);
         const int bits = popcount(mask);
-        const auto shift = static_cast<std::uint32_t>(64 - bits);
+        const auto shift = static_cast<std::uint32_t>(kSquares - bits);
         entries[sq] = {mask, magics[sq], table, shift};
 
         Bitboard subset = 0;
@@ -122,8 +122,8 @@ void init() {
 }
 
 void initBetween() {
-    for (Square a = 0; a < 64; ++a)
-        for (Square b = 0; b < 64; ++b) {
+    for (Square a = 0; a < kSquares; ++a)
+        for (Square b = 0; b < kSquares; ++b) {
             if ((rankMask[a] | fileMask[a]) & bit(b))
                 gBetweenBB[a][b] = rookAttacks(a, bit(b)) & rookAttacks(b, bit(a));
             else if ((diagMask[a] | adiagMask[a]) & bit(b))
@@ -133,4 +133,4 @@ void initBetween() {
 
 } // namespace Attacks
 
-Bitboard gBetweenBB[64][64];
+Bitboard gBetweenBB[kSquares][kSquares];

@@ -1,6 +1,10 @@
 #pragma once
 
-#include "board/types.h"
+#include "base/chess.h"
+
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
 
 /// Attack sets of every piece on every square, filled once at program start and constant from then
 /// on. Sliding attacks come from magic bitboards: the relevant occupancy, multiplied and shifted,
@@ -13,7 +17,7 @@ struct alignas(32) MagicEntry {
     Bitboard mask;           // squares whose occupancy matters: the rays without their last squares
     std::uint64_t magic;     // multiplier that sends every subset of the mask to an index
     const Bitboard* attacks; // first attack set of this square
-    std::uint32_t shift;     // 64 minus the number of squares in the mask
+    std::uint32_t shift;     // leaves as many bits as there are squares in the mask
 
     Bitboard operator()(Bitboard occupancy) const { return attacks[index(occupancy)]; }
 
@@ -27,15 +31,16 @@ struct alignas(32) MagicEntry {
     }
 };
 
-extern Bitboard knightAttacks[64];
-extern Bitboard kingAttacks[64];
-extern Bitboard pawnAttacks[2][64]; // filled on every rank: also looked up backwards from a target
-extern Bitboard rankMask[64];       // the lines through a square, without the square itself
-extern Bitboard fileMask[64];
-extern Bitboard diagMask[64];  // the direction a1-h8
-extern Bitboard adiagMask[64]; // the direction a8-h1
-extern MagicEntry rookMagic[64];
-extern MagicEntry bishopMagic[64];
+extern Bitboard knightAttacks[kSquares];
+extern Bitboard kingAttacks[kSquares];
+extern Bitboard
+    pawnAttacks[kColors][kSquares]; // filled on every rank: also looked up backwards from a target
+extern Bitboard rankMask[kSquares]; // the lines through a square, without the square itself
+extern Bitboard fileMask[kSquares];
+extern Bitboard diagMask[kSquares];  // the direction a1-h8
+extern Bitboard adiagMask[kSquares]; // the direction a8-h1
+extern MagicEntry rookMagic[kSquares];
+extern MagicEntry bishopMagic[kSquares];
 
 /// Fills every table here except `gBetweenBB`.
 void init();
@@ -48,9 +53,11 @@ void initBetween();
 Bitboard slidingAttacksRef(Square sq, Bitboard occupancy, bool rook);
 
 inline Bitboard rookAttacks(Square sq, Bitboard occupancy) {
+    assert(isOnBoard(sq));
     return rookMagic[sq](occupancy);
 }
 inline Bitboard bishopAttacks(Square sq, Bitboard occupancy) {
+    assert(isOnBoard(sq));
     return bishopMagic[sq](occupancy);
 }
 inline Bitboard queenAttacks(Square sq, Bitboard occupancy) {
@@ -61,6 +68,7 @@ inline Bitboard queenAttacks(Square sq, Bitboard occupancy) {
 template <Piece P>
 Bitboard attacksOf(Square sq, Bitboard occupancy) {
     static_assert(P != Pawn && P != kNoPiece);
+    assert(isOnBoard(sq));
     if constexpr (P == Knight)
         return knightAttacks[sq];
     else if constexpr (P == Bishop)
@@ -76,4 +84,4 @@ Bitboard attacksOf(Square sq, Bitboard occupancy) {
 } // namespace Attacks
 
 /// Squares strictly between two squares of one rank, file or diagonal; empty for all other pairs.
-extern Bitboard gBetweenBB[64][64];
+extern Bitboard gBetweenBB[kSquares][kSquares];

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "board/attacks.h"
-#include "board/types.h"
+#include "board/move.h"
 #include "board/zobrist.h"
 #include "params/psq.h"
 
@@ -27,8 +27,8 @@ struct MoveState {
     std::uint64_t pawnKey;      // of the pawns alone
     std::int32_t psqMg;         // sums of `kPsq`, White's point of view
     std::int32_t psqEg;
-    std::int32_t nonPawnMaterial[2]; // sums of `kNonPawnValue`
-    std::int32_t phase;              // sum of `kPhaseWeight`, 24 in the start position
+    std::int32_t nonPawnMaterial[kColors]; // sums of `kNonPawnValue`
+    std::int32_t phase; // sum of `kPhaseWeight`, `kFullPhase` in the start position
 };
 
 /// The state before a move, on a cache line of its own, and what the move took. Repetition tests
@@ -43,10 +43,10 @@ inline constexpr int kMaxHistory = 1024;
 /// A position with its history. A plain value without pointers: a copy is complete in itself, and
 /// every thread works on a copy of its own. All redundant fields agree at all times.
 struct Board : MoveState {
-    Bitboard pieces[2][6]; // by colour and piece
-    Bitboard colorBB[2];
+    Bitboard pieces[kColors][kPieces]; // by colour and piece
+    Bitboard colorBB[kColors];
     Bitboard occupied;
-    Piece mailbox[64]; // without colour; `kNoPiece` when empty
+    Piece mailbox[kSquares]; // without colour; `kNoPiece` when empty
     Color sideToMove;
     std::int32_t fullmoveNumber; // from 1, counts Black's moves
     UndoInfo history[kMaxHistory];
@@ -182,7 +182,7 @@ inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
 }
 
 inline bool Board::isAttacked(Square sq, Color by, Bitboard occupancy) const {
-    const Bitboard(&attackers)[6] = pieces[by];
+    const Bitboard(&attackers)[kPieces] = pieces[by];
     const Bitboard diagonal = attackers[Bishop] | attackers[Queen];
     const Bitboard straight = attackers[Rook] | attackers[Queen];
     return ((attackers[Pawn] & Attacks::pawnAttacks[~by][sq]) |

@@ -17,7 +17,7 @@ struct PlacedPiece {
 
 /// A FEN read but not yet set up.
 struct ParsedFen {
-    PlacedPiece pieces[64];
+    PlacedPiece pieces[kSquares];
     int pieceCount = 0;
     Color side = White;
     std::uint8_t castling = 0;
@@ -35,28 +35,28 @@ std::string_view nextField(std::string_view& text) {
 }
 
 bool parsePlacement(std::string_view field, ParsedFen& out) {
-    int rank = 7;
-    int file = 0;
+    int rank = Rank8;
+    int file = FileA;
     for (const char c : field) {
         if (c == '/') {
-            if (file != 8 || rank == 0)
+            if (file != kFiles || rank == Rank1)
                 return false;
             --rank;
-            file = 0;
+            file = FileA;
         } else if (c >= '1' && c <= '8') {
             file += c - '0';
-            if (file > 8)
+            if (file > kFiles)
                 return false;
         } else {
             const std::size_t piece = kPieceLetters.find(toLower(c));
-            if (file >= 8 || piece == std::string_view::npos)
+            if (file >= kFiles || piece == std::string_view::npos)
                 return false;
             out.pieces[out.pieceCount++] = {isUpper(c) ? White : Black, static_cast<Piece>(piece),
                                             makeSquare(file, rank)};
             ++file;
         }
     }
-    return rank == 0 && file == 8;
+    return rank == Rank1 && file == kFiles;
 }
 
 bool parseSide(std::string_view field, ParsedFen& out) {
@@ -119,12 +119,12 @@ bool parseCounters(std::string_view text, ParsedFen& out) {
 
 /// One king a side, and no pawn on the first or eighth rank.
 bool placementIsPlayable(const ParsedFen& parsed) {
-    int kings[2] = {0, 0};
+    int kings[kColors] = {};
     for (int i = 0; i < parsed.pieceCount; ++i) {
         const auto& [color, piece, square] = parsed.pieces[i];
         if (piece == King)
             ++kings[color];
-        if (piece == Pawn && (rankOf(square) == 0 || rankOf(square) == 7))
+        if (piece == Pawn && (rankOf(square) == Rank1 || rankOf(square) == Rank8))
             return false;
     }
     return kings[White] == 1 && kings[Black] == 1;
@@ -163,15 +163,15 @@ std::uint8_t possibleRights(const Board& board, std::uint8_t claimed) {
 /// capture there is not asked: making a double push sets the square without asking either.
 bool enPassantIsPossible(const Board& board, Square ep) {
     const Color us = board.sideToMove;
-    return ep != kNoSquare && relativeRank(us, ep) == 5 &&
+    return ep != kNoSquare && relativeRank(us, ep) == Rank6 &&
            !(board.occupied & (bit(ep) | bit(ep + forward(us)))) &&
            (board.pieces[~us][Pawn] & bit(ep - forward(us)));
 }
 
 void appendPlacement(std::string& text, const Board& board) {
-    for (int rank = 7; rank >= 0; --rank) {
+    for (int rank = Rank8; rank >= Rank1; --rank) {
         int empty = 0;
-        for (int file = 0; file < 8; ++file) {
+        for (int file = FileA; file <= FileH; ++file) {
             const Square sq = makeSquare(file, rank);
             const Piece piece = board.mailbox[sq];
             if (piece == kNoPiece) {
@@ -181,13 +181,11 @@ void appendPlacement(std::string& text, const Board& board) {
             if (empty)
                 text += static_cast<char>('0' + empty);
             empty = 0;
-            const char letter = kPieceLetters[static_cast<std::size_t>(piece)];
-            const bool black = (board.colorBB[Black] & bit(sq)) != 0;
-            text += black ? letter : static_cast<char>(letter - 'a' + 'A');
+            text += pieceLetter(board.colorBB[Black] & bit(sq) ? Black : White, piece);
         }
         if (empty)
             text += static_cast<char>('0' + empty);
-        if (rank)
+        if (rank != Rank1)
             text += '/';
     }
 }

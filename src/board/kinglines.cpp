@@ -31,7 +31,7 @@ bool CheckInfo::specialGivesCheck(Move m) const {
         const Bitboard after = board_.occupied ^ bit(from) ^ bit(to) ^ bit(rook.from);
         return (Attacks::rookAttacks(rook.to, after) & bit(king_)) != 0;
     }
-    const Bitboard(&own)[6] = board_.pieces[us];
+    const Bitboard(&own)[kPieces] = board_.pieces[us];
     Bitboard after = (board_.occupied ^ bit(from)) | bit(to);
     Bitboard direct = squares_[Pawn];
     if (isEnPassant(m)) {

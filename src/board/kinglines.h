@@ -8,7 +8,7 @@
 /// Sliders of colour `by` that would attack the square on an empty board.
 inline Bitboard snipers(const Board& board, Square sq, Color by) {
     using namespace Attacks;
-    const Bitboard(&own)[6] = board.pieces[by];
+    const Bitboard(&own)[kPieces] = board.pieces[by];
     return ((own[Bishop] | own[Queen]) & (diagMask[sq] | adiagMask[sq])) |
            ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
 }
@@ -94,5 +94,5 @@ class CheckInfo {
     const Bitboard discoverers_; // pieces of either colour, of which only the own move
     const Bitboard diagonal_;
     const Bitboard straight_;
-    const Bitboard squares_[6]; // from where a piece attacks the enemy king
+    const Bitboard squares_[kPieces]; // from where a piece attacks the enemy king
 };

@@ -11,13 +11,13 @@ constexpr Bitboard squares(std::initializer_list<Square> list) {
 
 // Squares that must not be attacked, and squares that must be empty, by colour. The knight's square
 // on the queen's side may be attacked: only the rook passes over it.
-constexpr Bitboard kCastleKingSafe[2] = {squares({E1, F1, G1}), squares({E8, F8, G8})};
-constexpr Bitboard kCastleQueenSafe[2] = {squares({C1, D1, E1}), squares({C8, D8, E8})};
-constexpr Bitboard kCastleKingOcc[2] = {squares({F1, G1}), squares({F8, G8})};
-constexpr Bitboard kCastleQueenOcc[2] = {squares({B1, C1, D1}), squares({B8, C8, D8})};
+constexpr Bitboard kCastleKingSafe[kColors] = {squares({E1, F1, G1}), squares({E8, F8, G8})};
+constexpr Bitboard kCastleQueenSafe[kColors] = {squares({C1, D1, E1}), squares({C8, D8, E8})};
+constexpr Bitboard kCastleKingOcc[kColors] = {squares({F1, G1}), squares({F8, G8})};
+constexpr Bitboard kCastleQueenOcc[kColors] = {squares({B1, C1, D1}), squares({B8, C8, D8})};
 
-constexpr std::uint8_t kKingSideRight[2] = {WhiteKingSide, BlackKingSide};
-constexpr std::uint8_t kQueenSideRight[2] = {WhiteQueenSide, BlackQueenSide};
+constexpr std::uint8_t kKingSideRight[kColors] = {WhiteKingSide, BlackKingSide};
+constexpr std::uint8_t kQueenSideRight[kColors] = {WhiteQueenSide, BlackQueenSide};
 
 bool noneAttacked(const Board& board, Bitboard set, Color by) {
     while (set)
@@ -26,14 +26,18 @@ bool noneAttacked(const Board& board, Bitboard set, Color by) {
     return true;
 }
 
+constexpr bool isUnused(std::uint32_t flag) {
+    return flag > FlagEnPassant && flag < FlagPromotion;
+}
+
 bool isPseudoLegalCastling(const Board& board, Move m) {
     const Color us = board.sideToMove;
-    const Square home = us == White ? E1 : E8;
+    const Square home = relativeSquare(us, E1);
     if (fromSquare(m) != home || !(board.pieces[us][King] & bit(home)))
         return false;
     if (moveFlag(m) == FlagCastleKing)
-        return toSquare(m) == home + 2 && board.canCastleKS(us);
-    return toSquare(m) == home - 2 && board.canCastleQS(us);
+        return toSquare(m) == relativeSquare(us, G1) && board.canCastleKS(us);
+    return toSquare(m) == relativeSquare(us, C1) && board.canCastleQS(us);
 }
 
 /// Attacks of a piece other than a pawn on the current occupancy.
@@ -71,7 +75,7 @@ bool Board::isPseudoLegalPawnMove(Move m) const {
     const Square to = toSquare(m);
     const std::uint32_t flag = moveFlag(m);
 
-    if (isPromotion(m) != (relativeRank(Us, from) == 6))
+    if (isPromotion(m) != (relativeRank(Us, from) == Rank7))
         return false;
     if (flag == FlagEnPassant)
         return static_cast<std::uint32_t>(to) == epSquare &&
@@ -81,7 +85,7 @@ bool Board::isPseudoLegalPawnMove(Move m) const {
     if (occupied & bit(to))
         return false;
     if (flag == FlagDoublePush)
-        return relativeRank(Us, from) == 1 && to == from + 2 * forward(Us) &&
+        return relativeRank(Us, from) == Rank2 && to == from + 2 * forward(Us) &&
                !(occupied & bit(from + forward(Us)));
     return to == from + forward(Us);
 }
@@ -92,7 +96,7 @@ bool Board::isPseudoLegal(Move m) const {
     const Square to = toSquare(m);
     const std::uint32_t flag = moveFlag(m);
 
-    if (m == 0 || from == to || flag == 6 || flag == 7 || !(colorBB[us] & bit(from)))
+    if (m == 0 || from == to || isUnused(flag) || !(colorBB[us] & bit(from)))
         return false;
     if (isCastling(m))
         return isPseudoLegalCastling(*this, m);

@@ -6,13 +6,13 @@ namespace MoveDetail {
 
 /// Rights that survive a move from or to a square: all but those of the king or rook at home there.
 struct CastlingMask {
-    std::uint8_t mask[64];
+    std::uint8_t mask[kSquares];
 };
 
 constexpr CastlingMask buildCastlingMask() {
     CastlingMask table{};
     for (auto& mask : table.mask)
-        mask = 0x0F;
+        mask = WhiteKingSide | WhiteQueenSide | BlackKingSide | BlackQueenSide;
     table.mask[A1] = static_cast<std::uint8_t>(~WhiteQueenSide);
     table.mask[E1] = static_cast<std::uint8_t>(~(WhiteKingSide | WhiteQueenSide));
     table.mask[H1] = static_cast<std::uint8_t>(~WhiteKingSide);
@@ -31,8 +31,8 @@ struct RookMove {
 
 /// The rook's part of a castling move of `c`.
 constexpr RookMove castlingRook(Color c, Move m) {
-    const Square home = c == White ? A1 : A8;
-    return moveFlag(m) == FlagCastleKing ? RookMove{home + 7, home + 5} : RookMove{home, home + 3};
+    return moveFlag(m) == FlagCastleKing ? RookMove{relativeSquare(c, H1), relativeSquare(c, F1)}
+                                         : RookMove{relativeSquare(c, A1), relativeSquare(c, D1)};
 }
 
 constexpr int epFile(std::uint32_t epSquare) {

@@ -1,8 +1,8 @@
-#include "board/types.h"
+#include "board/move.h"
 
 namespace {
 
-constexpr std::string_view kPromotionLetters = "nbrq";
+constexpr std::string_view kPromotionLetters = kPieceLetters.substr(Knight, 4);
 
 bool isSquare(char file, char rank) {
     return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8';
@@ -22,7 +22,7 @@ std::string moveToString(Move m) {
     appendSquare(text, fromSquare(m));
     appendSquare(text, toSquare(m));
     if (isPromotion(m))
-        text += kPromotionLetters[moveFlag(m) & 3];
+        text += kPieceLetters[static_cast<std::size_t>(promotedPiece(m))];
     return text;
 }
 

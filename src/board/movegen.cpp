@@ -6,8 +6,8 @@ namespace {
 
 enum class Kind { All, Captures, Quiets };
 
-constexpr Bitboard kThirdRank[2] = {rankBB(2), rankBB(5)};
-constexpr Bitboard kPromotionRank[2] = {rankBB(6), rankBB(1)};
+constexpr Bitboard kThirdRank[kColors] = {rankBB(Rank3), rankBB(Rank6)};
+constexpr Bitboard kPromotionRank[kColors] = {rankBB(Rank7), rankBB(Rank2)};
 
 template <Color Us>
 void addPawnPushes(const Board& board, Bitboard pawns, MoveList& list) {
@@ -87,13 +87,13 @@ void addPieceMoves(const Board& board, MoveList& list) {
 
 template <Color Us>
 void addCastling(const Board& board, MoveList& list) {
-    constexpr Square kHome = Us == White ? E1 : E8;
+    constexpr Square kHome = relativeSquare(Us, E1);
     if (!board.castling)
         return;
     if (board.canCastleKS(Us))
-        list.add(encodeMove(kHome, kHome + 2, FlagCastleKing));
+        list.add(encodeMove(kHome, relativeSquare(Us, G1), FlagCastleKing));
     if (board.canCastleQS(Us))
-        list.add(encodeMove(kHome, kHome - 2, FlagCastleQueen));
+        list.add(encodeMove(kHome, relativeSquare(Us, C1), FlagCastleQueen));
 }
 
 template <Color Us, Kind K>
@@ -157,11 +157,10 @@ Move firstLegalMove(const Board& board) {
 }
 
 Move matchMove(const Board& board, Move parsed) {
-    constexpr Move kSquares = 0xFFF;
     MoveList all;
     generateMoves(board, all);
     for (const Move m : all) {
-        if ((m ^ parsed) & kSquares)
+        if ((m ^ parsed) & MoveCode::kFromToMask)
             continue;
         if (!isPromotion(parsed) || (isPromotion(m) && promotedPiece(m) == promotedPiece(parsed)))
             return m;

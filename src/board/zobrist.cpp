@@ -2,10 +2,10 @@
 
 namespace Zobrist {
 
-std::uint64_t pieceSquare[2][6][64];
+std::uint64_t pieceSquare[kColors][kPieces][kSquares];
 std::uint64_t sideToMove;
 std::uint64_t castling[16];
-std::uint64_t enPassant[8];
+std::uint64_t enPassant[kFiles];
 
 namespace {
 

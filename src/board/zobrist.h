@@ -1,15 +1,15 @@
 #pragma once
 
-#include "board/types.h"
+#include "base/chess.h"
 
 /// Random numbers from which position and pawn keys are put together by exclusive or. They come
 /// from a generator with a fixed seed: a position has the same key in every run.
 namespace Zobrist {
 
-extern std::uint64_t pieceSquare[2][6][64];
-extern std::uint64_t sideToMove;   // in the key when Black is to move
-extern std::uint64_t castling[16]; // by the whole set of rights; no rights have a key as well
-extern std::uint64_t enPassant[8]; // by file
+extern std::uint64_t pieceSquare[kColors][kPieces][kSquares];
+extern std::uint64_t sideToMove;        // in the key when Black is to move
+extern std::uint64_t castling[16];      // by the whole set of rights; no rights have a key as well
+extern std::uint64_t enPassant[kFiles]; // by file
 
 void init();
 

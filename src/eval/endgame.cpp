@@ -1,6 +1,7 @@
 #include "eval/endgame.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 
 namespace {
@@ -17,6 +18,10 @@ constexpr int kNearlyDrawn = 8;
 constexpr int kKrpkrHard = 12;
 constexpr int kKrpkrUnclear = 24;
 constexpr int kOppositeBishops = 32;
+
+// Rook and pawn against rook: the lead of the strong king on the way to the queening square, in
+// steps, at which the ending is unclear.
+constexpr int kKrpkrLead = -3;
 
 // A lead in non-pawn material that wins without pawns.
 constexpr int kWinningLead = kKnightMaterial;
@@ -56,16 +61,17 @@ bool bishopsOnDifferentColours(const Board& board) {
                isLight(lowestSquare(board.pieces[Black][Bishop]));
 }
 
-/// Bishop and rook pawns whose queening corner the bishop does not cover, the weak king at it.
+/// Bishop and rook pawns whose queening corner the bishop cannot cover, with the weak king beside
+/// it.
 bool isWrongBishop(const Sides& s) {
     if (s.material(s.strong) != kBishopMaterial || !hasExactlyOne(s.board, s.strong, Bishop) ||
         s.material(s.weak) != 0 || s.pawns(s.weak) || !s.pawns(s.strong))
         return false;
-    const bool onA = !(s.pawns(s.strong) & ~fileBB(0));
-    const bool onH = !(s.pawns(s.strong) & ~fileBB(7));
+    const bool onA = !(s.pawns(s.strong) & ~fileBB(FileA));
+    const bool onH = !(s.pawns(s.strong) & ~fileBB(FileH));
     if (!onA && !onH)
         return false;
-    const Square corner = makeSquare(onA ? 0 : 7, s.strong == White ? 7 : 0);
+    const Square corner = relativeSquare(s.strong, onA ? A8 : H8);
     return isLight(lowestSquare(s.board.pieces[s.strong][Bishop])) != isLight(corner) &&
            chebyshev(s.board.kingSquare(s.weak), corner) <= 1;
 }
@@ -77,8 +83,9 @@ bool isRookAgainstMinor(const Sides& s) {
            (weak == kKnightMaterial || weak == kBishopMaterial);
 }
 
-int edgeDistance(Square sq) {
-    return std::min(fileOf(sq), 7 - fileOf(sq)) + std::min(rankOf(sq), 7 - rankOf(sq));
+/// Files and ranks to the nearest corner.
+int cornerDistance(Square sq) {
+    return std::min(fileOf(sq), FileH - fileOf(sq)) + std::min(rankOf(sq), Rank8 - rankOf(sq));
 }
 
 int manhattan(Square a, Square b) {
@@ -86,12 +93,12 @@ int manhattan(Square a, Square b) {
 }
 
 int mopUp(const Board& board, Color winner) {
-    constexpr int kLongestWay = 14;
-    constexpr int kCentre = 6;
+    constexpr int kFromCornerToCorner = 14;
+    constexpr int kCentreToCorner = 6;
     const Square loser = board.kingSquare(~winner);
-    return (kLongestWay - manhattan(board.kingSquare(winner), loser)) *
+    return (kFromCornerToCorner - manhattan(board.kingSquare(winner), loser)) *
                EvalParams::kMopUpCloseness +
-           (kCentre - edgeDistance(loser)) * EvalParams::kMopUpEdge;
+           (kCentreToCorner - cornerDistance(loser)) * EvalParams::kMopUpEdge;
 }
 
 bool isBishopAndKnightAgainstKing(const Board& board, Color strong) {
@@ -102,44 +109,46 @@ bool isBishopAndKnightAgainstKing(const Board& board, Color strong) {
 }
 
 int rightCorner(const Board& board, Color strong) {
+    constexpr int kFarthestCorner = 7;
     constexpr Square kLight[2] = {H1, A8};
     constexpr Square kDark[2] = {A1, H8};
     const Square king = board.kingSquare(~strong);
     const auto& corners = isLight(lowestSquare(board.pieces[strong][Bishop])) ? kLight : kDark;
     const int distance = std::min(chebyshev(king, corners[0]), chebyshev(king, corners[1]));
-    return EvalParams::kKbnCorner * (7 - distance);
+    return EvalParams::kKbnCorner * (kFarthestCorner - distance);
 }
 
 } // namespace
 
 int Endgame::krpkrScale(Color strong, Square strongKing, Square strongRook, Square pawn,
                         Square weakKing, Square /*weakRook*/, Color sideToMove) {
-    const int mirror = (strong == White ? 0 : 56) ^ (fileOf(pawn) > 3 ? 7 : 0);
-    pawn ^= mirror;
-    weakKing ^= mirror;
-    strongKing ^= mirror;
+    const Detail::Normalizer normal(strong, pawn);
+    pawn = normal(pawn);
+    weakKing = normal(weakKing);
+    strongKing = normal(strongKing);
+    assert(rankOf(pawn) >= Rank2 && rankOf(pawn) <= Rank7);
     const int pawnFile = fileOf(pawn);
     const int weakFile = fileOf(weakKing);
 
     if (rankOf(weakKing) > rankOf(pawn) && std::abs(weakFile - pawnFile) <= 1)
         return kKrpkrHard;
-    if (rankOf(pawn) > 4)
+    if (rankOf(pawn) > Rank5)
         return kFullScale;
 
-    const Square queening = makeSquare(pawnFile, 7);
+    const Square queening = makeSquare(pawnFile, Rank8);
     const int lead = chebyshev(weakKing, queening) - chebyshev(strongKing, queening) -
                      (sideToMove == strong ? 0 : 1);
-    if (lead < -3)
+    if (lead < kKrpkrLead)
         return kKrpkrHard;
-    if (lead > -3)
+    if (lead > kKrpkrLead)
         return kFullScale;
-    const int rookFile = fileOf(strongRook ^ mirror);
+    const int rookFile = fileOf(normal(strongRook));
     const bool cutOff =
         rookFile > std::min(pawnFile, weakFile) && rookFile < std::max(pawnFile, weakFile);
     return cutOff ? kFullScale : kKrpkrUnclear;
 }
 
-/// The rules for less than pawns on both sides, and for a bishop each.
+/// The rules where not both sides have pawns, and where each has just a bishop.
 [[gnu::noinline]] int Endgame::Detail::rareScaleFactor(const Board& board, int egScore) {
     const Color strong = egScore < 0 ? Black : White;
     const Sides s{board, strong, ~strong};
@@ -168,7 +177,7 @@ int Endgame::krpkrScale(Color strong, Square strongKing, Square strongRook, Squa
     return canWin ? kFullScale : kNearlyDrawn;
 }
 
-/// One side leads far enough to be driving the other king.
+/// Called where one side leads far enough to drive the other king.
 [[gnu::noinline]] int Endgame::Detail::proximityOfLead(const Board& board, int whiteMaterial,
                                                        int blackMaterial) {
     int amount = whiteMaterial > blackMaterial ? mopUp(board, White) : -mopUp(board, Black);

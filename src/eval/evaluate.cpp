@@ -49,9 +49,9 @@ Blend blend(const Board& board, ScorePair total) {
     return blend(board, sink.total()).value;
 }
 
-void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]) {
+void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[kColors]) {
     for (const Color c : {White, Black}) {
-        const Bitboard(&own)[6] = board.pieces[c];
+        const Bitboard(&own)[kPieces] = board.pieces[c];
         Bitboard all = pawnAttackSet(c, own[Pawn]) | Attacks::kingAttacks[board.kingSquare(c)];
         for (Bitboard knights = own[Knight]; knights;)
             all |= Attacks::knightAttacks[popLowest(knights)];

@@ -4,6 +4,7 @@
 #include "params/psq.h"
 
 #include <array>
+#include <cassert>
 #include <cstdint>
 
 /// The vocabulary in which the evaluation is written: its terms, the weights it uses and the sink
@@ -13,70 +14,74 @@ namespace Eval {
 
 /// Lines of the printed breakdown, in its order.
 enum class Term { Material, King, BishopPair, Mobility, KingSafety, RookFiles, Pawns };
-inline constexpr int kTermCount = 7;
+inline constexpr int kTermCount = static_cast<int>(Term::Pawns) + 1;
 
 inline constexpr int kNoWeight = -1;
 
-/// A weight, or a row of weights with one cell for each square or count, by phase: the index of its
-/// first cell in the flat list, `kNoWeight` where the phase has none.
+/// A weight, or a row of weights with one cell for each square or count, in both phases.
 struct Feature {
-    int mg;
+    int mg; // index of the first cell in the flat list, `kNoWeight` where the phase has none
     int eg;
     int cells;
 };
 
 namespace Detail {
 
-consteval int cellsOf(std::string_view name) {
-    for (const auto& block : WeightLayout::kBlocks)
-        if (block.name == name)
-            return block.columns;
-    throw "no block of weights has this name";
+/// Weights of a phase that a feature does not have.
+inline constexpr WeightLayout::Cells kNone{kNoWeight, 0};
+
+consteval Feature feature(WeightLayout::Cells mg, WeightLayout::Cells eg) {
+    if (mg.count != eg.count && mg.count != 0 && eg.count != 0)
+        throw "the two phases have different numbers of cells";
+    return {mg.first, eg.first, mg.count != 0 ? mg.count : eg.count};
 }
 
-consteval int indexOf(std::string_view name, int row) {
-    return name.empty() ? kNoWeight : WeightLayout::first(name) + row * cellsOf(name);
-}
-
+/// A feature with one row in a block for each phase; "" where a phase has none.
 consteval Feature feature(std::string_view mg, std::string_view eg, int row = 0) {
-    return {indexOf(mg, row), indexOf(eg, row), cellsOf(mg.empty() ? eg : mg)};
-}
-
-/// A placement table that serves both phases.
-consteval Feature placement(int piece) {
-    return feature("pstMg_", "pstMg_", piece);
+    return feature(mg.empty() ? kNone : WeightLayout::cells(mg, row),
+                   eg.empty() ? kNone : WeightLayout::cells(eg, row));
 }
 
 } // namespace Detail
 
-inline constexpr Feature kMaterial[5] = {
-    Detail::feature("matMg_", "matEg_", 0), Detail::feature("matMg_", "matEg_", 1),
-    Detail::feature("matMg_", "matEg_", 2), Detail::feature("matMg_", "matEg_", 3),
-    Detail::feature("matMg_", "matEg_", 4),
+inline constexpr Feature kNoFeature{kNoWeight, kNoWeight, 0};
+
+// --- features by piece ---
+
+inline constexpr Feature kMaterial[kPieces] = {
+    Detail::feature("matMg_", "matEg_", Pawn),   Detail::feature("matMg_", "matEg_", Knight),
+    Detail::feature("matMg_", "matEg_", Bishop), Detail::feature("matMg_", "matEg_", Rook),
+    Detail::feature("matMg_", "matEg_", Queen),  kNoFeature,
 };
-inline constexpr Feature kPlacement[6] = {
-    {Detail::indexOf("pstMg_", 0), Detail::indexOf("pawnEg_", 0), 64},
-    Detail::placement(1),
-    Detail::placement(2),
-    Detail::placement(3),
-    Detail::placement(4),
-    {Detail::indexOf("pstMg_", 5), Detail::indexOf("kingEg_", 0), 64},
+/// Knights, bishops, rooks and queens have one table for both phases.
+inline constexpr Feature kPlacement[kPieces] = {
+    Detail::feature(WeightLayout::cells("pstMg_", Pawn), WeightLayout::cells("pawnEg_")),
+    Detail::feature("pstMg_", "pstMg_", Knight),
+    Detail::feature("pstMg_", "pstMg_", Bishop),
+    Detail::feature("pstMg_", "pstMg_", Rook),
+    Detail::feature("pstMg_", "pstMg_", Queen),
+    Detail::feature(WeightLayout::cells("pstMg_", King), WeightLayout::cells("kingEg_")),
 };
-/// What the end-game placement of knights, bishops, rooks and queens adds.
-inline constexpr Feature kPlacementDelta[5] = {
-    {kNoWeight, kNoWeight, 64},
-    Detail::feature("", "pstEgDelta_", 1),
-    Detail::feature("", "pstEgDelta_", 2),
-    Detail::feature("", "pstEgDelta_", 3),
-    Detail::feature("", "pstEgDelta_", 4),
+/// What their end-game placement adds to it.
+inline constexpr Feature kPlacementDelta[kPieces] = {
+    kNoFeature,
+    Detail::feature("", "pstEgDelta_", Knight),
+    Detail::feature("", "pstEgDelta_", Bishop),
+    Detail::feature("", "pstEgDelta_", Rook),
+    Detail::feature("", "pstEgDelta_", Queen),
+    kNoFeature,
 };
-inline constexpr Feature kMobility[5] = {
-    {kNoWeight, kNoWeight, 1},
+inline constexpr Feature kMobility[kPieces] = {
+    kNoFeature,
     Detail::feature("mobMg_N_", "mobEg_N_"),
     Detail::feature("mobMg_B_", "mobEg_B_"),
     Detail::feature("mobMg_R_", "mobEg_R_"),
     Detail::feature("mobMg_Q_", "mobEg_Q_"),
+    kNoFeature,
 };
+
+// --- other features ---
+
 inline constexpr Feature kBishopPair = Detail::feature("bishopPair", "bishopPair");
 inline constexpr Feature kRookOpen = Detail::feature("rookOpenMg", "rookOpenEg");
 inline constexpr Feature kRookSemiOpen = Detail::feature("rookSemiMg", "rookSemiEg");
@@ -108,7 +113,7 @@ constexpr PackedPair pack(int mg, int eg) {
 }
 
 constexpr ScorePair unpack(PackedPair packed) {
-    // A negative middle-game half has borrowed one from the end-game half; rounding gives it back.
+    // A negative middle-game half has borrowed 1 from the end-game half; rounding gives it back.
     constexpr PackedPair kHalf = PackedPair{1} << 31;
     return {static_cast<std::int32_t>(packed), static_cast<std::int32_t>((packed + kHalf) >> 32)};
 }
@@ -135,6 +140,7 @@ class SumSink {
     /// Counts `count` uses of one cell of a feature; positive for White.
     template <Term, Feature F>
     void use(int cell, int count) {
+        assert(cell >= 0 && cell < F.cells);
         sum_ += Detail::kCells<F>[static_cast<std::size_t>(cell)] * count;
     }
 

@@ -1,5 +1,7 @@
 #include "eval/endgame.h"
 
+#include <cassert>
+
 /// King and pawn against king by retrograde analysis. The strong side is White and its pawn stands
 /// on files a to d. Positions are handled 64 at a time: a bitboard holds one bit for each square of
 /// the weak king, so a king move of all of them is a shift.
@@ -9,14 +11,24 @@
 
 namespace Endgame {
 
-std::uint32_t gKPK[kKPKPositions / 32];
+std::uint32_t gKPK[kKPKPositions / kKPKWordBits];
 
 namespace {
 
-constexpr int kPawnSquares = 24;
+// A pawn's slot: its file, and its rank counted down from the seventh.
+constexpr int kSlotFiles = FileD + 1;
+constexpr int kPawnSquares = kKPKPawnSquares;
+
+// Positions of the parts of an index above the strong king's square.
+constexpr int kWeakKingShift = 6;
+constexpr int kSideShift = 12;
+constexpr int kSlotShift = 13;
+
+static_assert(kPawnSquares == kSlotFiles * (Rank7 - Rank2 + 1));
+static_assert(kKPKPositions == kPawnSquares << kSlotShift);
 
 /// Sets of weak-king squares by pawn and strong king.
-using WeakKings = Bitboard[kPawnSquares][64];
+using WeakKings = Bitboard[kPawnSquares][kSquares];
 
 struct Workspace {
     WeakKings strongToMove; // proved wins, the strong side to move
@@ -26,22 +38,26 @@ struct Workspace {
 };
 
 Square pawnSquare(int slot) {
-    return 48 + (slot & 3) - 8 * (slot >> 2);
+    return makeSquare(slot % kSlotFiles, Rank7 - slot / kSlotFiles);
+}
+int slotOf(Square pawn) {
+    assert(fileOf(pawn) <= FileD && rankOf(pawn) >= Rank2 && rankOf(pawn) <= Rank7);
+    return fileOf(pawn) + kSlotFiles * (Rank7 - rankOf(pawn));
 }
 bool isOnSeventh(int slot) {
-    return slot < 4;
+    return slot < kSlotFiles;
 }
 
 /// Squares that a king reaches in one move from any square of the set.
 Bitboard reachedBy(Bitboard kings) {
     const Bitboard row = shiftEast(kings) | shiftWest(kings);
     const Bitboard column = kings | row;
-    return row | column << 8 | column >> 8;
+    return row | shiftForward(White, column) | shiftForward(Black, column);
 }
 
 /// Weak kings for which the pawn on the seventh rank promotes and survives.
 Bitboard promotionWins(Square pawn, Square strongKing) {
-    const Square queening = pawn + 8;
+    const Square queening = pawn + forward(White);
     if (strongKing == queening)
         return 0;
     const bool guarded = chebyshev(strongKing, queening) == 1;
@@ -70,16 +86,18 @@ void classify(int slot, Square strongKing, Workspace& w) {
 }
 
 /// The strong side wins if one of its moves does: a king move, a push, a double push. On the
-/// seventh rank only promotion at once counts, which `classify` has seen to.
+/// seventh rank only promotion at once counts, which `classify` covers.
 Bitboard strongWins(int slot, Square strongKing, const Workspace& w) {
     const Square pawn = pawnSquare(slot);
     Bitboard wins = 0;
     for (Bitboard moves = reachedBy(bit(strongKing)) & ~bit(pawn); moves;)
         wins |= w.weakToMove[slot][popLowest(moves)];
-    if (!isOnSeventh(slot) && strongKing != pawn + 8) {
-        wins |= w.weakToMove[slot - 4][strongKing];
-        if (rankOf(pawn) == 1 && strongKing != pawn + 16)
-            wins |= w.weakToMove[slot - 8][strongKing] & ~bit(pawn + 8);
+    const Square once = pawn + forward(White);
+    if (!isOnSeventh(slot) && strongKing != once) {
+        const Square twice = once + forward(White);
+        wins |= w.weakToMove[slotOf(once)][strongKing];
+        if (rankOf(pawn) == Rank2 && strongKing != twice)
+            wins |= w.weakToMove[slotOf(twice)][strongKing] & ~bit(once);
     }
     return wins & w.legalStrong[slot][strongKing];
 }
@@ -93,7 +111,7 @@ Bitboard weakLosses(int slot, Square strongKing, const Workspace& w) {
 bool improve(Workspace& w) {
     bool changed = false;
     for (int slot = 0; slot < kPawnSquares; ++slot)
-        for (Square king = 0; king < 64; ++king) {
+        for (Square king = 0; king < kSquares; ++king) {
             const Bitboard wins = w.strongToMove[slot][king] | strongWins(slot, king, w);
             changed |= wins != w.strongToMove[slot][king];
             w.strongToMove[slot][king] = wins;
@@ -105,13 +123,13 @@ bool improve(Workspace& w) {
 }
 
 int index(int slot, Color sideToMove, Square strongKing, Square weakKing) {
-    return strongKing | weakKing << 6 | sideToMove << 12 | slot << 13;
+    return strongKing | weakKing << kWeakKingShift | sideToMove << kSideShift | slot << kSlotShift;
 }
 
 void record(int slot, Color sideToMove, Square strongKing, Bitboard weakKings) {
     while (weakKings) {
         const int i = index(slot, sideToMove, strongKing, popLowest(weakKings));
-        gKPK[i / 32] |= 1U << (i % 32);
+        gKPK[i / kKPKWordBits] |= 1U << (i % kKPKWordBits);
     }
 }
 
@@ -125,24 +143,22 @@ void init() {
 
     static Workspace workspace;
     for (int slot = 0; slot < kPawnSquares; ++slot)
-        for (Square king = 0; king < 64; ++king)
+        for (Square king = 0; king < kSquares; ++king)
             classify(slot, king, workspace);
     while (improve(workspace)) {
     }
     for (int slot = 0; slot < kPawnSquares; ++slot)
-        for (Square king = 0; king < 64; ++king) {
+        for (Square king = 0; king < kSquares; ++king) {
             record(slot, White, king, workspace.strongToMove[slot][king]);
             record(slot, Black, king, workspace.weakToMove[slot][king]);
         }
 }
 
 bool kpkWin(Color strong, Square strongKing, Square pawn, Square weakKing, Color sideToMove) {
-    const int mirror = (strong == White ? 0 : 56) ^ (fileOf(pawn) > 3 ? 7 : 0);
-    const Square p = pawn ^ mirror;
-    const int slot = fileOf(p) | (6 - rankOf(p)) << 2;
+    const Detail::Normalizer normal(strong, pawn);
     const Color mover = sideToMove == strong ? White : Black;
-    const int i = index(slot, mover, strongKing ^ mirror, weakKing ^ mirror);
-    return (gKPK[i / 32] >> (i % 32)) & 1;
+    const int i = index(slotOf(normal(pawn)), mover, normal(strongKing), normal(weakKing));
+    return (gKPK[i / kKPKWordBits] >> (i % kKPKWordBits)) & 1;
 }
 
 } // namespace Endgame

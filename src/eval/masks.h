@@ -1,6 +1,6 @@
 #pragma once
 
-#include "board/types.h"
+#include "base/chess.h"
 
 namespace Eval {
 
@@ -9,12 +9,12 @@ void init();
 
 /// Round a king of the given colour: his square, its neighbours and the squares up to two ranks
 /// before him on his and the neighbouring files.
-extern Bitboard gKingZone[2][64];
+extern Bitboard gKingZone[kColors][kSquares];
 
 /// Before a king: one and two ranks ahead on his and the neighbouring files.
-extern Bitboard gKingShield[2][64];
+extern Bitboard gKingShield[kColors][kSquares];
 
 /// A file and its neighbours, one bit a file.
-extern std::uint8_t gFileGroup[8];
+extern std::uint8_t gFileGroup[kFiles];
 
 } // namespace Eval

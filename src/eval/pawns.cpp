@@ -8,8 +8,8 @@ namespace {
 
 constexpr int kCacheSize = 16384;
 
-/// One cache a thread. The whole key is compared, so what an earlier game left is harmless; and the
-/// key 0 of a board without pawns finds a zeroed entry, which is right for it.
+/// Each thread has its own cache. The whole key is compared, so entries of earlier games do no
+/// harm, and the key 0 of a board without pawns finds a zeroed entry, which is right for it.
 thread_local Eval::PawnEntry gPawnTable[kCacheSize];
 
 Bitboard fillForward(Color c, Bitboard b) {
@@ -24,7 +24,7 @@ Bitboard opposedSquares(const Board& board, Color c) {
     return fillForward(~c, shiftForward(~c, board.pieces[~c][Pawn]));
 }
 
-/// Squares from which a pawn of `c` has one ahead on a neighbouring file.
+/// Squares from which a pawn of `c` has an enemy pawn ahead on a neighbouring file.
 Bitboard guardedSquares(Bitboard opposed) {
     return shiftEast(opposed) | shiftWest(opposed);
 }
@@ -36,14 +36,15 @@ Bitboard passedPawnsOf(const Board& board, Color c) {
 
 /// All squares of a set of files given as one bit a file.
 Bitboard filesBB(unsigned files) {
-    return files * kFileA;
+    return files * fileBB(FileA);
 }
 
 /// Squares strictly ahead of a pawn's rank.
 Bitboard ranksAhead(Color c, Square sq) {
     const int rank = rankOf(sq);
-    return c == White ? (rank == 7 ? 0 : ~Bitboard{0} << (8 * (rank + 1)))
-                      : (rank == 0 ? 0 : ~Bitboard{0} >> (8 * (8 - rank)));
+    if (c == White)
+        return rank == Rank8 ? 0 : ~Bitboard{0} << (kFiles * (rank + 1));
+    return rank == Rank1 ? 0 : ~Bitboard{0} >> (kFiles * (kRanks - rank));
 }
 
 /// Whether a half-open pawn is not outnumbered on either neighbouring file.
@@ -55,7 +56,7 @@ bool isCandidate(const Board& board, Color c, Square sq) {
         return enemies > 0 && popcount(own & fileBB(file)) < enemies;
     };
     const int file = fileOf(sq);
-    return !(file > 0 && outnumbered(file - 1)) && !(file < 7 && outnumbered(file + 1));
+    return !(file > FileA && outnumbered(file - 1)) && !(file < FileH && outnumbered(file + 1));
 }
 
 void countPawns(const Board& board, Color c, PawnFeatures& features) {
@@ -75,34 +76,48 @@ void countPawns(const Board& board, Color c, PawnFeatures& features) {
         features.candidate[c] += isCandidate(board, c, popLowest(halfOpen));
 }
 
-/// Worth of the passers of one side, before division: closeness of the kings to the square in
-/// front, and how free the way is.
+/// Worth of the advanced passers of one side, before division.
 struct PasserWorth {
-    int kings = 0;
-    int path = 0;
+    int kings = 0; // how near the kings are to the stop square, the one in front of the pawn
+    int path = 0;  // how free the way to promotion is
 };
 
-constexpr int kFirstPasserRank = 3; // relative; from here a passer's worth grows with each rank
-constexpr int kLastPasserRank = 6;
+// The weight of an advanced passer grows linearly with its relative rank.
+constexpr int kFirstPasserRank = Rank4;
+constexpr int kFirstPasserWeight = 2;
+constexpr int kPasserWeightStep = 5;
+
 constexpr int kKingDistanceCap = 5;
 constexpr int kEnemyKingFactor = 5;
 constexpr int kOwnKingFactor = 2;
-constexpr int kFreePath = 20;
-constexpr int kFreeStop = 8;
-constexpr int kDefendedStop = 4;
+
+constexpr int kFreePath = 20;    // no square on the way is occupied or attacked by the enemy
+constexpr int kFreeStop = 8;     // the stop square is not, but another is
+constexpr int kDefendedStop = 4; // added where the own side attacks the stop square
+
+// What a point of worth counts in the two phases. The middle game does not look at the kings.
+constexpr int kPathDivisorMg = 8;
+constexpr int kPathDivisorEg = 4;
+constexpr int kKingsDivisorEg = 4;
 
 int passerWeight(int relativeRank) {
-    return 5 * relativeRank - 13;
+    return kFirstPasserWeight + kPasserWeightStep * (relativeRank - kFirstPasserRank);
 }
 
-PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2],
-                        Color c) {
-    const Bitboard advanced = c == White ? rankBB(3) | rankBB(4) | rankBB(5) | rankBB(6)
-                                         : rankBB(4) | rankBB(3) | rankBB(2) | rankBB(1);
-    static_assert(kFirstPasserRank == 3 && kLastPasserRank == 6);
+/// Squares on which a passer is advanced.
+constexpr Bitboard advancedSquares(Color c) {
+    Bitboard squares = 0;
+    for (int rank = kFirstPasserRank; rank < Rank8; ++rank)
+        squares |= rankBB(c == White ? rank : Rank8 - rank);
+    return squares;
+}
 
+constexpr Bitboard kAdvanced[kColors] = {advancedSquares(White), advancedSquares(Black)};
+
+PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
+                        Color c) {
     PasserWorth worth;
-    for (Bitboard passers = passed & board.colorBB[c] & advanced; passers;) {
+    for (Bitboard passers = passed & board.colorBB[c] & kAdvanced[c]; passers;) {
         const Square sq = popLowest(passers);
         const Square stop = sq + forward(c);
         const int weight = passerWeight(relativeRank(c, sq));
@@ -132,13 +147,13 @@ void computePawnFeatures(const Board& board, PawnFeatures& features) {
     return passedPawnsOf(board, White) | passedPawnsOf(board, Black);
 }
 
-void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2], int& mg,
-                 int& eg) {
+void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
+                 int& mg, int& eg) {
     const PasserWorth white = passerWorth(board, passed, attackedBy, White);
     const PasserWorth black = passerWorth(board, passed, attackedBy, Black);
     const int path = white.path - black.path;
-    mg = path / 8;
-    eg = (white.kings - black.kings) / 4 + path / 4;
+    mg = path / kPathDivisorMg;
+    eg = (white.kings - black.kings) / kKingsDivisorEg + path / kPathDivisorEg;
 }
 
 namespace Eval {

@@ -5,11 +5,11 @@
 
 /// Counts of one pawn structure, White's first in each pair.
 struct PawnFeatures {
-    std::int32_t isolated[2];
-    std::int32_t doubled[2]; // pawns beyond the first on their file
-    std::int32_t connected[2];
-    std::int32_t passed[2][8]; // by relative rank
-    std::int32_t candidate[2]; // half-open pawns that may become passers
+    std::int32_t isolated[kColors];
+    std::int32_t doubled[kColors]; // pawns beyond the first on their file
+    std::int32_t connected[kColors];
+    std::int32_t passed[kColors][kRanks]; // by relative rank
+    std::int32_t candidate[kColors];      // half-open pawns that may become passers
 };
 
 /// Adds the counts of both colours to `features`, which the caller has zeroed.
@@ -20,8 +20,8 @@ Bitboard passedPawns(const Board& board);
 
 /// Worth of advanced passed pawns against kings, blockers and attackers, White's point of view.
 /// `passed` are the board's passed pawns, `attackedBy` the squares that each side attacks.
-void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[2], int& mg,
-                 int& eg);
+void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
+                 int& mg, int& eg);
 
 namespace Eval {
 

@@ -2,6 +2,7 @@
 #include "eval/evaluate.h"
 #include "eval/walk.h"
 
+#include <cassert>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,7 @@ class TermSink {
   public:
     template <Term T, Feature F>
     void use(int cell, int count) {
+        assert(cell >= 0 && cell < F.cells);
         const ScorePair weights = Detail::unpack(Detail::kCells<F>[static_cast<std::size_t>(cell)]);
         addConstant<T>(weights.mg * count, weights.eg * count);
     }

@@ -7,6 +7,8 @@
 #include "eval/pawns.h"
 #include "eval/walk_pawns.h"
 
+#include <algorithm>
+
 /// The evaluation, written once: a walk over a position that tells a sink which weights count how
 /// often, all from White's point of view and in centipawns. Play, the printed breakdown and feature
 /// extraction differ in the sink alone.
@@ -15,7 +17,7 @@ namespace Eval {
 /// Pieces of `king`'s colour that stand alone between him and an enemy slider: the set, and for
 /// each square in it the ray that the piece may not leave (`rays` is not set elsewhere).
 inline void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned,
-                                Bitboard (&rays)[64]) {
+                                Bitboard (&rays)[kSquares]) {
     const Square sq = board.kingSquare(king);
     pinned = 0;
     for (Bitboard pinners = snipers(board, sq, ~king); pinners;) {
@@ -30,7 +32,7 @@ inline void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned
 }
 
 /// Everything that the pieces of each side attack, own pieces and pinned attackers included.
-void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[2]);
+void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[kColors]);
 
 namespace Detail {
 
@@ -47,8 +49,8 @@ inline constexpr KingDanger kZoneAttack =
 
 /// What the pieces contribute to terms that are counted after them.
 struct PieceWalk {
-    Bitboard attackedBy[2];
-    KingDanger danger[2]; // to each king
+    Bitboard attackedBy[kColors];
+    KingDanger danger[kColors]; // to each king
 };
 
 /// One side's pieces on the walk, and what they look at.
@@ -95,7 +97,8 @@ void addRookFile(const Board& board, Square sq, Sink& sink) {
 /// Mobility: reachable squares that no own piece holds and no enemy pawn attacks; few are a
 /// handicap, many an asset. On the way the attacks on the enemy king are counted for king safety.
 template <Piece P, Color Us, class Sink>
-void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[64], Sink& sink) {
+void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSquares],
+               Sink& sink) {
     static_assert(EvalParams::kKsRingUnits == 2 * EvalParams::kKsZoneUnits);
     for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
         const Square sq = popLowest(pieces);
@@ -119,7 +122,7 @@ void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[64]
 template <Color Us, class Sink>
 void addSide(const Board& board, PieceWalk& walk, Sink& sink) {
     SideWalk side = beginSide<Us>(board);
-    Bitboard pinRays[64]; // set for pinned pieces only
+    Bitboard pinRays[kSquares]; // set for pinned pieces only
     computeAbsolutePins(board, Us, side.pinned, pinRays);
     addPieces<Knight, Us>(board, side, pinRays, sink);
     addPieces<Bishop, Us>(board, side, pinRays, sink);
@@ -133,8 +136,10 @@ void addSide(const Board& board, PieceWalk& walk, Sink& sink) {
 /// side that is behind is driven to the edge (end game only).
 template <class Sink>
 void addKings(const Board& board, Sink& sink) {
-    sink.template use<Term::King, kPlacement[King]>(board.kingSquare(White) ^ 56, 1);
-    sink.template use<Term::King, kPlacement[King]>(board.kingSquare(Black), -1);
+    using EvalParams::placementCell;
+    for (const Color c : {White, Black})
+        sink.template use<Term::King, kPlacement[King]>(placementCell(c, board.kingSquare(c)),
+                                                        signOf(c));
     sink.template addConstant<Term::King>(
         0, kingProximityEg(board, board.nonPawnMaterial[White], board.nonPawnMaterial[Black]));
 }
@@ -150,21 +155,20 @@ void addBishopPair(const Board& board, Sink& sink) {
 /// pawn of his cost. Danger: the more the enemy attacks round him, the worse. Middle game only.
 template <Color Us, class Sink>
 void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
-    constexpr std::uint8_t kOpenCentre = 0b00111000; // a king on these files has no shelter to lose
+    constexpr unsigned kCentre = 1 << FileD | 1 << FileE | 1 << FileF; // no shelter to lose there
     const Square king = board.kingSquare(Us);
     const Bitboard pawns = board.pieces[Us][Pawn];
     const auto units = static_cast<int>(walk.danger[Us] & ((1 << kDangerWeightShift) - 1));
     const auto weight = static_cast<int>(walk.danger[Us] >> kDangerWeightShift);
     int amount = -(weight / EvalParams::kKsWeightDivisor);
-    if (!(kOpenCentre >> fileOf(king) & 1)) {
+    if (!(kCentre >> fileOf(king) & 1)) {
         const std::uint8_t group = gFileGroup[fileOf(king)];
         const int sheltered = std::popcount(filesOf(pawns & gKingShield[Us][king]));
         const int open = popcount(group & ~Bitboard{filesOf(pawns)});
         amount += EvalParams::kKsShelter * sheltered;
         sink.template use<Term::KingSafety, kKsOpenFile>(0, -signOf(Us) * open);
     }
-    constexpr int kMaxUnits = kKsSafety.cells - 1;
-    sink.template use<Term::KingSafety, kKsSafety>(units < kMaxUnits ? units : kMaxUnits,
+    sink.template use<Term::KingSafety, kKsSafety>(std::min(units, EvalParams::kMaxAttackUnits),
                                                    -signOf(Us));
     sink.template addConstant<Term::KingSafety>(signOf(Us) * amount, 0);
 }
@@ -190,7 +194,7 @@ void walkMaterial(const Board& board, Sink& sink) {
         for (const Color c : {White, Black})
             for (Bitboard pieces = board.pieces[c][P]; pieces;) {
                 const Square sq = popLowest(pieces);
-                const int cell = c == White ? sq ^ 56 : sq;
+                const int cell = EvalParams::placementCell(c, sq);
                 const int sign = Detail::signOf(c);
                 sink.template use<Term::Material, kMaterial[P]>(0, sign);
                 sink.template use<Term::Material, kPlacement[P]>(cell, sign);

@@ -9,13 +9,13 @@ namespace Eval {
 /// side by side or defending each other gain, passed pawns gain by rank, candidates a little.
 template <class Sink>
 void walkPawnStructure(const PawnFeatures& f, Sink& sink) {
-    const auto difference = [](const std::int32_t(&counts)[2]) {
+    const auto difference = [](const std::int32_t(&counts)[kColors]) {
         return counts[White] - counts[Black];
     };
     sink.template use<Term::Pawns, kIsolated>(0, difference(f.isolated));
     sink.template use<Term::Pawns, kDoubled>(0, difference(f.doubled));
     sink.template use<Term::Pawns, kConnected>(0, difference(f.connected));
-    for (int rank = 0; rank < 8; ++rank)
+    for (int rank = Rank1; rank <= Rank8; ++rank)
         sink.template use<Term::Pawns, kPassed>(rank,
                                                 f.passed[White][rank] - f.passed[Black][rank]);
     const int candidates = difference(f.candidate);

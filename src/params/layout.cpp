@@ -4,7 +4,9 @@ namespace WeightLayout {
 
 namespace {
 
-constexpr char kPieceLetters[] = "PNBRQK";
+char letterOf(int piece) {
+    return pieceLetter(White, static_cast<Piece>(piece));
+}
 
 std::string nameInBlock(const Block& block, int row, int column) {
     std::string text(block.name);
@@ -14,9 +16,9 @@ std::string nameInBlock(const Block& block, int row, int column) {
     case Naming::Number:
         return text + std::to_string(column);
     case Naming::Piece:
-        return text + kPieceLetters[row];
+        return text + letterOf(row);
     case Naming::PieceSquare:
-        return text + kPieceLetters[row] + '_' + std::to_string(column);
+        return text + letterOf(row) + '_' + std::to_string(column);
     }
     return text;
 }

@@ -2,6 +2,7 @@
 
 #include "params/weights.h"
 
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -26,55 +27,97 @@ struct Block {
     constexpr int size() const { return rows * columns; }
 };
 
+/// One kind of block for each shape of a table; its size is that of the table.
+namespace Detail {
+
+template <const int& Value>
+consteval Block single(std::string_view name) {
+    return {name, Naming::Plain, 1, 1, [](int, int) { return Value; }};
+}
+
+template <const auto& Table>
+consteval Block row(std::string_view name) {
+    return {name, Naming::Number, 1, std::size(Table), [](int, int cell) { return Table[cell]; }};
+}
+
+/// The king has no material value.
+template <const int (&Table)[kPieces]>
+consteval Block material(std::string_view name) {
+    return {name, Naming::Piece, King, 1, [](int piece, int) { return Table[piece]; }};
+}
+
+template <const int (&Table)[kPieces][kSquares]>
+consteval Block placement(std::string_view name) {
+    return {name, Naming::PieceSquare, kPieces, kSquares,
+            [](int piece, int cell) { return Table[piece][cell]; }};
+}
+
+template <const EvalParams::MobilityTable& Table, Piece P>
+consteval Block mobility(std::string_view name) {
+    return {name, Naming::Number, 1, EvalParams::kMaxMobility[P] + 1,
+            [](int, int count) { return Table[P][count]; }};
+}
+
+} // namespace Detail
+
 inline constexpr Block kBlocks[] = {
-    {"matMg_", Naming::Piece, 5, 1, [](int p, int) { return EvalParams::kMgValue[p]; }},
-    {"matEg_", Naming::Piece, 5, 1, [](int p, int) { return EvalParams::kEgValue[p]; }},
-    {"pstMg_", Naming::PieceSquare, 6, 64, [](int p, int s) { return EvalParams::kPSTMG[p][s]; }},
-    {"pawnEg_", Naming::Number, 1, 64, [](int, int s) { return EvalParams::kPSTEGPawn[s]; }},
-    {"kingEg_", Naming::Number, 1, 64, [](int, int s) { return EvalParams::kKingEG[s]; }},
-    {"mobMg_N_", Naming::Number, 1, 9, [](int, int n) { return EvalParams::kMobilityMg[1][n]; }},
-    {"mobEg_N_", Naming::Number, 1, 9, [](int, int n) { return EvalParams::kMobilityEg[1][n]; }},
-    {"mobMg_B_", Naming::Number, 1, 14, [](int, int n) { return EvalParams::kMobilityMg[2][n]; }},
-    {"mobEg_B_", Naming::Number, 1, 14, [](int, int n) { return EvalParams::kMobilityEg[2][n]; }},
-    {"mobMg_R_", Naming::Number, 1, 15, [](int, int n) { return EvalParams::kMobilityMg[3][n]; }},
-    {"mobEg_R_", Naming::Number, 1, 15, [](int, int n) { return EvalParams::kMobilityEg[3][n]; }},
-    {"mobMg_Q_", Naming::Number, 1, 28, [](int, int n) { return EvalParams::kMobilityMg[4][n]; }},
-    {"mobEg_Q_", Naming::Number, 1, 28, [](int, int n) { return EvalParams::kMobilityEg[4][n]; }},
-    {"pstEgDelta_", Naming::PieceSquare, 6, 64,
-     [](int p, int s) { return EvalParams::kPstEgDelta[p][s]; }},
-    {"bishopPair", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kBishopPair; }},
-    {"rookOpenMg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kRookOpenMg; }},
-    {"rookOpenEg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kRookOpenEg; }},
-    {"rookSemiMg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kRookSemiMg; }},
-    {"rookSemiEg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kRookSemiEg; }},
-    {"passedMg_", Naming::Number, 1, 8, [](int, int r) { return EvalParams::kPassedMg[r]; }},
-    {"passedEg_", Naming::Number, 1, 8, [](int, int r) { return EvalParams::kPassedEg[r]; }},
-    {"isolatedMg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kIsolatedMg; }},
-    {"isolatedEg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kIsolatedEg; }},
-    {"doubledMg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kDoubledMg; }},
-    {"doubledEg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kDoubledEg; }},
-    {"connectedMg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kConnectedMg; }},
-    {"connectedEg", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kConnectedEg; }},
-    {"ksSafety_", Naming::Number, 1, 16, [](int, int u) { return EvalParams::kKsSafetyTable[u]; }},
-    {"ksOpenFile", Naming::Plain, 1, 1, [](int, int) { return EvalParams::kKsOpenFile; }},
+    Detail::material<EvalParams::kMgValue>("matMg_"),
+    Detail::material<EvalParams::kEgValue>("matEg_"),
+    Detail::placement<EvalParams::kPSTMG>("pstMg_"),
+    Detail::row<EvalParams::kPSTEGPawn>("pawnEg_"),
+    Detail::row<EvalParams::kKingEG>("kingEg_"),
+    Detail::mobility<EvalParams::kMobilityMg, Knight>("mobMg_N_"),
+    Detail::mobility<EvalParams::kMobilityEg, Knight>("mobEg_N_"),
+    Detail::mobility<EvalParams::kMobilityMg, Bishop>("mobMg_B_"),
+    Detail::mobility<EvalParams::kMobilityEg, Bishop>("mobEg_B_"),
+    Detail::mobility<EvalParams::kMobilityMg, Rook>("mobMg_R_"),
+    Detail::mobility<EvalParams::kMobilityEg, Rook>("mobEg_R_"),
+    Detail::mobility<EvalParams::kMobilityMg, Queen>("mobMg_Q_"),
+    Detail::mobility<EvalParams::kMobilityEg, Queen>("mobEg_Q_"),
+    Detail::placement<EvalParams::kPstEgDelta>("pstEgDelta_"),
+    Detail::single<EvalParams::kBishopPair>("bishopPair"),
+    Detail::single<EvalParams::kRookOpenMg>("rookOpenMg"),
+    Detail::single<EvalParams::kRookOpenEg>("rookOpenEg"),
+    Detail::single<EvalParams::kRookSemiMg>("rookSemiMg"),
+    Detail::single<EvalParams::kRookSemiEg>("rookSemiEg"),
+    Detail::row<EvalParams::kPassedMg>("passedMg_"),
+    Detail::row<EvalParams::kPassedEg>("passedEg_"),
+    Detail::single<EvalParams::kIsolatedMg>("isolatedMg"),
+    Detail::single<EvalParams::kIsolatedEg>("isolatedEg"),
+    Detail::single<EvalParams::kDoubledMg>("doubledMg"),
+    Detail::single<EvalParams::kDoubledEg>("doubledEg"),
+    Detail::single<EvalParams::kConnectedMg>("connectedMg"),
+    Detail::single<EvalParams::kConnectedEg>("connectedEg"),
+    Detail::row<EvalParams::kKsSafetyTable>("ksSafety_"),
+    Detail::single<EvalParams::kKsOpenFile>("ksOpenFile"),
 };
 
-constexpr int countWeights() {
+/// Number of weights in the flat list.
+inline constexpr int kCount = [] {
     int count = 0;
     for (const Block& block : kBlocks)
         count += block.size();
     return count;
-}
+}();
 
-/// Number of weights in the flat list.
-inline constexpr int kCount = countWeights();
+// Listings, exported features and the tuning programs all number the weights from 0 to 1081.
+static_assert(kCount == 1082);
 
-/// Index of the first weight of the block called `name`. A wrong name does not compile.
-consteval int first(std::string_view name) {
+/// A row of weights in the flat list, one for each square, count or rank.
+struct Cells {
+    int first;
+    int count;
+};
+
+/// The weights in one row of the block called `name`. A wrong name or row does not compile.
+consteval Cells cells(std::string_view name, int row = 0) {
     int index = 0;
     for (const Block& block : kBlocks) {
-        if (block.name == name)
-            return index;
+        if (block.name == name) {
+            if (row < 0 || row >= block.rows)
+                throw "the block has no such row";
+            return {index + row * block.columns, block.columns};
+        }
         index += block.size();
     }
     throw "no block of weights has this name";

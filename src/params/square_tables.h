@@ -1,10 +1,12 @@
 #pragma once
 
+#include "base/chess.h"
+
 // Written by tuning/fit, from games; nobody edits it by hand.
 
 /// Placement values by square, in centipawns. Every table is read from White's side in the order of
 /// a printed board: the first row is the eighth rank, the first column the a file, so entry 0 is a8
-/// and entry 63 is h1. A White piece on square s reads entry s ^ 56, a Black piece entry s.
+/// and entry 63 is h1. `placementCell` (weights.h) says which entry a piece reads.
 ///
 /// The first and eighth rank of the pawn tables are never read for a pawn on the board.
 namespace EvalParams {
@@ -13,7 +15,7 @@ namespace EvalParams {
 
 /// Middle-game placement by piece, pawn to king. Knights, bishops, rooks and queens use it in the
 /// end game as well, plus `kPstEgDelta`.
-inline constexpr int kPSTMG[6][64] = {
+inline constexpr int kPSTMG[kPieces][kSquares] = {
     { // pawn
          -14,  -14,  -14,  -14,  -14,  -14,  -14,  -14,
          112,   99,   82,   45,   50,   13,   68,  105,
@@ -77,7 +79,7 @@ inline constexpr int kPSTMG[6][64] = {
 };
 
 /// End-game placement of pawns.
-inline constexpr int kPSTEGPawn[64] = {
+inline constexpr int kPSTEGPawn[kSquares] = {
      -26,  -26,  -26,  -26,  -26,  -26,  -26,  -26,
      149,  150,  144,  151,  127,  168,  165,  138,
       35,   20,    9,   -6,  -12,   10,   18,   28,
@@ -89,7 +91,7 @@ inline constexpr int kPSTEGPawn[64] = {
 };
 
 /// End-game placement of kings.
-inline constexpr int kKingEG[64] = {
+inline constexpr int kKingEG[kSquares] = {
     -130,  -29,    0,   -5,  -23,  -38,  -47,  -85,
      -10,   51,   59,   47,   41,   52,   55,    9,
       15,   57,   66,   67,   70,   58,   66,   26,
@@ -102,7 +104,7 @@ inline constexpr int kKingEG[64] = {
 
 /// What end-game placement adds to the middle-game table, by piece and square. It is zero in the
 /// built-in weights; it exists so that a fit may tell the two phases apart.
-inline constexpr int kPstEgDelta[6][64] = {};
+inline constexpr int kPstEgDelta[kPieces][kSquares] = {};
 
 // clang-format on
 

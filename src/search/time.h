@@ -1,6 +1,6 @@
 #pragma once
 
-#include "board/types.h"
+#include "base/chess.h"
 
 #include <atomic>
 #include <chrono>

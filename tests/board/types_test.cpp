@@ -1,4 +1,4 @@
-#include "board/types.h"
+#include "board/move.h"
 
 #include "support/notation.h"
 

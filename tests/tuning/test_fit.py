@@ -84,7 +84,7 @@ class Tables(unittest.TestCase):
         weights = built_in()
         weights.values[weights.index("pstEgDelta_R_63")] = -1234
         text = tables.source(weights)
-        self.assertRegex(text, r"kPstEgDelta\[6\]\[64\] = \{\n +\{ // pawn\n")
+        self.assertRegex(text, r"kPstEgDelta\[kPieces\]\[kSquares\] = \{\n +\{ // pawn\n")
         self.assertEqual(text.count("-1234"), 1)
 
 
