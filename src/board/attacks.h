@@ -8,20 +8,20 @@
 
 /// Attack sets of every piece on every square, filled once at program start and constant from then
 /// on. Sliding attacks come from magic bitboards: the relevant occupancy, multiplied and shifted,
-/// is the index of the attack set. Where the processor extracts bits fast, the extracted occupancy
-/// itself is the index.
+/// is the index of the attack set. Where bit extraction is fast (BMI2), the extracted occupancy is
+/// the index.
 namespace Attacks {
 
 /// One square's part of a sliding-attack table. The four fields share a cache line.
 struct alignas(32) MagicEntry {
     Bitboard mask;           // squares whose occupancy matters: the rays without their last squares
-    std::uint64_t magic;     // multiplier that sends every subset of the mask to an index
+    std::uint64_t magic;     // multiplier that maps every subset of the mask to an index
     const Bitboard* attacks; // first attack set of this square
     std::uint32_t shift;     // leaves as many bits as there are squares in the mask
 
     Bitboard operator()(Bitboard occupancy) const { return attacks[index(occupancy)]; }
 
-    /// Where the attack set of an occupancy stands, counted from the square's first.
+    /// Index of an occupancy's attack set in the square's part of the table.
     std::size_t index(Bitboard occupancy) const {
 #ifdef MORVANE_PEXT
         return __builtin_ia32_pext_di(occupancy, mask);

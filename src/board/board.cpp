@@ -5,7 +5,7 @@
 
 namespace {
 
-// The longest way that a repetition test looks back: the half-move clock is one byte.
+// How far back a repetition test can look: the half-move clock is one byte.
 constexpr int kReachableRecords = std::numeric_limits<std::uint8_t>::max();
 
 // Room that a search needs on top of the game: its depth is bounded by 128 plies, and a line that

@@ -5,6 +5,7 @@
 #include "board/zobrist.h"
 #include "params/psq.h"
 
+#include <cassert>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -57,23 +58,25 @@ struct Board : MoveState {
     /// Empties the board. The key of an empty board is 0: only `setFen` makes a full key.
     void reset();
 
-    void putPiece(Color c, Piece p, Square sq);    // the square must be empty
-    void removePiece(Color c, Piece p, Square sq); // the piece must be there
-    void movePiece(Color c, Piece p, Square from, Square to);
+    void putPiece(Color c, Piece p, Square sq);               // the square must be empty
+    void removePiece(Color c, Piece p, Square sq);            // the piece must be there
+    void movePiece(Color c, Piece p, Square from, Square to); // to an empty square
 
     /// Replaces the position by the one that a FEN describes; the two counters at its end may be
     /// missing. Returns false for a FEN that describes no playable position; the board is then
-    /// unchanged, or empty if only the check of the side not to move spoke against it.
+    /// unchanged, or empty if the only fault is that the side not to move is in check.
     bool setFen(std::string_view fen);
 
     /// The position as a FEN of six fields.
     std::string fen() const;
 
+    /// The pawn key as the pawns on the board give it: `pawnKey`, computed from scratch.
     std::uint64_t computePawnKey() const;
 
     // --- playing ---
 
-    /// Plays a pseudo-legal move; it may leave the own king in check.
+    /// Plays a pseudo-legal move; it may leave the own king in check. The history must have room:
+    /// see `makeRoomInHistory`.
     void makeMove(Move m);
 
     /// Takes back `m`, which must be the move played last.
@@ -88,25 +91,27 @@ struct Board : MoveState {
     void makeNullMove();
     void unmakeNullMove();
 
-    /// Forgets the oldest moves when the history has little room left, but none that a repetition
-    /// test could still reach: for games of any length.
+    /// Forgets the oldest moves when the history has little room left for a search, but none that a
+    /// repetition test could still reach. Called after each move of a game, it lets games have any
+    /// length.
     void makeRoomInHistory();
 
     // --- asking ---
 
+    /// Both sides must have a king, here and where check is asked for.
     Square kingSquare(Color c) const { return lowestSquare(pieces[c][King]); }
 
     /// Whether a piece of colour `by` attacks the square.
     bool isAttacked(Square sq, Color by) const { return isAttacked(sq, by, occupied); }
 
-    /// The same seen through another occupancy by sliders.
+    /// The same with another occupancy for sliders.
     bool isAttacked(Square sq, Color by, Bitboard occupancy) const;
 
     /// Whether the king of `c` is attacked.
     bool inCheck(Color c) const { return isAttacked(kingSquare(c), ~c); }
 
-    /// Pieces of both colours that attack the square, seen through `occupancy` by sliders. Pieces
-    /// missing from `occupancy` are not left out.
+    /// Pieces of both colours that attack the square, with `occupancy` for sliders. Pieces that are
+    /// missing from `occupancy` still count as attackers.
     Bitboard attackersTo(Square sq, Bitboard occupancy) const;
 
     /// Whether the side may castle now: right, empty squares, no attacked square on the king's way.
@@ -128,7 +133,9 @@ struct Board : MoveState {
     template <Color Us>
     bool isPseudoLegalPawnMove(Move m) const;
 
+    bool holds(Color c, Piece p, Square sq) const;
     UndoInfo& pushRecord();
+    const UndoInfo& popRecord();
     void togglePlacement(Color c, Piece p, Bitboard squares);
 };
 
@@ -145,7 +152,12 @@ inline void Board::togglePlacement(Color c, Piece p, Bitboard squares) {
     occupied ^= squares;
 }
 
+inline bool Board::holds(Color c, Piece p, Square sq) const {
+    return mailbox[sq] == p && (pieces[c][p] & bit(sq));
+}
+
 inline void Board::putPiece(Color c, Piece p, Square sq) {
+    assert(isOnBoard(sq) && p != kNoPiece && mailbox[sq] == kNoPiece);
     togglePlacement(c, p, bit(sq));
     mailbox[sq] = p;
     key ^= Zobrist::pieceSquare[c][p][sq];
@@ -158,6 +170,7 @@ inline void Board::putPiece(Color c, Piece p, Square sq) {
 }
 
 inline void Board::removePiece(Color c, Piece p, Square sq) {
+    assert(p != kNoPiece && holds(c, p, sq));
     togglePlacement(c, p, bit(sq));
     mailbox[sq] = kNoPiece;
     key ^= Zobrist::pieceSquare[c][p][sq];
@@ -170,6 +183,7 @@ inline void Board::removePiece(Color c, Piece p, Square sq) {
 }
 
 inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
+    assert(p != kNoPiece && holds(c, p, from) && mailbox[to] == kNoPiece);
     togglePlacement(c, p, bit(from) | bit(to));
     mailbox[from] = kNoPiece;
     mailbox[to] = p;

@@ -2,6 +2,7 @@
 #include "board/board.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
@@ -230,6 +231,7 @@ bool Board::setFen(std::string_view fen) {
     halfmoveClock = static_cast<std::uint8_t>(parsed.halfmoveClock);
     fullmoveNumber = parsed.fullmoveNumber;
 
+    assert(pawnKey == computePawnKey());
     if (inCheck(~sideToMove)) {
         reset();
         return false;

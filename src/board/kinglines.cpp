@@ -2,8 +2,7 @@
 
 #include "board/makemove-inl.h"
 
-/// In check by one piece it must be taken or something put in its way; in double check only the
-/// king can help himself.
+/// A single checker must be captured or its line blocked; in double check only the king may move.
 Bitboard LegalityInfo::evasionTargets() const {
     const Bitboard checkers =
         board_.attackersTo(king_, board_.occupied) & board_.colorBB[~board_.sideToMove];
@@ -15,7 +14,7 @@ bool LegalityInfo::isLegalKingMoveOrEnPassant(Move m) const {
     const Color them = ~board_.sideToMove;
     const Square from = fromSquare(m);
     const Square to = toSquare(m);
-    if (from == king_) // a castling king's way has been looked at when the move was generated
+    if (from == king_) // castling is only generated where no square on the king's way is attacked
         return isCastling(m) || !board_.isAttacked(to, them, board_.occupied ^ bit(from));
     const Bitboard after = (board_.occupied ^ bit(from) ^ bit(enPassantVictim(m))) | bit(to);
     return !(board_.attackersTo(king_, after) & board_.colorBB[them] & after);

@@ -2,6 +2,8 @@
 
 #include "board/board.h"
 
+#include <cassert>
+
 /// What the lines that run to the two kings say about moves before they are made. Needs
 /// `gBetweenBB`.
 
@@ -13,7 +15,7 @@ inline Bitboard snipers(const Board& board, Square sq, Color by) {
            ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
 }
 
-/// Pieces of either colour that alone stand between a square and a slider of colour `by`.
+/// Pieces of either colour that are alone between a square and a slider of colour `by`.
 inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
     Bitboard result = 0;
     for (Bitboard sliders = snipers(board, sq, by); sliders;) {
@@ -24,26 +26,30 @@ inline Bitboard soleBlockers(const Board& board, Square sq, Color by) {
     return result;
 }
 
-/// Whether a piece that stands between `end` and something further on stays on that line.
+/// Whether a piece on a line that ends at `end` stays on that line when it moves.
 inline bool staysOnLine(Square end, Square from, Square to) {
     return ((gBetweenBB[end][to] & bit(from)) | (gBetweenBB[end][from] & bit(to))) != 0;
 }
 
-/// Tells of the pseudo-legal moves of one position, before they are made, which ones leave the own
-/// king out of check: pins and checkers are looked up once for all moves.
+/// Tells which pseudo-legal moves of one position leave the own king out of check, without making
+/// them: pins and checkers are looked up once for all moves.
 class LegalityInfo {
   public:
-    /// `inCheck` tells whether the side to move is in check. The board must be in this position
-    /// again at each question.
+    /// `inCheck` says whether the side to move is in check. The board must be in this position at
+    /// each question.
     LegalityInfo(const Board& board, bool inCheck)
         : board_(board),
           king_(board.kingSquare(board.sideToMove)),
           pinned_(soleBlockers(board, king_, ~board.sideToMove)),
-          targets_(inCheck ? evasionTargets() : ~Bitboard{0}) {}
+          targets_(inCheck ? evasionTargets() : ~Bitboard{0}) {
+        assert(inCheck == board.inCheck(board.sideToMove));
+    }
 
     bool isLegal(Move m) const {
         const Square from = fromSquare(m);
         const Square to = toSquare(m);
+        assert(board_.kingSquare(board_.sideToMove) == king_);
+        assert(board_.colorBB[board_.sideToMove] & bit(from));
         if (from == king_ || isEnPassant(m)) [[unlikely]]
             return isLegalKingMoveOrEnPassant(m);
         return (targets_ & bit(to)) && (!(pinned_ & bit(from)) || staysOnLine(king_, from, to));
@@ -55,15 +61,14 @@ class LegalityInfo {
 
     const Board& board_;
     const Square king_;
-    const Bitboard pinned_;  // pieces of either colour, of which only the own move
+    const Bitboard pinned_;  // pieces of either colour; asked for own ones only
     const Bitboard targets_; // where other pieces than the king may go
 };
 
-/// Tells of the pseudo-legal moves of one position, before they are made, which ones attack the
-/// enemy king.
+/// Tells which pseudo-legal moves of one position give check, without making them.
 class CheckInfo {
   public:
-    /// The board must be in this position again at each question.
+    /// The board must be in this position at each question.
     explicit CheckInfo(const Board& board)
         : board_(board),
           king_(board.kingSquare(~board.sideToMove)),
@@ -78,6 +83,8 @@ class CheckInfo {
                    Attacks::kingAttacks[king_]} {}
 
     bool givesCheck(Move m) const {
+        assert(board_.kingSquare(~board_.sideToMove) == king_);
+        assert(board_.colorBB[board_.sideToMove] & bit(fromSquare(m)));
         if (isPromotion(m) || isCastling(m) || isEnPassant(m)) [[unlikely]]
             return specialGivesCheck(m);
         const Square from = fromSquare(m);
@@ -91,7 +98,7 @@ class CheckInfo {
 
     const Board& board_;
     const Square king_;
-    const Bitboard discoverers_; // pieces of either colour, of which only the own move
+    const Bitboard discoverers_; // pieces of either colour; asked for own ones only
     const Bitboard diagonal_;
     const Bitboard straight_;
     const Bitboard squares_[kPieces]; // from where a piece attacks the enemy king

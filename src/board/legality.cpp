@@ -9,8 +9,8 @@ constexpr Bitboard squares(std::initializer_list<Square> list) {
     return set;
 }
 
-// Squares that must not be attacked, and squares that must be empty, by colour. The knight's square
-// on the queen's side may be attacked: only the rook passes over it.
+// Squares that must not be attacked, and squares that must be empty, by colour. On the queen's side
+// the knight's square may be attacked: only the rook passes over it.
 constexpr Bitboard kCastleKingSafe[kColors] = {squares({E1, F1, G1}), squares({E8, F8, G8})};
 constexpr Bitboard kCastleQueenSafe[kColors] = {squares({C1, D1, E1}), squares({C8, D8, E8})};
 constexpr Bitboard kCastleKingOcc[kColors] = {squares({F1, G1}), squares({F8, G8})};

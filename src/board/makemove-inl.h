@@ -42,10 +42,16 @@ constexpr int epFile(std::uint32_t epSquare) {
 } // namespace MoveDetail
 
 inline UndoInfo& Board::pushRecord() {
+    assert(historyCount >= 0 && historyCount < kMaxHistory);
     UndoInfo& record = history[historyCount++];
     static_cast<MoveState&>(record) = *this;
     record.captured = kNoPiece;
     return record;
+}
+
+inline const UndoInfo& Board::popRecord() {
+    assert(historyCount > 0);
+    return history[--historyCount];
 }
 
 template <Color Us>
@@ -56,6 +62,7 @@ void Board::makeMoveOf(Move m) {
     const Square to = toSquare(m);
     const std::uint32_t flag = moveFlag(m);
     const Piece moved = mailbox[from];
+    assert(sideToMove == Us && moved != kNoPiece);
 
     UndoInfo& record = pushRecord();
     key ^= Zobrist::castling[castling] ^ Zobrist::sideToMove;
@@ -87,7 +94,7 @@ void Board::makeMoveOf(Move m) {
         putPiece(Us, promotedPiece(m), to);
         halfmoveClock = 0;
     } else if (flag == FlagEnPassant) {
-        // The clock runs on: an en-passant capture is the one that does not reset it.
+        // Of all captures and pawn moves, en passant alone does not reset the clock.
         record.captured = Pawn;
         removePiece(Them, Pawn, enPassantVictim(m));
         movePiece(Us, Pawn, from, to);
@@ -111,7 +118,8 @@ void Board::unmakeMoveOf(Move m) {
     const Square from = fromSquare(m);
     const Square to = toSquare(m);
     const std::uint32_t flag = moveFlag(m);
-    const UndoInfo& record = history[--historyCount];
+    const UndoInfo& record = popRecord();
+    assert(sideToMove == Them && (colorBB[Us] & bit(to)) && mailbox[from] == kNoPiece);
 
     sideToMove = Us;
     if constexpr (Us == Black)

@@ -30,5 +30,5 @@ void Board::unmakeNullMove() {
     sideToMove = ~sideToMove;
     if (sideToMove == Black)
         --fullmoveNumber;
-    static_cast<MoveState&>(*this) = history[--historyCount];
+    static_cast<MoveState&>(*this) = popRecord();
 }

@@ -28,7 +28,7 @@ void addPawnPushes(const Board& board, Bitboard pawns, MoveList& list) {
 template <Color Us>
 void addPawnCaptures(const Board& board, Bitboard pawns, MoveList& list) {
     const Bitboard enemies = board.colorBB[~Us];
-    // Only pawns with something to capture are visited; the order stays by from square.
+    // Skip pawns that have nothing to capture; the order by from square stays.
     pawns &= pawnAttackSet(~Us, enemies);
     while (pawns) {
         const Square from = popLowest(pawns);

@@ -2,8 +2,8 @@
 
 #include "board/board.h"
 
-/// Generators append the moves of the side to move to a list, in an order that is part of their
-/// contract: ties in move ordering and matching a move's text depend on it. Moves are pseudo-legal:
+/// Generators append the moves of the side to move to a list. Their order is part of the contract:
+/// ties in move ordering and the matching of a move's text depend on it. Moves are pseudo-legal:
 /// they may leave the own king in check.
 
 /// All moves: pawns first (pushes, double pushes, captures, promotions, en passant), then each

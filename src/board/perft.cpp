@@ -4,6 +4,8 @@
 #include "board/makemove-inl.h"
 #include "board/movegen.h"
 
+#include <cassert>
+
 namespace {
 
 template <Color Us>
@@ -25,6 +27,7 @@ std::uint64_t perftOf(Board& board, int depth) {
 } // namespace
 
 std::uint64_t perft(Board& board, int depth) {
+    assert(depth >= 0);
     if (depth == 0)
         return 1;
     return board.sideToMove == White ? perftOf<White>(board, depth) : perftOf<Black>(board, depth);

@@ -2,7 +2,7 @@
 
 #include "board/board.h"
 
-/// Number of legal move sequences of the given length, 0 or more. Every leaf is made and tested:
-/// nothing is counted in bulk and nothing is remembered, so that the count checks all of move
-/// making. The board must have room for `depth` more moves in its history.
+/// Number of legal move sequences of the given length, 0 or more. Every leaf is made and unmade:
+/// nothing is counted in bulk and nothing is cached, so that the count checks all of move making.
+/// The board must have room for `depth` more moves in its history.
 std::uint64_t perft(Board& board, int depth);

@@ -2,8 +2,8 @@
 
 #include "base/chess.h"
 
-/// Random numbers from which position and pawn keys are put together by exclusive or. They come
-/// from a generator with a fixed seed: a position has the same key in every run.
+/// Random numbers whose exclusive or makes position and pawn keys. They come from a generator with
+/// a fixed seed: a position has the same key in every run.
 namespace Zobrist {
 
 extern std::uint64_t pieceSquare[kColors][kPieces][kSquares];

@@ -3,10 +3,11 @@
 #include "eval/walk.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
-// Where the fifty-move clock would have faded a score to nothing.
+// Half-move clock at which a score would have faded to nothing.
 constexpr int kFadeLength = 200;
 
 bool gEvalTrace = false;
@@ -27,6 +28,7 @@ namespace Eval {
 
 int taper(ScorePair total, int phase, int scale) {
     using EvalParams::kFullPhase;
+    assert(phase >= 0 && phase <= kFullPhase && scale >= 0 && scale <= kFullScale);
     const int eg = scale * total.eg / kFullScale;
     return (phase * total.mg + eg * (kFullPhase - phase)) / kFullPhase;
 }
@@ -41,8 +43,8 @@ Blend blend(const Board& board, ScorePair total) {
     return {phase, scale, taper(total, phase, scale)};
 }
 
-// In one piece, so that the sums of the walk stay in registers. What is rarely needed is marked not
-// to be drawn in.
+// Everything inlined, so that the sums of the walk stay in registers. What is rarely needed is
+// marked noinline.
 [[gnu::flatten]] int evaluateUnfaded(const Board& board) {
     SumSink sink;
     walkIncremental(board, sink);

@@ -123,6 +123,7 @@ bool improve(Workspace& w) {
 }
 
 int index(int slot, Color sideToMove, Square strongKing, Square weakKing) {
+    assert(isOnBoard(strongKing) && isOnBoard(weakKing));
     return strongKing | weakKing << kWeakKingShift | sideToMove << kSideShift | slot << kSlotShift;
 }
 

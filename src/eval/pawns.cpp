@@ -3,6 +3,8 @@
 #include "eval/walk_pawns.h"
 
 #include <algorithm>
+#include <cassert>
+#include <utility>
 
 namespace {
 
@@ -149,6 +151,7 @@ void computePawnFeatures(const Board& board, PawnFeatures& features) {
 
 void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
                  int& mg, int& eg) {
+    assert((passed & ~(board.pieces[White][Pawn] | board.pieces[Black][Pawn])) == 0);
     const PasserWorth white = passerWorth(board, passed, attackedBy, White);
     const PasserWorth black = passerWorth(board, passed, attackedBy, Black);
     const int path = white.path - black.path;
@@ -170,6 +173,7 @@ const PawnEntry& pawnEntry(const Board& board) {
     PawnEntry& entry = gPawnTable[board.pawnKey & (kCacheSize - 1)];
     if (entry.key != board.pawnKey) [[unlikely]] {
         const ScorePair score = evalPawnsRaw(board);
+        assert(std::in_range<std::int16_t>(score.mg) && std::in_range<std::int16_t>(score.eg));
         entry = {board.pawnKey, static_cast<std::int16_t>(score.mg),
                  static_cast<std::int16_t>(score.eg), passedPawns(board)};
     }

@@ -39,7 +39,10 @@ class MobilityTable {
         fill(Queen, queen);
     }
 
-    constexpr const int (&operator[](int piece) const)[kMobilityCounts] { return bonus_[piece]; }
+    constexpr const int (&operator[](int piece) const)[kMobilityCounts] {
+        assert(piece >= Pawn && piece <= King);
+        return bonus_[piece];
+    }
 
   private:
     constexpr void fill(Piece piece, Line line) {
