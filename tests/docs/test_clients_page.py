@@ -1,5 +1,5 @@
 """docs/clients.md and docs/lichess-bot.yml name options that the engine has, with values that it takes,
-and every program of the README has its section."""
+every program of the README has its section, and tournament managers are given options that they have."""
 
 from __future__ import annotations
 
@@ -9,6 +9,7 @@ import re
 import unittest
 
 import links
+import managers
 import pages
 from client import Engine
 
@@ -88,6 +89,48 @@ class ClientsPage(unittest.TestCase):
         self.assertEqual(len(texts), 1)
         for engine in json.loads(texts[0]):
             self.assertEqual(engine["protocol"], "uci")
+
+
+class Managers(unittest.TestCase):
+    """Commands of fastchess and cutechess-cli, on all pages."""
+
+    def test_commands_of_the_pages(self) -> None:
+        seen = set()
+        for path in pages.pages():
+            for block in pages.blocks_of(path):
+                for command in managers.commands(block.text):
+                    seen.add((command.program, path.name))
+                    with self.subTest(block.place):
+                        self.assertEqual(command.faults(), [])
+                        self.check_openings(command)
+        self.assertLessEqual({("fastchess", "clients.md"), ("cutechess-cli", "clients.md"),
+                              ("fastchess", "CONTRIBUTING.md")}, seen)
+
+    def check_openings(self, command: managers.Command) -> None:
+        """All name the one file of a clone, which holds nothing but records: a comment is refused."""
+        files = [word.removeprefix("file=") for name, words in command.groups if name == "-openings"
+                 for word in words if word.startswith("file=")]
+        self.assertEqual(files, ["scripts/openings.epd"])
+        for line in (pages.ROOT / files[0]).read_text("ascii").splitlines():
+            self.assertRegex(line, r"^(?:[1-8pnbrqkPNBRQK]+/){7}\S+ [wb] \S+ \S+ \d+ \d+$")
+
+    def test_what_is_wrong_is_seen(self) -> None:
+        engines = "-engine cmd=a -engine cmd=b"
+        for text, fault in (
+            (f"fastchess {engines} -round 3", "fastchess has no option -round"),
+            (f"fastchess {engines} -pgnout games.pgn", "fastchess -pgnout takes no games.pgn"),
+            (f"fastchess \\\n {engines} \\\n -sprt elo2=3", "fastchess -sprt takes no elo2=3"),
+            ("cutechess-cli -engine cmd=a", "cutechess-cli needs two engines"),
+            (f"x/cutechess-cli {engines} -each protocol=uci", "cutechess-cli -each takes no protocol=uci"),
+            (f"fastchess {engines} -engine cmd=/usr/games/glaurung", "glaurung is left to take all cores"),
+        ):
+            with self.subTest(text):
+                command, = managers.commands(text)
+                self.assertEqual(command.faults(), [fault])
+        right, = managers.commands(f"cutechess-cli {engines} -engine cmd=glaurung -pgnout x.pgn"
+                                   " -each option.Threads=1 -draw score=-5 movecount=2")
+        self.assertEqual(right.faults(), [])
+        self.assertEqual(managers.commands("cat fastchess # fastchess -x"), [])
 
 
 @unittest.skipIf(yaml is None, "python3-yaml is not installed")

@@ -18,7 +18,7 @@ from display import (ANOTHER_MATE, ANOTHER_MOVE, BACKWARDS, ILLEGAL_VARIATION, K
                      WRONG_DEPTH, WRONG_SPEED, Display)
 from library import Rules
 from rules import Position
-from test_rules import lines_of
+from test_rules import OPENINGS, lines_of
 
 SEARCHES = int(os.environ.get("MORVANE_SEARCHES", "1000"))
 SEED = int(os.environ.get("MORVANE_SEED", "1"))
@@ -52,7 +52,7 @@ class Searches:
 
     def __init__(self, seed: int) -> None:
         self._random = random.Random(seed)
-        self._many = [*lines_of("positions.epd"), *lines_of("openings.epd")]
+        self._many = [*lines_of("positions.epd"), *lines_of(OPENINGS)[:40]]
         self._tactics = [line.partition(" bm ")[0] + " 0 1" for line in lines_of("tactics.epd")]
 
     def chance(self, probability: float) -> bool:

@@ -7,7 +7,7 @@ import unittest
 
 from client import engine_path
 from programs import ProgramTest, require
-from test_rules import lines_of
+from test_rules import OPENINGS, lines_of
 
 
 def game(white: str, black: str, result: str, ending: str = "Checkmate") -> str:
@@ -28,7 +28,7 @@ class Match(ProgramTest):
         names = ["engine", os.path.basename(engine_path())]
         self.assertEqual([first.headers[key] for key in ("White", "Black")], names)
         self.assertEqual([second.headers[key] for key in ("Black", "White")], names)
-        opening = lines_of("openings.epd")[0].split()[:4]
+        opening = lines_of(OPENINGS)[0].split()[:4]
         for played in (first, second):
             self.assertEqual(played.headers["FEN"].split()[:4], opening)
         count, difference, where = done.stdout.splitlines()

@@ -15,7 +15,7 @@ from collections.abc import Callable
 from client import EngineTest
 from library import Rules
 from referee import LATE_BY_THE_MACHINE, Control, Referee
-from test_rules import lines_of
+from test_rules import OPENINGS, lines_of
 
 GAMES = os.environ.get("MORVANE_GAMES")
 
@@ -68,7 +68,7 @@ class NeverLate(EngineTest):
         return lambda: set_niceness(PLAYERS_NICENESS)
 
     def test_games(self) -> None:
-        positions = lines_of("openings.epd")
+        positions = lines_of(OPENINGS)
         referees = [Referee(self.rules, lenient=GAMES is None) for _ in FORMS]
         for number in range(int(GAMES or 10)):
             threads, control = FORMS[number % len(FORMS)]

@@ -9,7 +9,7 @@ import unittest
 import grammar
 from client import START_FEN, engine_path
 from library import RULES, Script, install
-from test_rules import lines_of
+from test_rules import OPENINGS, lines_of
 
 CLIENT = ("node-uci", "1.3.4")
 MATE_ON_THE_BOARD = "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 1 3"
@@ -62,7 +62,7 @@ class NodeClient(unittest.TestCase):
 
     def test_every_line_is_understood(self) -> None:
         rng = random.Random(5)
-        positions = lines_of("openings.epd")
+        positions = lines_of(OPENINGS)
         for depth in range(1, 10):
             answer = self.search(rng.choice(positions), {"depth": depth})
             self.assert_understood(answer)
@@ -95,7 +95,7 @@ class NodeClient(unittest.TestCase):
                     self.assertEqual(answer.bestmove, best)
 
     def test_a_game(self) -> None:
-        for fen in (START_FEN, lines_of("openings.epd")[7]):
+        for fen in (START_FEN, lines_of(OPENINGS)[7]):
             game = self.client.ask({"fen": fen, "game": {"nodes": 3000}})
             self.assertIsNone(game.error, vars(game))
             self.assertGreater(len(game.moves), 20)

@@ -35,7 +35,8 @@ def installed_pages() -> set[str]:
     pages = {"README.md", "README.uk.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md",
              "SECURITY.md", "LICENSE", "fuzz/README.md"}
     for pattern in ("docs/**/*[!y]", "scripts/datagen-shards", "scripts/match*",
-                    "scripts/solve-epd", "tests/data/*.epd", "tests/data/make_tactics.py"):
+                    "scripts/openings.epd", "scripts/solve-epd", "tests/data/*.epd",
+                    "tests/data/make_tactics.py"):
         pages |= {str(path.relative_to(ROOT)) for path in ROOT.glob(pattern)
                   if path.is_file() and "__pycache__" not in path.parts}
     return {f"{PAGES}/{page}" for page in pages}
@@ -83,7 +84,7 @@ class Install(unittest.TestCase):
         install("--prefix", str(self.folder))
         for name in files_below(self.folder):
             mode = stat.S_IMODE((self.folder / name).stat().st_mode)
-            runs = name.startswith("bin/") or f"{PAGES}/scripts/" in name
+            runs = name.startswith("bin/") or (f"{PAGES}/scripts/" in name and "." not in pathlib.Path(name).name)
             self.assertEqual(oct(mode), oct(0o755 if runs else 0o644), name)
 
     def test_engine_runs(self) -> None:

@@ -8,8 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Readers of the position files in tests/data. `MORVANE_TEST_DATA` is the path of that folder. A
-/// file that cannot be read or holds nothing throws: a loop over no positions would test nothing.
+/// Readers of the position files in tests/data and of the openings of matches. `MORVANE_TEST_DATA`
+/// is the path of that folder. A file that cannot be read or holds nothing throws: a loop over no
+/// positions would test nothing.
 namespace Positions {
 
 /// The lines of a data file that are neither empty nor comments.
@@ -22,6 +23,11 @@ inline std::vector<std::string> readLines(const std::string& name) {
     if (lines.empty())
         throw std::runtime_error("no positions in " + name);
     return lines;
+}
+
+/// The openings of matches.
+inline std::vector<std::string> readOpenings() {
+    return readLines("../../scripts/openings.epd");
 }
 
 /// The positions that the tests share: games, end games and boards full of queens.

@@ -37,7 +37,7 @@ Trace traceOf(const Board& board) {
 template <class Visit>
 void visitData(Visit&& visit) {
     std::vector<std::string> fens = Positions::readAll();
-    for (const std::string& fen : Positions::readLines("openings.epd"))
+    for (const std::string& fen : Positions::readOpenings())
         fens.push_back(fen);
     for (const std::string& fen : fens)
         visit(boardOf(fen));

@@ -46,7 +46,7 @@ class Compare(FolderTest):
         return done.returncode, done.stdout + done.stderr
 
     def test_an_engine_is_as_strong_as_itself(self) -> None:
-        with open(f"{ROOT}/tests/data/openings.epd", encoding="ascii") as file:
+        with open(f"{ROOT}/scripts/openings.epd", encoding="ascii") as file:
             fens = file.read().splitlines()[:4]
         status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "300", "--jobs", "2")
         self.assertEqual(status, 0, said)
@@ -56,7 +56,7 @@ class Compare(FolderTest):
     def test_more_nodes_are_stronger(self) -> None:
         more = self.mock("more", "")
         self.write("more", f"#!/bin/sh\nsed -u 's/nodes 50/nodes 5000/' | '{engine_path()}'\n".encode())
-        with open(f"{ROOT}/tuning/openings.epd", encoding="ascii") as file:
+        with open(f"{ROOT}/scripts/openings.epd", encoding="ascii") as file:
             fens = file.read().splitlines()[:30]
         status, said = self.compare(more, engine_path(), fens, "--nodes", "50", "--sprt", "0,100",
                                     "--jobs", "2")
@@ -64,7 +64,7 @@ class Compare(FolderTest):
         self.assertIn("decided: +100 rather than +0", said)
 
     def test_no_game_is_played_twice(self) -> None:
-        with open(f"{ROOT}/tuning/openings.epd", encoding="ascii") as file:
+        with open(f"{ROOT}/scripts/openings.epd", encoding="ascii") as file:
             fens = file.read().splitlines()[:2]
         status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "1000", "--pairs", "6")
         self.assertEqual(status, 0, said)
