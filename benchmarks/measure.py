@@ -15,6 +15,7 @@ threads, and how fast the engine starts, answers and stops.
 Machines are shared and noisy: speeds are medians of several runs, and engines are compared within
 one run, in turn. Threads need as many idle cores to show anything."""
 
+import argparse
 import collections
 import os
 import random
@@ -25,6 +26,10 @@ import subprocess
 import sys
 import tempfile
 import time
+
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts"))
+
+import commandline  # noqa: E402
 
 # The middle games of the search benchmark.
 POSITIONS = (
@@ -287,16 +292,27 @@ def hash_times(path, sizes):
 
 def main():
     commands = {
-        "nodes": nodes,
-        "threads": lambda a: threads(a[0], [int(count) for count in a[1:]] or [2]),
-        "latency": lambda a: latency(a[0]),
-        "compare": compare,
-        "instructions": lambda a: instructions(a[0]),
-        "hash": lambda a: hash_times(a[0], [int(size) for size in a[1:]]),
+        "nodes": lambda engine, others: nodes([engine, *others]),
+        "threads": lambda engine, counts: threads(engine, counts or [2]),
+        "latency": lambda engine, _: latency(engine),
+        "compare": lambda engine, others: compare([engine, *others]),
+        "instructions": lambda engine, _: instructions(engine),
+        "hash": hash_times,
     }
-    if len(sys.argv) < 3 or sys.argv[1] not in commands:
-        sys.exit(__doc__)
-    commands[sys.argv[1]](sys.argv[2:])
+    parser = commandline.Parser(__doc__)
+    parser.add_argument("command", choices=commands, metavar="COMMAND", help="one of those above")
+    parser.add_argument("engine", type=commandline.program, metavar="ENGINE")
+    parser.add_argument("more", nargs="*", metavar="...", help="engines or numbers, as above")
+    options = parser.parse_args()
+    kind = {"nodes": commandline.program, "compare": commandline.program, "threads": commandline.positive,
+            "hash": commandline.positive}.get(options.command)
+    if options.more and not kind:
+        parser.error(f"{options.command} takes an engine alone")
+    try:
+        more = [kind(text) for text in options.more]
+    except (argparse.ArgumentTypeError, ValueError) as error:
+        parser.error(str(error))
+    commands[options.command](options.engine, more)
 
 
 if __name__ == "__main__":

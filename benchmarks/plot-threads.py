@@ -4,13 +4,25 @@
     measure.py threads ENGINE 2 3 4 > docs/pictures/threads.txt
     plot-threads.py docs/pictures/threads.txt docs/pictures/threads.svg"""
 
+from __future__ import annotations
+
+import argparse
+import os
 import re
 import sys
 
-import matplotlib
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts"))
 
-matplotlib.use("svg")
-import matplotlib.pyplot as plt  # noqa: E402
+import commandline  # noqa: E402
+
+missing = None  # of the libraries: --help needs none
+try:
+    import matplotlib
+
+    matplotlib.use("svg")
+    import matplotlib.pyplot as plt
+except ImportError as error:
+    missing = error
 
 # Colours of the light theme, and what takes their place in the dark one.
 INK, FAINT, ACCENT = "#1f2328", "#9198a1", "#0969da"
@@ -18,11 +30,22 @@ DARK = {INK: "#e6edf3", FAINT: "#656d76", ACCENT: "#4493f8"}
 TITLE = "Nodes per second by number of threads"
 
 
+def arguments() -> argparse.Namespace:
+    parser = commandline.Parser(__doc__)
+    parser.add_argument("table", type=commandline.file_to_read, metavar="THREADS.txt")
+    parser.add_argument("out", type=commandline.file_to_write, metavar="OUT.svg",
+                        help="a file that is not of this program stays")
+    return parser.parse_args()
+
+
 def read(path: str) -> tuple[int, list[tuple[int, float, float, float]]]:
     """Number of processors; threads, median, least and greatest ratio of each row."""
     with open(path, encoding="ascii") as file:
         text = file.read()
-    processors = int(re.match(r"(\d+) processors", text)[1])
+    heading = re.match(r"(\d+) processors", text)
+    if not heading:
+        commandline.refuse(f'{path} is not what "measure.py threads" prints')
+    processors = int(heading[1])
     rows = [(1, 1.0, 1.0, 1.0)]
     pattern = r"^(\d+) threads: ([\d.]+) times .* \(from ([\d.]+) to ([\d.]+)\)$"
     for count, *ratios in re.findall(pattern, text, re.MULTILINE):
@@ -71,16 +94,18 @@ def described(svg: str, processors: int, rows: list[tuple[int, float, float, flo
 
 
 def main() -> None:
-    if len(sys.argv) != 3:
-        sys.exit(__doc__)
-    processors, rows = read(sys.argv[1])
+    options = arguments()
+    commandline.refuse_to_replace(options.out, f">{TITLE}<".encode())
+    if missing:
+        commandline.refuse_missing(missing, "python3-matplotlib")
+    processors, rows = read(options.table)
     plt.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "threads",
                          "font.family": "sans-serif"})
     draw(processors, rows)
-    plt.savefig(sys.argv[2], metadata={"Date": None, "Creator": None})
-    with open(sys.argv[2], encoding="utf-8") as file:
+    plt.savefig(options.out, format="svg", metadata={"Date": None, "Creator": None})
+    with open(options.out, encoding="utf-8") as file:
         svg = file.read()
-    with open(sys.argv[2], "w", encoding="utf-8") as file:
+    with open(options.out, "w", encoding="utf-8") as file:
         file.write(described(svg, processors, rows))
 
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by ./run and ./test: installs Debian packages that are missing.
+# Sourced by scripts that build or test: installs Debian packages that are missing.
 # Elsewhere than on Debian and its kin, whoever builds sees to that himself.
 # Usage: ensure_packages PACKAGE...
 ensure_packages() {
@@ -19,9 +19,12 @@ ensure_packages() {
         }
         as_root=(sudo)
     fi
+    local install=(apt-get install -y --no-install-recommends "${missing[@]}")
+    # Said before a password is asked for: nobody should have to guess what for.
+    local update=("${as_root[@]}" apt-get update) said=("${as_root[@]}" "${install[@]}")
+    echo "missing packages, about to be installed: ${update[*]} && ${said[*]}" >&2
     {
-        "${as_root[@]}" apt-get update
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-            apt-get install -y --no-install-recommends "${missing[@]}"
+        "${update[@]}"
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"
     } >&2
 }

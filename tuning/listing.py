@@ -8,6 +8,7 @@ import re
 
 import numpy as np
 
+MARK = "# Written by tuning/fit\n"  # may be the last line
 HEADING = "# Morvane tune params: index name value  (NPARAMS={})"
 
 
@@ -33,14 +34,14 @@ class Listing:
 
 
 def parse(text: str) -> Listing:
-    heading, *lines = text.removesuffix("\n").split("\n")
+    heading, *lines = text.removesuffix(MARK).removesuffix("\n").split("\n")
     if heading != HEADING.format(len(lines)):
-        raise ValueError(f"no listing of {len(lines)} weights: {heading!r}")
+        raise ValueError(f"no listing of {len(lines)} weights: {heading[:80]!r}")
     names, values = [], []
     for place, line in enumerate(lines):
         match = re.fullmatch(r"(\d+) (\w+) (-?\d+)", line)
         if not match or int(match[1]) != place:
-            raise ValueError(f"not the line of weight {place}: {line!r}")
+            raise ValueError(f"not the line of weight {place}: {line[:80]!r}")
         names.append(match[2])
         values.append(int(match[3]))
     return Listing(names, np.array(values, dtype=np.int64))

@@ -3,7 +3,8 @@
 //   node pairs.mjs FOLDER HASH BASE INCREMENT ENGINE ENGINE
 //
 // reads lines of a number and an opening's FEN, and answers each with a line of JSON: the "points" of the
-// first engine in both games, how they ended ("reasons") and the games themselves ("pgn"). The number is
+// first engine in both games, how they ended ("reasons") and the games themselves ("pgn"); or why nothing can
+// be played ("refused") or no more ("failed"), and ends. The number is
 // that of nodes for each move; if it is 0, a side has BASE and INCREMENT milliseconds on a clock. HASH is
 // in MiB. The rules are those of the library in FOLDER/node_modules: who plays an illegal move or exceeds
 // the clock has lost, and so has who does not answer. A game of 400 plies is a draw.
@@ -12,12 +13,14 @@ import { spawn } from "node:child_process";
 import { once } from "node:events";
 import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
+import { setTimeout } from "node:timers/promises";
 
 const [folder, hash, base, increment, ...names] = process.argv.slice(2).map((text) =>
   /^\d+$/.test(text) ? Number(text) : text,
 );
 const { Chess } = createRequire(`${folder}/`)("chess.js");
 const LONGEST_GAME = 400;
+const START_LIMIT = 20000; // milliseconds
 const WON = { w: "1-0", b: "0-1" };
 const POINTS = { "1-0": 1, "0-1": 0, "1/2-1/2": 0.5 };
 
@@ -25,7 +28,8 @@ class Engine {
   constructor(name) {
     this.name = name;
     this.process = spawn(name, { stdio: ["pipe", "pipe", "ignore"] });
-    this.process.stdin.on("error", () => {}); // its end shows where its answer is read
+    this.process.on("error", () => {}); // its end shows where its answer is read
+    this.process.stdin.on("error", () => {});
     this.lines = createInterface({ input: this.process.stdout });
     this.ended = once(this.lines, "close").then(() => null);
   }
@@ -56,7 +60,8 @@ class Engine {
   async start() {
     const ready = this.until("uciok");
     this.send("uci");
-    if ((await ready) === null) throw new Error(`${this.name} is no UCI engine`);
+    const late = setTimeout(START_LIMIT, null, { ref: false });
+    if ((await Promise.race([ready, late])) === null) throw new Error(`${this.name} is no UCI engine`);
     // One thread: those of engines that take all processors by themselves would stand in each other's way.
     await this.settle(`setoption name Hash value ${hash}`, "setoption name Threads value 1");
   }
@@ -125,9 +130,7 @@ async function playGame(fen, nodes, players) {
   return { result, reason, pgn: `${chess.pgn()}\n\n` };
 }
 
-const engines = names.map((name) => new Engine(name));
-await Promise.all(engines.map((engine) => engine.start()));
-for await (const line of createInterface({ input: process.stdin })) {
+async function playPair(line) {
   const [nodes, fen] = [Number.parseInt(line), line.replace(/^\d+ /, "")];
   const games = [];
   for (const white of [0, 1]) {
@@ -136,6 +139,21 @@ for await (const line of createInterface({ input: process.stdin })) {
   const points = POINTS[games[0].result] + 1 - POINTS[games[1].result];
   const reasons = games.map((game) => game.reason);
   const pgn = games.map((game) => game.pgn).join("");
-  process.stdout.write(JSON.stringify({ points, reasons, pgn }) + "\n");
+  return { points, reasons, pgn };
+}
+
+process.stdout.on("error", () => process.exit(1)); // nobody reads on
+
+const engines = names.map((name) => new Engine(name));
+let fault = null;
+await Promise.all(engines.map((engine) => engine.start())).catch((error) => {
+  fault = { refused: error.message };
+});
+for await (const line of createInterface({ input: process.stdin })) {
+  const answer = fault ?? (await playPair(line).catch((error) => ({ failed: error.message })));
+  process.stdout.write(JSON.stringify(answer) + "\n");
+  if (!("points" in answer)) break;
 }
 for (const engine of engines) engine.process.stdin.end("quit\n");
+for (const engine of engines.filter(() => fault)) engine.process.kill();
+process.stdin.destroy();

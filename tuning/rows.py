@@ -40,7 +40,7 @@ def read_positions(paths: list[str]) -> Positions:
             for line in file:
                 match = LINE.fullmatch(line)
                 if not match:
-                    raise ValueError(f"{path}: not a line of morvane datagen: {line!r}")
+                    raise ValueError(f"{path}: not a line of morvane datagen: {line[:80]!r}")
                 side, halfmoves, fullmoves, points, centipawns = match.groups()
                 ply = 2 * int(fullmoves) + (side == b"b")
                 number += last[1] > 0 and (points != last[0] or ply <= last[1])

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import math
 import os
 import unittest
 
@@ -10,8 +11,9 @@ from programs import ProgramTest, require
 from test_rules import OPENINGS, lines_of
 
 
-def game(white: str, black: str, result: str, ending: str = "Checkmate") -> str:
-    return (f'[Event "?"]\n[White "{white}"]\n[Black "{black}"]\n[Result "{result}"]\n\n'
+def game(white: str, black: str, result: str, ending: str = "Checkmate", fen: str = "") -> str:
+    opening = f'[FEN "{fen}"]\n' if fen else ""
+    return (f'[Event "?"]\n[White "{white}"]\n[Black "{black}"]\n[Result "{result}"]\n{opening}\n'
             f"1. e4 {{+0.12/8 mate}} e5\n{{{ending}}} {result}\n\n")
 
 
@@ -46,7 +48,7 @@ class Match(ProgramTest):
         self.assert_refused("match.pgn exists", "./engine", "./engine", "2")
         self.assertEqual(self.read("match.pgn"), b"old games")
         new = {"PGN": "new.pgn"}
-        self.assert_refused("Usage", "./engine", **new)
+        self.assert_refused("which two engines?", "./engine", **new)
         self.assert_refused("is no program", "./engine", "./nothing", "2", **new)
         self.assert_refused("GAMES must be", "./engine", "./engine", "many", **new)
         self.assert_refused("TIME must be", "./engine", "./engine", "2", "0", **new)
@@ -67,15 +69,62 @@ class Score(ProgramTest):
         done = self.score(text)
         self.assertEqual((done.status, done.stdout), (
             0, "A against B: 30 won, 10 lost, 10 drawn; 35 of 50 points (70.0 %)\n"
-               "Elo difference: +147, 95 % interval +63 to +253\n"))
+               f"Elo difference: {self.told({2: 15, 0.5: 10})}\n"))
         self.assertEqual(self.score(text, "B").stdout, (
             "B against A: 10 won, 30 lost, 10 drawn; 15 of 50 points (30.0 %)\n"
-            "Elo difference: -147, 95 % interval -253 to -63\n"))
+            f"Elo difference: {self.told({0: 15, 1.5: 10})}\n"))
 
-    def test_few_games(self) -> None:
-        self.assertIn("Elo difference: not to be told", self.score(game("A", "B", "1-0")).stdout)
-        done = self.score(game("A", "B", "1-0") + game("B", "A", "1-0"))
-        self.assertIn("Elo difference: +0, 95 % interval -inf to +inf", done.stdout)
+    @staticmethod
+    def told(pairs: dict[float, int]) -> str:
+        """From the share of the points in pairs, worked out once more."""
+        count = sum(pairs.values())
+        share = sum(points / 2 * times for points, times in pairs.items()) / count
+        variance = sum((points / 2 - share) ** 2 * times for points, times in pairs.items()) / count
+        margin = 1.96 * (variance / count) ** 0.5
+        middle, low, high = (400 * math.log10(x / (1 - x)) for x in (share, share - margin, share + margin))
+        return f"{middle:+.1f}, 95 % interval {low:+.1f} to {high:+.1f}"
+
+    def test_games_of_a_pair_are_not_independent(self) -> None:
+        """Each opening is won by the same colour twice: no two engines could be more equal."""
+        for count in (2, 20):
+            text = "".join(game("A", "B", result, fen=f"{number}") + game("B", "A", result, fen=f"{number}")
+                           for number, result in enumerate(["1-0", "0-1"] * (count // 2)))
+            self.assertIn("Elo difference: not to be told, all pairs ended alike", self.score(text).stdout)
+        text += game("A", "B", "1-0", fen="x") + game("B", "A", "1/2-1/2", fen="x")
+        self.assertIn(self.told({1: 20, 1.5: 1}), self.score(text).stdout)
+
+    def test_pairs_are_found_by_their_openings(self) -> None:
+        """Managers write games down as they end."""
+        pairs = [(game("A", "B", "1-0", fen=fen), game("B", "A", "0-1", fen=fen)) for fen in "xy"]
+        pairs += [(game("A", "B", "0-1", fen=fen), game("B", "A", "1/2-1/2", fen=fen)) for fen in "zuv"]
+        first, second = ([pair[half] for pair in pairs] for half in (0, 1))
+        for order in (first + second, second + first[::-1], second[::-1] + first):
+            self.assertIn(self.told({2: 2, 0.5: 3}), self.score("".join(order), "A").stdout)
+
+    def test_games_alone(self) -> None:
+        text = 3 * game("A", "B", "1-0")
+        done = self.score(text)
+        self.assertEqual(done.stdout.splitlines()[1:], [
+            "Elo difference: not to be told without pairs",
+            "3 without the other game of a pair, left out of the difference"])
+        paired = game("A", "B", "1-0") + game("B", "A", "1-0") + game("A", "B", "1-0") + game("B", "A", "0-1")
+        lines = self.score(paired + game("A", "B", "1-0", fen="x")).stdout.splitlines()
+        self.assertEqual(lines[0], "A against B: 4 won, 1 lost, 0 drawn; 4 of 5 points (80.0 %)")
+        self.assertIn("Elo difference: +190.8, 95 % interval", lines[1])
+        self.assertEqual(lines[2], "1 without the other game of a pair, left out of the difference")
+
+    def test_other_players(self) -> None:
+        done = self.score(game("A", "B", "1-0") + game("B", "C", "1-0") + game("C", "A", "1-0"), "A")
+        self.assertEqual(done.stdout.splitlines()[0], "A against B and C: 1 won, 1 lost, 0 drawn; 1 of 2 points (50.0 %)")
+        self.assertIn("2 without the other game", done.stdout)
+        done = self.score(game("A", "B", "1-0"), "D")
+        self.assertEqual((done.status, done.stdout), (2, ""))
+        self.assertEqual(done.stderr, "match-score: no game of D in games.pgn\n")
+
+    def test_what_is_no_file(self) -> None:
+        done = self.script("match-score", "nothing.pgn")
+        self.assertEqual((done.status, done.stderr.count("\n")), (2, 1))
+        self.assertIn("nothing.pgn: No such file", done.stderr)
 
     def test_other_endings(self) -> None:
         done = self.score(game("A", "B", "1-0", "Black forfeits on\ntime") + game("B", "A", "1-0"))

@@ -34,8 +34,8 @@ def installed_pages() -> set[str]:
     """The pages of the source tree, with what they link to, below the folder for them."""
     pages = {"README.md", "README.uk.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md",
              "SECURITY.md", "LICENSE", "fuzz/README.md"}
-    for pattern in ("docs/**/*[!y]", "scripts/datagen-shards", "scripts/match*",
-                    "scripts/openings.epd", "scripts/solve-epd", "tests/data/*.epd",
+    for pattern in ("docs/**/*[!y]", "scripts/*.py", "scripts/datagen-shards", "scripts/find-engine",
+                    "scripts/match*", "scripts/openings.epd", "scripts/solve-epd", "tests/data/*.epd",
                     "tests/data/make_tactics.py"):
         pages |= {str(path.relative_to(ROOT)) for path in ROOT.glob(pattern)
                   if path.is_file() and "__pycache__" not in path.parts}

@@ -90,9 +90,9 @@ class ShardTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr.decode())
         return result.stdout.decode()
 
-    def fail_with(self, message: str, *arguments: str) -> None:
+    def fail_with(self, message: str, *arguments: str, status: int = 1) -> None:
         result = self.call(*arguments)
-        self.assertEqual((result.returncode, result.stdout), (1, b""), arguments)
+        self.assertEqual((result.returncode, result.stdout), (status, b""), arguments)
         self.assertEqual(result.stderr.decode(), f"datagen-shards: {message}\n")
 
     def assert_missing(self, shards: str) -> None:
@@ -178,21 +178,41 @@ class OneMachine(ShardTest):
             ("depth=3", "the engine does not take: depth=3"),
         ):
             with self.subTest(setting):
-                self.fail_with(message, "run", "shards", engine, setting)
+                self.fail_with(message, "run", "shards", engine, setting, status=2)
         for twice in ("games=1", "seed=1", "shard=1", "nodes=1", engine):
             key = twice.split("=")[0]
-            self.fail_with(f"{key}= is given twice", "run", "shards", twice, twice)
-        self.fail_with("no engine: none", "run", "shards", "engine=none")
-        self.fail_with("run: which folder?", "run")
+            self.fail_with(f"{key}= is given twice", "run", "shards", twice, twice, status=2)
+        self.fail_with("no engine: none", "run", "shards", "engine=none", status=2)
+        self.fail_with("run: which folder?", "run", status=2)
+        self.fail_with("run: which folder?", "run", "--", "-j", "2", status=2)
         self.fail_with("no run in shards", "join", "shards")
         self.assertFalse((self.folder / "shards").exists())
 
     def test_usage(self) -> None:
         self.assertIn("Usage: datagen-shards run DIR", self.succeed("--help"))
-        for arguments in ([], ["play"]):
-            result = self.call(*arguments)
-            self.assertEqual((result.returncode, result.stdout), (1, b""))
-            self.assertIn(b"Usage: datagen-shards run DIR", result.stderr)
+        for arguments in ([], ["play"], ["play", "--", "--help"]):
+            self.fail_with("run or join? (see --help)", *arguments, status=2)
+
+    def test_a_folder_of_other_things_stays(self) -> None:
+        for name in ("engine", "joblog", "shards/1.gz"):
+            path = self.folder / "other" / name
+            path.parent.mkdir(parents=True)
+            path.write_text("of earlier days\n")
+            self.fail_with("other holds other things: no run was begun there", "run", "other",
+                           f"engine={engine_path()}", "games=1")
+            self.assertEqual(path.read_text(), "of earlier days\n")
+            shutil.rmtree(self.folder / "other")
+
+    def test_joining_writes_over_nothing_else(self) -> None:
+        self.run_shards("games=2", "shard=1")
+        kept = self.folder / "kept.txt"
+        kept.write_text("of earlier days\n")
+        self.fail_with("kept.txt exists, and is not what joining gives", "join", "shards", "kept.txt")
+        self.assertEqual(kept.read_text(), "of earlier days\n")
+        for _ in range(2):
+            self.assertEqual(self.joined(), self.one_run("games=2"))
+        self.assertEqual([path.name for path in self.folder.glob("*.part*")], [])
+        self.fail_with("join takes a folder and a file: shards a b", "join", "shards", "a", "b", status=2)
 
     def test_a_folder_holds_one_run(self) -> None:
         self.run_shards("games=3", "seed=8", "shard=2")

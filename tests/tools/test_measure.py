@@ -72,9 +72,20 @@ class Measure(unittest.TestCase):
         self.assertRegex(self.printed("hash", engine_path(), "16"),
                          r"^16 MiB: sized in .* ms, cleared in .* ms, \d+ nodes in the 5 ms that follow$")
 
-    def test_without_arguments(self) -> None:
-        with self.assertRaisesRegex(SystemExit, "measure.py nodes ENGINE"):
-            self.printed()
+    def test_what_is_refused(self) -> None:
+        engine = engine_path()
+        for arguments, message in (((), "required: COMMAND, ENGINE"), (("dance", engine), "dance"),
+                                   (("nodes", "/none"), "/none is no program"),
+                                   (("compare", engine, "/none"), "/none is no program"),
+                                   (("threads", engine, "0"), "not above 0: 0"),
+                                   (("hash", engine, "much"), "much"),
+                                   (("latency", engine, "2"), "takes an engine alone")):
+            errors = io.StringIO()
+            with self.subTest(arguments), contextlib.redirect_stderr(errors):
+                with self.assertRaises(SystemExit) as ended:
+                    self.printed(*arguments)
+                self.assertEqual((ended.exception.code, errors.getvalue().count("\n")), (2, 1))
+                self.assertIn(message, errors.getvalue())
 
 
 if __name__ == "__main__":

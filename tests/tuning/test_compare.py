@@ -50,7 +50,7 @@ class Compare(FolderTest):
             fens = file.read().splitlines()[:4]
         status, said = self.compare(engine_path(), engine_path(), fens, "--nodes", "300", "--jobs", "2")
         self.assertEqual(status, 0, said)
-        self.assertIn("8 games, 50.0 % of the points, pairs by points 0 0 4 0 0: Elo +0.0", said)
+        self.assertIn("8 games, 50.0 % of the points, pairs by points 0 0 4 0 0: Elo difference not to be told", said)
         self.assertEqual(self.read("games.pgn").decode().count("[Event "), 8)
 
     def test_more_nodes_are_stronger(self) -> None:
@@ -100,10 +100,37 @@ class Compare(FolderTest):
         self.assertEqual(len(re.findall(r"1\. Ra8# 1-0", text)), 2)
         self.assertEqual(text.count("insufficient material"), 2)
 
-    def test_what_is_no_engine_ends_it(self) -> None:
-        status, said = self.compare("/bin/true", engine_path(), [MATE_IN_1], "--nodes", "1000")
-        self.assertEqual(status, 1)
-        self.assertIn("no pair was played", said)
+    def assert_refused(self, message: str, *arguments: str) -> None:
+        done = subprocess.run([f"{ROOT}/tuning/compare", *arguments], capture_output=True, text=True,
+                              timeout=60, check=False)
+        with self.subTest(arguments):
+            self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (2, "", 1), done.stderr)
+            self.assertIn(message, done.stderr)
+
+    def test_what_cannot_be_compared_is_a_line(self) -> None:
+        engine = engine_path()
+        self.assert_refused("none is no program", self.path("none"), engine)
+        self.assert_refused("README.md is no program", engine, f"{ROOT}/README.md")
+        self.assert_refused("/bin/true is no UCI engine", "/bin/true", engine)
+        self.assert_refused("/bin/true is no UCI engine", engine, "/bin/true", "--jobs", "2")
+        self.assert_refused("No such file", engine, engine, "--openings", self.path("none"))
+        self.assert_refused("no position", engine, engine, "--openings", "/dev/null")
+        self.assert_refused("no FEN: x # Contributing", engine, engine, "--openings",
+                            self.write("bad", b"x # Contributing\n"))
+        self.assert_refused("cannot be written", engine, engine, "--pgn", self.path("none/games.pgn"))
+        for option, value in (("--clock", "10"), ("--clock", "0+1"), ("--sprt", "5"), ("--sprt", "5,0"),
+                              ("--pairs", "0"), ("--nodes", "many"), ("--none", "1")):
+            self.assert_refused(option, engine, engine, option, value)
+
+    def test_a_file_of_games_is_added_to(self) -> None:
+        self.write("games.pgn", b"old games\n")
+        self.compare(engine_path(), engine_path(), [MATE_IN_1], "--nodes", "100")
+        text = self.read("games.pgn").decode()
+        self.assertEqual((text[:10], text.count("[Event ")), ("old games\n", 2))
+
+    def test_an_engine_that_ends_ends_the_match(self) -> None:
+        status, said = self.compare(self.mock("mock", "exit"), engine_path(), [MATE_IN_1] * 4, "--jobs", "1")
+        self.assertEqual((status, said), (1, f"no pair was played\ncompare: {self.path('mock')} has ended\n"))
 
 
 if __name__ == "__main__":

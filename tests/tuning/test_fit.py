@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import re
+import shutil
 import subprocess
 import unittest
 from collections import Counter
@@ -189,13 +190,73 @@ class Data(FolderTest):
         options = ("--scores-alone", "210", "--spread", "10:10", "--patience", "3")
         self.assertEqual(self.fit(*options).returncode, 0)
         learned = self.read("new.txt")
-        self.assertTrue(learned.decode() != self.weights.text(), "the fit has moved nothing")
+        self.assertTrue((listing.read(self.path("new.txt")).values != self.weights.values).any(),
+                        "the fit has moved nothing")
         self.write("data.txt", re.sub(rb"\[([10])\.0\]", lambda won: b"[%d.0]" % (won[1] == b"0"),
                                       self.read("data.txt")))
         self.assertEqual(self.fit(*options).returncode, 0)
         self.assertTrue(self.read("new.txt") == learned, "results have been looked at")
         self.write("data.txt", re.sub(rb" \[[-\d]+\]\n", b"\n", self.read("data.txt")))
         self.assertIn("the data are without scores", self.fit(*options).stderr)
+
+    def assert_refused(self, message: str, *options: str) -> None:
+        """In one line, and nothing is written."""
+        before = {name: self.read(name) for name in os.listdir(self.folder)}
+        done = self.fit(*options)
+        with self.subTest(message):
+            self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (2, "", 1), done.stderr)
+            self.assertIn(message, done.stderr)
+            self.assertEqual({name: self.read(name) for name in os.listdir(self.folder)}, before)
+
+    def test_too_little_data_is_refused(self) -> None:
+        lines = self.read("data.txt").splitlines(keepends=True)
+        end = int(np.flatnonzero(self.positions.game == 9)[0])
+        self.write("data.txt", b"".join(lines[:end]))
+        self.assert_refused("too little data: 9 games, and 10 are needed at least")
+        self.write("data.txt", b"".join(lines[: end + 1]))  # the least of a tenth game
+        done = self.fit("--patience", "1", "--spread", "1:1")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertNotIn("nan", done.stdout)
+        self.assert_refused("too little data: 10 games, and 11 are needed", "--held-out", "11")
+
+    def test_what_are_no_data_is_refused(self) -> None:
+        self.write("data.txt", b"")
+        self.assert_refused("too little data: 0 games")
+        for text in (b"\n", b"\0" * 100_000, b"8/8/8/8/8/8/8/8 w - - 0 1\n", b"\xff\xfe\n"):
+            self.write("data.txt", text)
+            self.assert_refused(f"{self.data}: not a line of morvane datagen")
+        os.remove(self.data)
+        self.assert_refused(f"{self.data}: No such file")
+
+    def test_other_inputs_are_refused(self) -> None:
+        self.assert_refused("no listing of", "--engine", "/bin/true")
+        self.assert_refused("failed with status 1", "--engine", "/bin/false")
+        self.assert_refused("is no program", "--selfcheck", self.data)
+        self.assert_refused("not a rule", "--choice", self.data)
+        self.assert_refused("not a spread", "--spread=-1:1")
+        for option, value in (("--held-out", "1"), ("--mix", "2"), ("--patience", "0"), ("--scores-alone", "x")):
+            self.assert_refused(option, option, value)
+
+    def test_files_of_others_stay(self) -> None:
+        for text in (self.weights.text(), "", "of earlier days"):
+            self.write("new.txt", text.encode())
+            self.assert_refused("new.txt exists and is not of this program")
+        os.remove(self.path("new.txt"))
+        self.write("new.h", b"of earlier days")
+        self.assert_refused("new.h exists and is not of this program")
+        self.assert_refused("cannot be written", "--listing", self.path("none/new.txt"))
+
+    def test_its_own_files_are_written_anew(self) -> None:
+        """A round after another, as docs/tuning.md has it, over the tables in the source."""
+        shutil.copy(f"{ROOT}/src/params/square_tables.h", self.path("new.h"))
+        self.let_far_pawns_win()
+        for _ in range(2):
+            done = self.fit("--patience", "1", "--spread", "1:1", "--mix", "0")
+            self.assertEqual(done.returncode, 0, done.stderr)
+            fitted = listing.read(self.path("new.txt"))
+            self.assertEqual(self.read("new.h").decode(), tables.source(fitted))
+            self.write("new.txt", listing.Listing(fitted.names, fitted.values * 0).text().encode()
+                       + listing.MARK.encode())
 
     def test_the_program_stops_at_rows_that_do_not_fit(self) -> None:
         engine = self.write("engine", (

@@ -29,6 +29,7 @@ morvane_python_test(fit 900 /usr/bin/python3) # as the program that it tests: wh
 morvane_python_test(compare 600)
 morvane_python_test(streaming 600)
 morvane_python_test(datagen_shards 900)
+morvane_python_test(programs 300)
 morvane_python_test(measure 300)
 morvane_python_test(long_games 600)
 morvane_python_test(hostile 1800)

@@ -13,7 +13,7 @@ TESTS = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 def main() -> int:
     sys.dont_write_bytecode = True
-    folders = ("uci", "match", "tools", "docs", "packaging", "tuning", "../tuning")
+    folders = ("uci", "match", "tools", "docs", "packaging", "tuning", "../tuning", "../scripts")
     sys.path[:0] = [os.path.join(TESTS, folder) for folder in folders]
     if "MORVANE_ENGINE" not in os.environ:
         sys.exit("MORVANE_ENGINE must name the engine's executable")

@@ -55,11 +55,17 @@ class Score:
         a, b = expected(low), expected(high)
         return self.count() / (2 * played.variance()) * (b - a) * (2 * played.share() - a - b)
 
-    def __str__(self) -> str:
+    def told(self) -> str:
+        """The difference in strength and its error.  Pairs that are all alike say nothing of the latter."""
+        if len(+self.pairs) < 2:
+            return "not to be told, all pairs ended alike" if self.count() else "not to be told without pairs"
         elo, low, high = self.interval()
+        return f"{elo:+.1f}, 95 % interval {low:+.1f} to {high:+.1f}"
+
+    def __str__(self) -> str:
         spread = " ".join(str(self.pairs[points / 2]) for points in range(5))
         return (f"{2 * self.count()} games, {100 * self.share():.1f} % of the points,"
-                f" pairs by points {spread}: Elo {elo:+.1f}, 95 % {low:+.1f} to {high:+.1f}")
+                f" pairs by points {spread}: Elo difference {self.told()}")
 
 
 def verdict(ratio: float) -> str | None:
