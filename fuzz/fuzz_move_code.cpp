@@ -121,13 +121,13 @@ struct ParsedText {
 
 /// A move in coordinate notation; what follows the fifth character does not count.
 std::optional<ParsedText> readNaively(const std::string& text) {
-    constexpr std::string_view kFiles = "abcdefgh";
-    constexpr std::string_view kRanks = "12345678";
+    constexpr std::string_view kFileLetters = "abcdefgh";
+    constexpr std::string_view kRankDigits = "12345678";
     if (text.size() < 4)
         return {};
     std::size_t place[4];
     for (std::size_t i = 0; i < 4; ++i) {
-        place[i] = (i % 2 ? kRanks : kFiles).find(text[i]);
+        place[i] = (i % 2 ? kRankDigits : kFileLetters).find(text[i]);
         if (place[i] == std::string_view::npos)
             return {};
     }

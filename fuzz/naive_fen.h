@@ -141,7 +141,7 @@ inline void tidyEnPassant(Position& p) {
 
 /// Whether the side to move attacks the other side's king.
 inline bool canTakeKing(const Position& p) {
-    const auto squareOf = [](std::size_t i) { return static_cast<Square>(i) ^ 56; };
+    const auto squareOf = [](std::size_t i) { return flipRank(static_cast<Square>(i)); };
     Bitboard occupied = 0;
     Square king = 0;
     for (std::size_t i = 0; i < 64; ++i) {

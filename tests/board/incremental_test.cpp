@@ -1,6 +1,7 @@
 #include "board/movegen.h"
 
 #include "support/board_checks.h"
+#include "support/build.h"
 #include "support/notation.h"
 #include "support/positions.h"
 #include "support/random_game.h"
@@ -17,11 +18,7 @@ using namespace Notation;
 using BoardChecks::differences;
 using BoardChecks::inconsistencies;
 
-#ifdef NDEBUG
-constexpr std::size_t kGameStride = 1;
-#else
-constexpr std::size_t kGameStride = 8; // games from every eighth position are enough when slow
-#endif
+constexpr std::size_t kGameStride = kOptimised ? 1 : 8;
 constexpr int kGamePlies = 60;
 constexpr int kTreeDepth = 3;
 

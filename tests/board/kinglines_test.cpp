@@ -1,6 +1,7 @@
 #include "board/kinglines.h"
 
 #include "support/board_checks.h"
+#include "support/build.h"
 #include "support/notation.h"
 #include "support/positions.h"
 #include "support/random_game.h"
@@ -21,12 +22,7 @@ namespace {
 using namespace Notation;
 using BoardChecks::attackersByWalking;
 
-/// Sample sizes are meant for release builds; elsewhere a smaller sample must do.
-#ifdef NDEBUG
-constexpr int kSampleDivisor = 1;
-#else
-constexpr int kSampleDivisor = 4;
-#endif
+constexpr int kSampleDivisor = kOptimised ? 1 : 4;
 
 /// Enemies that attack the king of `c` through an occupancy, found without the attack tables.
 Bitboard checkersByWalking(const Board& board, Color c, Bitboard occupancy) {

@@ -1,12 +1,9 @@
-#include "board/attacks.h"
-#include "board/zobrist.h"
+#include "support/start_board.h"
 
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    Zobrist::init();
-    Attacks::init();
-    Attacks::initBetween();
+    startBoard();
     return RUN_ALL_TESTS();
 }

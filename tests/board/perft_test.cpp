@@ -1,6 +1,7 @@
 #include "board/perft.h"
 
 #include "support/board_checks.h"
+#include "support/build.h"
 #include "support/notation.h"
 #include "support/positions.h"
 
@@ -14,12 +15,7 @@ namespace {
 
 using namespace Notation;
 
-// Builds with assertions and sanitizers are many times slower: they count the suite less deep.
-#ifdef NDEBUG
-constexpr int kMaxDepth = 99;
-#else
-constexpr int kMaxDepth = 3;
-#endif
+constexpr int kMaxDepth = kOptimised ? 99 : 3;
 
 TEST(Perft, OfDepth0IsOneWhateverThePosition) {
     for (const char* fen :

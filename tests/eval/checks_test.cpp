@@ -74,7 +74,7 @@ void expectKeptIsFresh(const Board& board) {
 } // namespace
 
 TEST(StateCheck, AgreesWithItselfAndWithACountOfThePiecesAtEveryNodeOfRandomGames) {
-    Sampling::visitGames(3, Sampling::scaled(20000), [](const Board& board) {
+    Sampling::visitGames(3, scaled(20000), [](const Board& board) {
         if (testing::Test::HasFatalFailure())
             return;
         ASSERT_NO_FATAL_FAILURE(expectKeptIsFresh(board));

@@ -286,7 +286,7 @@ TEST(EgScale, AgreesWithTheRulesReadOneByOneOnRandomEndings) {
     std::uint64_t seed = 4;
     for (const char* material : kMaterials)
         Sampling::visitScattered(
-            material, ++seed, std::max(Sampling::scaled(1000), 50), [&](const Board& board) {
+            material, ++seed, std::max(scaled(1000), 50), [&](const Board& board) {
                 const Naive::Position position = Naive::parse(board.fen());
                 for (const int egScore : {-1, 0, 1}) {
                     const Naive::Scale scale = Naive::scaleOf(position, egScore);

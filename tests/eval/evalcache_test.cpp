@@ -81,7 +81,7 @@ TEST_F(EvalCacheTest, GivesTheEvaluationTwiceInARow) {
 }
 
 TEST_F(EvalCacheTest, GivesTheEvaluationThroughoutRandomGames) {
-    Sampling::visitGames(3, Sampling::scaled(20000), [&](const Board& board) {
+    Sampling::visitGames(3, scaled(20000), [&](const Board& board) {
         EXPECT_EQ(cache_->evaluate(board), evaluate(board)) << board.fen();
         EXPECT_EQ(cache_->evaluate(board), evaluate(board)) << board.fen();
     });

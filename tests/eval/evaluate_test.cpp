@@ -36,7 +36,7 @@ TEST(Evaluate, AgreesWithTheSecondEvaluationOnTheSharedPositions) {
 }
 
 TEST(Evaluate, AgreesWithTheSecondEvaluationInRandomGames) {
-    Sampling::visitGames(20, Sampling::scaled(40000), expectNaiveValueUntilFailure);
+    Sampling::visitGames(20, scaled(40000), expectNaiveValueUntilFailure);
 }
 
 TEST(Evaluate, AgreesWithTheSecondEvaluationInEndings) {
@@ -44,12 +44,12 @@ TEST(Evaluate, AgreesWithTheSecondEvaluationInEndings) {
     for (const char* material :
          {"KPk", "Kkpp", "KRPkr", "KBPkb", "KBPkbp", "KNNk", "KBPk", "KBNk", "Kkbn", "KQk", "KRkn",
           "KRRPPkrrpp", "KQPPkrbp", "KRBPPPkrnppp", "KQQkqr", "KBBkn", "KNPPPkbppp"})
-        Sampling::visitScattered(material, ++seed, std::max(Sampling::scaled(500), 25),
+        Sampling::visitScattered(material, ++seed, std::max(scaled(500), 25),
                                  expectNaiveValueUntilFailure);
 }
 
 TEST(Evaluate, AgreesWithTheSecondEvaluationOnBoardsFullOfPieces) {
-    Sampling::visitWild(40, Sampling::scaled(3000), expectNaiveValueUntilFailure);
+    Sampling::visitWild(40, scaled(3000), expectNaiveValueUntilFailure);
 }
 
 TEST(Evaluate, DozensOfQueensDoNotOverflow) {
@@ -63,7 +63,7 @@ TEST(Evaluate, DozensOfQueensDoNotOverflow) {
 }
 
 TEST(AttackMaps, AreWhatThePiecesAttackOneByOne) {
-    Sampling::visitGames(50, Sampling::scaled(5000), [](const Board& board) {
+    Sampling::visitGames(50, scaled(5000), [](const Board& board) {
         const Naive::Position position = Naive::parse(board.fen());
         Bitboard attackedBy[2];
         Eval::computeAttackedBy(board, attackedBy);
@@ -101,8 +101,8 @@ TEST(AbsolutePins, AreThePiecesThatStandAloneBeforeTheirKing) {
             }
         }
     };
-    Sampling::visitGames(51, Sampling::scaled(5000), check);
-    Sampling::visitWild(52, Sampling::scaled(1000), check);
+    Sampling::visitGames(51, scaled(5000), check);
+    Sampling::visitWild(52, scaled(1000), check);
     EXPECT_GT(pins, 20);
 }
 
@@ -136,8 +136,8 @@ TEST(Evaluate, APositionAndItsColourMirrorAreWorthTheSame) {
     };
     for (const std::string& fen : Positions::readShared())
         check(boardOf(fen));
-    Sampling::visitGames(70, Sampling::scaled(10000), check);
-    Sampling::visitWild(71, Sampling::scaled(500), check);
+    Sampling::visitGames(70, scaled(10000), check);
+    Sampling::visitWild(71, scaled(500), check);
     EXPECT_GT(unequal, 100);
 }
 

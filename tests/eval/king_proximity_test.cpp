@@ -127,7 +127,7 @@ TEST(KingProximity, AgreesWithTheRulesOnRandomEndings) {
     for (const char* material : {"KBNk", "Kkbn", "KBNPk", "KBNkp", "KRk", "Kkq", "KRkb", "KNkr",
                                  "KRkr", "KQRkqb", "KBkn", "KPk"})
         Sampling::visitScattered(
-            material, ++seed, std::max(Sampling::scaled(2000), 50), [](const Board& board) {
+            material, ++seed, std::max(scaled(2000), 50), [](const Board& board) {
                 const std::string fen = board.fen();
                 const Naive::Position position = Naive::parse(fen);
                 EXPECT_EQ(proximity(fen), Naive::mopUp(position) + Naive::bishopAndKnight(position))

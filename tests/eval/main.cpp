@@ -1,15 +1,9 @@
-#include "board/attacks.h"
-#include "board/zobrist.h"
-#include "eval/endgame.h"
-#include "eval/masks.h"
+#include "support/start_eval.h"
 
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    Zobrist::init();
-    Attacks::init();
-    Eval::init();
-    Endgame::init();
+    startEval();
     return RUN_ALL_TESTS();
 }

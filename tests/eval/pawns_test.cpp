@@ -190,7 +190,7 @@ TEST(PawnFeatures, AgreeWithPawnByPawnCountsOnTheSharedPositions) {
 }
 
 TEST(PawnFeatures, AgreeWithPawnByPawnCountsInRandomGames) {
-    Sampling::visitGames(1, Sampling::scaled(20000), [](const Board& board) {
+    Sampling::visitGames(1, scaled(20000), [](const Board& board) {
         if (!testing::Test::HasFatalFailure())
             expectPawnsAsCountedOneByOne(board);
     });
@@ -199,7 +199,7 @@ TEST(PawnFeatures, AgreeWithPawnByPawnCountsInRandomGames) {
 TEST(PawnFeatures, AgreeWithPawnByPawnCountsInPawnEndings) {
     for (const char* material :
          {"KPPPPPPPPkpppppppp", "KPPPPkpppp", "KPPkpp", "KPPPkp", "KNPPkbpp"})
-        Sampling::visitScattered(material, 2, Sampling::scaled(2000), [](const Board& board) {
+        Sampling::visitScattered(material, 2, scaled(2000), [](const Board& board) {
             if (!testing::Test::HasFatalFailure())
                 expectPawnsAsCountedOneByOne(board);
         });

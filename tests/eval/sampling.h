@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/build.h"
 #include "support/notation.h"
 #include "support/positions.h"
 #include "support/random_game.h"
@@ -17,15 +18,6 @@
 /// Positions for the tests of the evaluation: from games, from end games thrown on the board and
 /// from boards that no game reaches. The same seed gives the same positions on every machine.
 namespace Sampling {
-
-/// Sample sizes are meant for release builds; elsewhere a smaller sample must do.
-constexpr int scaled(int count) {
-#ifdef NDEBUG
-    return count;
-#else
-    return count / 10;
-#endif
-}
 
 class Draws {
   public:
@@ -90,7 +82,7 @@ inline std::string scatter(std::string_view material, Draws& draws) {
         for (;;) {
             int square = pawn ? 8 + draws.below(48) : draws.below(64);
             if (pawn && draws.below(2))
-                square = (square & 56) | (draws.below(2) ? 7 : 0);
+                square = makeSquare(draws.below(2) ? FileH : FileA, rankOf(square));
             char& cell = letters[static_cast<std::size_t>(square)];
             if (cell != ' ')
                 continue;
@@ -117,14 +109,14 @@ void visitScattered(std::string_view material, std::uint64_t seed, int count, Vi
 /// Calls `visit` with `count` boards on which both sides own any number of any pieces.
 template <class Visit>
 void visitWild(std::uint64_t seed, int count, Visit&& visit) {
-    constexpr std::string_view kPieces = "PNBRQQQpnbrqqq";
+    constexpr std::string_view kLetters = "PNBRQQQpnbrqqq";
     Draws draws(seed);
     Board board{};
     while (count > 0) {
         std::string letters(64, ' ');
         const int density = 1 + draws.below(8);
         for (int square = 0; square < 64; ++square) {
-            const char letter = kPieces[static_cast<std::size_t>(draws.below(14))];
+            const char letter = kLetters[static_cast<std::size_t>(draws.below(14))];
             const bool pawn = letter == 'P' || letter == 'p';
             if (draws.below(8) < density && !(pawn && (square < 8 || square > 55)))
                 letters[static_cast<std::size_t>(square)] = letter;

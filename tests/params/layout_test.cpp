@@ -82,35 +82,43 @@ TEST(WeightLayout, BlocksFollowEachOtherAsTabulated) {
 }
 
 TEST(WeightLayout, HandlesAreTheTabulatedIndices) {
-    EXPECT_EQ(first("matMg_"), 0);
-    EXPECT_EQ(first("matEg_"), 5);
-    EXPECT_EQ(first("pstMg_"), 10);
-    EXPECT_EQ(first("pawnEg_"), 394);
-    EXPECT_EQ(first("kingEg_"), 458);
-    EXPECT_EQ(first("mobMg_N_"), 522);
-    EXPECT_EQ(first("mobEg_N_"), 531);
-    EXPECT_EQ(first("mobMg_B_"), 540);
-    EXPECT_EQ(first("mobEg_B_"), 554);
-    EXPECT_EQ(first("mobMg_R_"), 568);
-    EXPECT_EQ(first("mobEg_R_"), 583);
-    EXPECT_EQ(first("mobMg_Q_"), 598);
-    EXPECT_EQ(first("mobEg_Q_"), 626);
-    EXPECT_EQ(first("pstEgDelta_"), 654);
-    EXPECT_EQ(first("bishopPair"), 1038);
-    EXPECT_EQ(first("rookOpenMg"), 1039);
-    EXPECT_EQ(first("rookOpenEg"), 1040);
-    EXPECT_EQ(first("rookSemiMg"), 1041);
-    EXPECT_EQ(first("rookSemiEg"), 1042);
-    EXPECT_EQ(first("passedMg_"), 1043);
-    EXPECT_EQ(first("passedEg_"), 1051);
-    EXPECT_EQ(first("isolatedMg"), 1059);
-    EXPECT_EQ(first("isolatedEg"), 1060);
-    EXPECT_EQ(first("doubledMg"), 1061);
-    EXPECT_EQ(first("doubledEg"), 1062);
-    EXPECT_EQ(first("connectedMg"), 1063);
-    EXPECT_EQ(first("connectedEg"), 1064);
-    EXPECT_EQ(first("ksSafety_"), 1065);
-    EXPECT_EQ(first("ksOpenFile"), 1081);
+    EXPECT_EQ(cells("matMg_").first, 0);
+    EXPECT_EQ(cells("matEg_").first, 5);
+    EXPECT_EQ(cells("pstMg_").first, 10);
+    EXPECT_EQ(cells("pawnEg_").first, 394);
+    EXPECT_EQ(cells("kingEg_").first, 458);
+    EXPECT_EQ(cells("mobMg_N_").first, 522);
+    EXPECT_EQ(cells("mobEg_N_").first, 531);
+    EXPECT_EQ(cells("mobMg_B_").first, 540);
+    EXPECT_EQ(cells("mobEg_B_").first, 554);
+    EXPECT_EQ(cells("mobMg_R_").first, 568);
+    EXPECT_EQ(cells("mobEg_R_").first, 583);
+    EXPECT_EQ(cells("mobMg_Q_").first, 598);
+    EXPECT_EQ(cells("mobEg_Q_").first, 626);
+    EXPECT_EQ(cells("pstEgDelta_").first, 654);
+    EXPECT_EQ(cells("bishopPair").first, 1038);
+    EXPECT_EQ(cells("rookOpenMg").first, 1039);
+    EXPECT_EQ(cells("rookOpenEg").first, 1040);
+    EXPECT_EQ(cells("rookSemiMg").first, 1041);
+    EXPECT_EQ(cells("rookSemiEg").first, 1042);
+    EXPECT_EQ(cells("passedMg_").first, 1043);
+    EXPECT_EQ(cells("passedEg_").first, 1051);
+    EXPECT_EQ(cells("isolatedMg").first, 1059);
+    EXPECT_EQ(cells("isolatedEg").first, 1060);
+    EXPECT_EQ(cells("doubledMg").first, 1061);
+    EXPECT_EQ(cells("doubledEg").first, 1062);
+    EXPECT_EQ(cells("connectedMg").first, 1063);
+    EXPECT_EQ(cells("connectedEg").first, 1064);
+    EXPECT_EQ(cells("ksSafety_").first, 1065);
+    EXPECT_EQ(cells("ksOpenFile").first, 1081);
+}
+
+TEST(WeightLayout, RowsOfABlockFollowEachOther) {
+    EXPECT_EQ(cells("pstMg_", 5).first, 10 + 5 * 64);
+    EXPECT_EQ(cells("pstMg_", 5).count, 64);
+    EXPECT_EQ(cells("matEg_", 4).first, 9);
+    EXPECT_EQ(cells("matEg_", 4).count, 1);
+    EXPECT_EQ(cells("mobMg_Q_").count, 28);
 }
 
 TEST(WeightLayout, NamesWithinABlockCarryPieceLetterAndSquare) {

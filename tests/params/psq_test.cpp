@@ -6,21 +6,15 @@ namespace {
 
 using namespace EvalParams;
 
-enum : int { White, Black };
-enum : int { Pawn, Knight, Bishop, Rook, Queen, King };
-
-// Squares from a1 = 0 along the ranks.
-constexpr int kA1 = 0;
-constexpr int kA2 = 8;
-constexpr int kA7 = 48;
-constexpr int kA8 = 56;
+constexpr Square kA2 = makeSquare(FileA, Rank2);
+constexpr Square kA7 = makeSquare(FileA, Rank7);
 
 TEST(Psq, HasTheStatedExamples) {
     EXPECT_EQ(kPsq[White][Pawn][kA2], (ScorePair{60, 131}));
-    EXPECT_EQ(kPsq[White][Knight][kA1], (ScorePair{312, 255}));
+    EXPECT_EQ(kPsq[White][Knight][A1], (ScorePair{312, 255}));
     EXPECT_EQ(kPsq[Black][Pawn][kA7].mg, -60);
     EXPECT_EQ(kPsq[Black][Pawn][kA7].eg, -131);
-    EXPECT_EQ(kPsq[Black][Knight][kA8], (ScorePair{-312, -255}));
+    EXPECT_EQ(kPsq[Black][Knight][A8], (ScorePair{-312, -255}));
 }
 
 TEST(Psq, OfAWhitePawnIsMaterialAndPlacementOfEachPhase) {
@@ -59,7 +53,7 @@ TEST(Psq, OfABlackPieceIsTheNegatedEntryOfTheMirroredSquare) {
 
 TEST(Psq, IsKnownWhenCompiling) {
     constexpr ScorePair kPawnOnA2 = kPsq[White][Pawn][kA2];
-    constexpr ScorePair kKnightOnA1 = materialAndPlacement(Knight, kA1);
+    constexpr ScorePair kKnightOnA1 = materialAndPlacement(Knight, A1);
     EXPECT_EQ(kPawnOnA2, (ScorePair{60, 131}));
     EXPECT_EQ(kKnightOnA1, (ScorePair{312, 255}));
 }

@@ -40,6 +40,17 @@ int highest(const int (&table)[64]) {
     return *std::max_element(std::begin(table), std::end(table));
 }
 
+// --- placement cells ---
+
+TEST(PlacementCells, AreInTheOrderOfAPrintedBoardAndMirroredForBlack) {
+    EXPECT_EQ(placementCell(White, A8), 0);
+    EXPECT_EQ(placementCell(White, H8), 7);
+    EXPECT_EQ(placementCell(White, A1), 56);
+    EXPECT_EQ(placementCell(White, H1), 63);
+    EXPECT_EQ(placementCell(Black, A1), 0);
+    EXPECT_EQ(placementCell(Black, H8), 63);
+}
+
 // --- material and phase ---
 
 TEST(Material, HasTheStatedMiddleGameValues) {

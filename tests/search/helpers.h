@@ -4,23 +4,21 @@
 #include "board/movegen.h"
 #include "search/search.h"
 #include "search/tt.h"
+#include "support/build.h"
+#include "support/notation.h"
+#include "support/positions.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// Tests do less in builds without optimisation and with sanitizers.
-#ifdef NDEBUG
-inline constexpr bool kOptimised = true;
-#else
-inline constexpr bool kOptimised = false;
-#endif
+using Notation::boardOf;
+using Notation::moveOf;
 
 inline constexpr std::string_view kMiddleGameFen =
     "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10";
@@ -32,20 +30,6 @@ inline constexpr std::string_view kMatedFen =
     "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 1 3";
 inline constexpr std::string_view kStalematedFen = "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1";
 
-inline Board boardOf(std::string_view fen) {
-    Board board;
-    board.reset();
-    EXPECT_TRUE(board.setFen(fen)) << fen;
-    return board;
-}
-
-/// The pseudo-legal move that a text means here.
-inline Move moveOf(const Board& board, std::string_view text) {
-    const Move m = matchMove(board, parseUCIMove(text));
-    EXPECT_NE(m, 0U) << text << " in " << board.fen();
-    return m;
-}
-
 /// Plays moves in coordinate notation.
 inline void play(Board& board, std::initializer_list<std::string_view> texts) {
     for (const std::string_view text : texts)
@@ -54,14 +38,7 @@ inline void play(Board& board, std::initializer_list<std::string_view> texts) {
 
 /// Every FEN of the shared list of positions.
 inline const std::vector<std::string>& testPositions() {
-    static const std::vector<std::string> fens = [] {
-        std::vector<std::string> lines;
-        std::ifstream file(MORVANE_TEST_DATA "/positions.epd");
-        for (std::string line; std::getline(file, line);)
-            lines.push_back(line);
-        EXPECT_GT(lines.size(), 400U);
-        return lines;
-    }();
+    static const std::vector<std::string> fens = Positions::readShared();
     return fens;
 }
 

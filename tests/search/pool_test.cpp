@@ -8,14 +8,6 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kInstrumented = true;
-#elif defined(__has_feature)
-constexpr bool kInstrumented = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kInstrumented = false;
-#endif
-
 /// Bytes of address space that the process has.
 rlim_t addressSpace() {
     std::ifstream file("/proc/self/statm");

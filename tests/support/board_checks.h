@@ -41,7 +41,7 @@ inline std::string differences(const Board& a, const Board& b) {
     note(text, "colorBB[White]", a.colorBB[White], b.colorBB[White]);
     note(text, "colorBB[Black]", a.colorBB[Black], b.colorBB[Black]);
     note(text, "occupied", a.occupied, b.occupied);
-    for (Square sq = 0; sq < 64; ++sq)
+    for (Square sq = 0; sq < kSquares; ++sq)
         note(text, "mailbox", a.mailbox[sq], b.mailbox[sq]);
     note(text, "sideToMove", a.sideToMove, b.sideToMove);
     note(text, "epSquare", a.epSquare, b.epSquare);
@@ -64,14 +64,14 @@ inline std::string differences(const Board& a, const Board& b) {
 /// Names of the redundant fields of a board that are not what the rest of the board says.
 inline std::string inconsistencies(const Board& board) {
     using Detail::note;
-    Bitboard colors[2] = {0, 0};
-    Piece mailbox[64];
+    Bitboard colors[kColors] = {};
+    Piece mailbox[kSquares];
     std::fill(std::begin(mailbox), std::end(mailbox), kNoPiece);
     std::uint64_t key = board.sideToMove == Black ? Zobrist::sideToMove : 0;
     std::uint64_t pawnKey = 0;
     int mg = 0;
     int eg = 0;
-    int material[2] = {0, 0};
+    int material[kColors] = {};
     int phase = 0;
     int squares = 0;
     for (const Color c : {White, Black})
@@ -90,14 +90,14 @@ inline std::string inconsistencies(const Board& board) {
             }
     key ^= Zobrist::castling[board.castling];
     if (board.epSquare != kNoSquare)
-        key ^= Zobrist::enPassant[board.epSquare & 7];
+        key ^= Zobrist::enPassant[fileOf(static_cast<Square>(board.epSquare))];
 
     std::string text;
     note(text, "pieces (two on one square)", squares, popcount(colors[White] | colors[Black]));
     note(text, "colorBB[White]", board.colorBB[White], colors[White]);
     note(text, "colorBB[Black]", board.colorBB[Black], colors[Black]);
     note(text, "occupied", board.occupied, colors[White] | colors[Black]);
-    for (Square sq = 0; sq < 64; ++sq)
+    for (Square sq = 0; sq < kSquares; ++sq)
         note(text, "mailbox", board.mailbox[sq], mailbox[sq]);
     note(text, "key", board.key, key);
     note(text, "pawnKey", board.pawnKey, pawnKey);

@@ -2,30 +2,15 @@
 
 #include "board/board.h"
 #include "board/movegen.h"
+#include "support/squares.h"
 
-#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-/// Squares, moves and boards written the way a person writes them, for the tests that need a board.
-/// A misspelt square or position must not pass silently, so every helper stops at one.
+/// Moves and boards written the way a person writes them, for the tests that need a board. A
+/// misspelt move or position throws: it must not pass silently.
 namespace Notation {
-
-/// "e4" as a square.
-constexpr Square squareAt(std::string_view name) {
-    if (name.size() != 2 || name[0] < 'a' || name[0] > 'h' || name[1] < '1' || name[1] > '8')
-        throw std::invalid_argument("not a square");
-    return makeSquare(name[0] - 'a', name[1] - '1');
-}
-
-/// "b3 c2" as a set of squares; "" is the empty set.
-constexpr Bitboard squaresAt(std::string_view names) {
-    Bitboard set = 0;
-    for (std::size_t i = 0; i < names.size(); i += 3)
-        set |= bit(squareAt(names.substr(i, 2)));
-    return set;
-}
 
 /// "e2e4" and a flag as a move; promoted pieces are part of the flag.
 constexpr Move moveOf(std::string_view squares, std::uint32_t flag = FlagQuiet) {
@@ -53,6 +38,14 @@ inline Board boardOf(std::string_view fen) {
     if (!board.setFen(fen))
         throw std::invalid_argument("not a position: " + std::string(fen));
     return board;
+}
+
+/// The pseudo-legal move that a text in coordinate notation means here.
+inline Move moveOf(const Board& board, std::string_view text) {
+    const Move m = matchMove(board, parseUCIMove(text));
+    if (m == 0)
+        throw std::invalid_argument("no move here: " + std::string(text) + " in " + board.fen());
+    return m;
 }
 
 using Generator = void (*)(const Board&, MoveList&);

@@ -233,7 +233,7 @@ TEST(DataLine, AgreesWithTheSecondReaderOnDamagedLines) {
     std::mt19937_64 random(5);
     const auto below = [&](std::size_t limit) { return random() % limit; };
     int accepted = 0;
-    const int lines = Sampling::scaled(100000);
+    const int lines = scaled(100000);
     for (int i = 0; i < lines; ++i) {
         std::string line = stems[below(stems.size())];
         for (std::size_t change = below(5); change > 0 && !line.empty(); --change) {

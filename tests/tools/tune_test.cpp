@@ -208,11 +208,11 @@ void expectNaiveFeatures(const Board& board) {
 
 TEST(Extract, CountsLikeTheSecondCountInGames) {
     visitData(expectNaiveFeatures);
-    Sampling::visitGames(301, Sampling::scaled(6000), expectNaiveFeatures);
+    Sampling::visitGames(301, scaled(6000), expectNaiveFeatures);
 }
 
 TEST(Extract, CountsLikeTheSecondCountOnUnusualBoards) {
-    visitUnusual(302, std::max(Sampling::scaled(600), 60), expectNaiveFeatures);
+    visitUnusual(302, std::max(scaled(600), 60), expectNaiveFeatures);
 }
 
 /// "name mg eg" for each weight that is used, in the order of the list.
@@ -298,8 +298,8 @@ TEST(Extract, TheColourMirrorNegatesEveryCount) {
                 << Tune::paramName(k) << ' ' << fen;
     };
     visitData(check);
-    Sampling::visitGames(304, Sampling::scaled(1000), check);
-    visitUnusual(305, std::max(Sampling::scaled(100), 20), check);
+    Sampling::visitGames(304, scaled(1000), check);
+    visitUnusual(305, std::max(scaled(100), 20), check);
 }
 
 // --- the value from the counts ---
@@ -330,11 +330,11 @@ class ReconstructTest : public testing::Test {
 TEST_F(ReconstructTest, IsTheEvaluationInGames) {
     const auto check = [this](const Board& board) { expectEvaluation(board); };
     visitData(check);
-    Sampling::visitGames(306, Sampling::scaled(30000), check);
+    Sampling::visitGames(306, scaled(30000), check);
 }
 
 TEST_F(ReconstructTest, IsTheEvaluationOnUnusualBoards) {
-    visitUnusual(307, std::max(Sampling::scaled(3000), 100),
+    visitUnusual(307, std::max(scaled(3000), 100),
                  [this](const Board& board) { expectEvaluation(board); });
 }
 
@@ -371,8 +371,8 @@ TEST_F(ReconstructTest, OneWeightChangesTheTotalsByItsCounts) {
             changed += wanted != evaluate(board);
         }
     };
-    Sampling::visitGames(309, Sampling::scaled(2000), check);
-    EXPECT_GT(changed, Sampling::scaled(500));
+    Sampling::visitGames(309, scaled(2000), check);
+    EXPECT_GT(changed, scaled(500));
 }
 
 TEST_F(ReconstructTest, DividesInItsOrderTowardsZero) {
