@@ -7,9 +7,9 @@
 #include <cassert>
 #include <cstdint>
 
-/// The vocabulary in which the evaluation is written: its terms, the weights it uses and the sink
-/// that takes them up. The walk over a position (walk.h) names weights and counts; a sink decides
-/// what becomes of them: a score, a printed breakdown, a row of features.
+/// The vocabulary in which the evaluation is written: its terms, its weights and the sink that
+/// receives them. The walk over a position (walk.h) names weights and counts; a sink decides what
+/// becomes of them: a score, a printed breakdown, a row of features.
 namespace Eval {
 
 /// Lines of the printed breakdown, in its order.
@@ -134,7 +134,7 @@ inline constexpr auto kCells = packedCells<F>();
 
 } // namespace Detail
 
-/// Sink that adds everything up to one pair: what the search pays for.
+/// Sink that adds everything up to one pair: the one of the search.
 class SumSink {
   public:
     /// Counts `count` uses of one cell of a feature; positive for White.
@@ -144,7 +144,7 @@ class SumSink {
         sum_ += Detail::kCells<F>[static_cast<std::size_t>(cell)] * count;
     }
 
-    /// Adds an amount that is no multiple of a weight, White's point of view.
+    /// Adds an amount that is not a multiple of a weight, from White's point of view.
     template <Term>
     void addConstant(int mg, int eg) {
         sum_ += Detail::pack(mg, eg);

@@ -76,7 +76,7 @@ void classify(int slot, Square strongKing, Workspace& w) {
     w.strongToMove[slot][strongKing] =
         isOnSeventh(slot) ? apart & ~pawnAttacks & promotionWins(pawn, strongKing) : 0;
 
-    // Drawn at once: stalemate, or the pawn falls.
+    // Drawn at once: stalemate, or the pawn is lost.
     const Bitboard refuge = ~(strongReach | pawnAttacks);
     Bitboard drawn = ~reachedBy(refuge);
     if (!(strongReach & bit(pawn)))

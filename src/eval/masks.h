@@ -7,14 +7,13 @@ namespace Eval {
 /// Fills `gBetweenBB` and the masks below. Called once at program start, after `Attacks::init`.
 void init();
 
-/// Round a king of the given colour: his square, its neighbours and the squares up to two ranks
-/// before him on his and the neighbouring files.
+/// King zone by the king's colour and square: the square, its neighbours and the king shield.
 extern Bitboard gKingZone[kColors][kSquares];
 
-/// Before a king: one and two ranks ahead on his and the neighbouring files.
+/// King shield: the squares one and two ranks ahead on the king's and the neighbouring files.
 extern Bitboard gKingShield[kColors][kSquares];
 
-/// A file and its neighbours, one bit a file.
+/// A file and its neighbours, one bit for each file.
 extern std::uint8_t gFileGroup[kFiles];
 
 } // namespace Eval

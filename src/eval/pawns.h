@@ -9,7 +9,7 @@ struct PawnFeatures {
     std::int32_t doubled[kColors]; // pawns beyond the first on their file
     std::int32_t connected[kColors];
     std::int32_t passed[kColors][kRanks]; // by relative rank
-    std::int32_t candidate[kColors];      // half-open pawns that may become passers
+    std::int32_t candidate[kColors];      // pawns that may become passers
 };
 
 /// Adds the counts of both colours to `features`, which the caller has zeroed.
@@ -18,14 +18,14 @@ void computePawnFeatures(const Board& board, PawnFeatures& features);
 /// Passed pawns of both colours: no enemy pawn ahead on their own or a neighbouring file.
 Bitboard passedPawns(const Board& board);
 
-/// Worth of advanced passed pawns against kings, blockers and attackers, White's point of view.
+/// Bonus of advanced passed pawns, by kings, blockers and attackers, from White's point of view.
 /// `passed` are the board's passed pawns, `attackedBy` the squares that each side attacks.
 void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
                  int& mg, int& eg);
 
 namespace Eval {
 
-/// What is remembered of a pawn structure.
+/// What the pawn cache keeps of a pawn structure.
 struct PawnEntry {
     std::uint64_t key;
     std::int16_t mg; // score, White's point of view
@@ -33,8 +33,8 @@ struct PawnEntry {
     Bitboard passed; // of both colours
 };
 
-/// The entry of the board's pawn structure in the calling thread's cache, filled if need be. Valid
-/// until the next call.
+/// The entry of the board's pawn structure in the calling thread's cache, computed if it is
+/// missing. Valid until the next call.
 const PawnEntry& pawnEntry(const Board& board);
 
 /// Score of the pawn structure, White's point of view, through the cache.
@@ -43,7 +43,7 @@ inline ScorePair evalPawns(const Board& board) {
     return {entry.mg, entry.eg};
 }
 
-/// The same computed afresh; the cache is neither read nor written.
+/// The same computed from scratch, without the cache.
 ScorePair evalPawnsRaw(const Board& board);
 
 } // namespace Eval

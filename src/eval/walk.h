@@ -8,14 +8,15 @@
 #include "eval/walk_pawns.h"
 
 #include <algorithm>
+#include <cassert>
 
 /// The evaluation, written once: a walk over a position that tells a sink which weights count how
 /// often, all from White's point of view and in centipawns. Play, the printed breakdown and feature
 /// extraction differ in the sink alone.
 namespace Eval {
 
-/// Pieces of `king`'s colour that stand alone between him and an enemy slider: the set, and for
-/// each square in it the ray that the piece may not leave (`rays` is not set elsewhere).
+/// Pieces pinned to the king of colour `king`: the set, and for each square in it the ray that the
+/// piece may not leave (`rays` is not set elsewhere).
 inline void computeAbsolutePins(const Board& board, Color king, Bitboard& pinned,
                                 Bitboard (&rays)[kSquares]) {
     const Square sq = board.kingSquare(king);
@@ -36,8 +37,8 @@ void computeAttackedBy(const Board& board, Bitboard (&attackedBy)[kColors]);
 
 namespace Detail {
 
-/// Attack units against a king and, above them, the weight of the attackers: both in one number,
-/// because each attack adds to both.
+/// Attack units against a king in the lower half, the weight of the attackers in the upper half:
+/// each attack adds to both at once.
 using KingDanger = std::uint32_t;
 
 inline constexpr int kDangerWeightShift = 16;
@@ -53,11 +54,11 @@ struct PieceWalk {
     KingDanger danger[kColors]; // to each king
 };
 
-/// One side's pieces on the walk, and what they look at.
+/// What the walk over one side's pieces needs and gathers.
 struct SideWalk {
     Bitboard attackedBy;
     Bitboard mobilityArea;
-    Bitboard enemyRing; // the enemy king and his neighbours
+    Bitboard enemyRing; // the enemy king and the squares next to him
     Bitboard enemyZone;
     KingDanger danger; // to the enemy king
     Bitboard pinned;
@@ -81,8 +82,8 @@ SideWalk beginSide(const Board& board) {
             0};
 }
 
-/// Rook on a file without own pawns: positive, more in the middle game on an open file, more in the
-/// end game on a semi-open one.
+/// Rook on a file without pawns of its own side: a bonus, for the middle game on an open file, for
+/// both phases on a semi-open one.
 template <Color Us, class Sink>
 void addRookFile(const Board& board, Square sq, Sink& sink) {
     const Bitboard file = fileBB(fileOf(sq));
@@ -94,8 +95,8 @@ void addRookFile(const Board& board, Square sq, Sink& sink) {
         sink.template use<Term::RookFiles, kRookOpen>(0, signOf(Us));
 }
 
-/// Mobility: reachable squares that no own piece holds and no enemy pawn attacks; few are a
-/// handicap, many an asset. On the way the attacks on the enemy king are counted for king safety.
+/// Mobility: reachable squares that no own piece occupies and no enemy pawn attacks; few cost, many
+/// gain. The attacks on the enemy king are counted on the way, for king safety.
 template <Piece P, Color Us, class Sink>
 void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSquares],
                Sink& sink) {
@@ -105,7 +106,7 @@ void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSq
         Bitboard attacks = Attacks::attacksOf<P>(sq, board.occupied);
         walk.attackedBy |= attacks;
 
-        // The ring lies within the zone, so a piece that attacks it counts twice the half.
+        // The ring is part of the zone, so a piece that attacks the ring counts both halves.
         const KingDanger pressure =
             KingDanger{(attacks & walk.enemyRing) != 0} + ((attacks & walk.enemyZone) != 0);
         walk.danger += pressure * kZoneAttack<P>;
@@ -151,8 +152,9 @@ void addBishopPair(const Board& board, Sink& sink) {
     sink.template use<Term::BishopPair, kBishopPair>(0, pairs);
 }
 
-/// Shelter of a king away from the centre: files with a pawn just before him gain, files without a
-/// pawn of his cost. Danger: the more the enemy attacks round him, the worse. Middle game only.
+/// Shelter of a king away from the centre: files with an own pawn close in front of him gain, files
+/// without an own pawn cost. Danger: the more the enemy attacks round him, the worse. Middle game
+/// only.
 template <Color Us, class Sink>
 void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
     constexpr unsigned kCentre = 1 << FileD | 1 << FileE | 1 << FileF; // no shelter to lose there
@@ -173,6 +175,13 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
     sink.template addConstant<Term::KingSafety>(signOf(Us) * amount, 0);
 }
 
+/// Whether the maps that the walk has gathered are what each side attacks.
+inline bool areAttackMaps(const Board& board, const Bitboard (&maps)[kColors]) {
+    Bitboard attackedBy[kColors];
+    computeAttackedBy(board, attackedBy);
+    return maps[White] == attackedBy[White] && maps[Black] == attackedBy[Black];
+}
+
 /// Passed pawns against the pieces: a free path, a defended next step, kings near and far.
 template <class Sink>
 void addPassers(const Board& board, Bitboard passed, const PieceWalk& walk, Sink& sink) {
@@ -180,14 +189,15 @@ void addPassers(const Board& board, Bitboard passed, const PieceWalk& walk, Sink
         return;
     int mg = 0;
     int eg = 0;
+    assert(areAttackMaps(board, walk.attackedBy));
     passerTerms(board, passed, walk.attackedBy, mg, eg);
     sink.template addConstant<Term::Pawns>(mg, eg);
 }
 
 } // namespace Detail
 
-/// Material and placement of everything but the kings, counted afresh: the sums that the board
-/// keeps, piece by piece.
+/// Material and placement of everything but the kings, counted from scratch: what the board keeps
+/// as sums.
 template <class Sink>
 void walkMaterial(const Board& board, Sink& sink) {
     const auto addPiecesOfType = [&]<Piece P>() {
@@ -223,8 +233,8 @@ void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
     addPassers(board, passed, walk, sink);
 }
 
-/// The walk of play: material and pawn structure are taken from what the board and the pawn cache
-/// keep; everything else is counted.
+/// The walk of the search: material comes from the board's sums and pawn structure from the pawn
+/// cache; everything else is counted.
 template <class Sink>
 void walkIncremental(const Board& board, Sink& sink) {
     sink.template addConstant<Term::Material>(board.psqMg, board.psqEg);
@@ -233,7 +243,7 @@ void walkIncremental(const Board& board, Sink& sink) {
     walkPieces(board, pawns.passed, sink);
 }
 
-/// The same walk with nothing taken from what is kept: each use of each weight is counted.
+/// The same walk without those shortcuts: each use of each weight is counted.
 template <class Sink>
 void walkFromScratch(const Board& board, Sink& sink) {
     walkMaterial(board, sink);

@@ -103,12 +103,10 @@ inline constexpr int kKsRingUnits = 2;
 inline constexpr int kKsZoneUnits = 1;
 inline constexpr int kKsWeightDivisor = 5;
 
-/// Driving a king to the edge begins with a lead of more than this in non-pawn material.
+/// Mop-up: a lead in non-pawn material of more than this drives the losing king to the edge.
 inline constexpr int kMopUpLead = 100;
-inline constexpr int kMopUpCloseness =
-    5; // per step by which the kings are closer than corner to corner
-inline constexpr int kMopUpEdge =
-    10; // per step by which the losing king is nearer to a corner than the centre is
+inline constexpr int kMopUpCloseness = 5; // per step that the kings are nearer than 14 apart
+inline constexpr int kMopUpEdge = 10;     // per step of the losing king from the centre to a corner
 
 /// King, bishop and knight against a lone king: per step towards a corner of the bishop's colour.
 inline constexpr int kKbnCorner = 30;
