@@ -5,6 +5,7 @@
 #   make CMAKE_ARGS=-DMORVANE_ARCH=baseline
 #   make test
 #   make install PREFIX=/usr/local DESTDIR=
+#   make uninstall                       with the same PREFIX and DESTDIR
 #   make clean                           removes what was built, with ./morvane, or what EXE names
 
 EXE = morvane
@@ -28,7 +29,7 @@ choice := $(compiler) $(CXXFLAGS) $(LDFLAGS) $(CMAKE_ARGS)
 folder := build/make/$(firstword $(shell printf %s $(call quoted,$(choice)) | cksum))
 generator := $(if $(shell command -v ninja),Ninja,Unix Makefiles)
 
-.PHONY: all build install test clean
+.PHONY: all build install uninstall test clean
 all: build
 	mkdir -p -- "$$(dirname -- "$$EXE")"
 	install -m 755 -- $(folder)/morvane "$$EXE"
@@ -39,6 +40,17 @@ build:
 
 install: build
 	cmake --install $(folder) --prefix "$$PREFIX"
+
+# What an installation would put there goes, and so do its folders if nobody else has put anything there.
+uninstall: build
+	rm -rf $(folder)/staged
+	case $$PREFIX in /*) ;; *) PREFIX=$$PWD/$$PREFIX ;; esac; \
+	staged=$$PWD/$(folder)/staged; export staged; \
+	DESTDIR=$$staged cmake --install $(folder) --prefix "$$PREFIX" >/dev/null && \
+	find "$$staged" ! -type d -exec sh -c 'for f; do rm -fv -- "$$DESTDIR$${f#"$$staged"}"; done' - {} + && \
+	find "$$staged" -depth -path '*/doc/morvane*' -type d -exec sh -c \
+	    'for f; do rmdir -- "$$DESTDIR$${f#"$$staged"}" 2>/dev/null || true; done' - {} +
+	rm -rf $(folder)/staged
 
 test:
 	./test

@@ -1,4 +1,10 @@
 # What a Debian package has beyond an installation, and how CPack makes one. scripts/make-package calls it.
+
+# Who answers for the package. The address is a placeholder, in a domain that is reserved for such: whoever gives
+# packages to others sets one that is read, -DMORVANE_ADDRESS=... It stands nowhere else.
+set(MORVANE_MAINTAINER "the Morvane developers" CACHE STRING "Maintainer of the Debian package")
+set(MORVANE_ADDRESS "morvane@example.org" CACHE STRING "The maintainer's address of electronic mail")
+
 find_program(MORVANE_GZIP gzip REQUIRED)
 
 # morvane_install_compressed(INPUT NAME FOLDER): installs FOLDER/NAME, compressed as Debian wants it.
@@ -15,7 +21,9 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/packaging)
 set(folder ${PROJECT_SOURCE_DIR}/packaging)
 morvane_install_compressed(${PROJECT_SOURCE_DIR}/docs/morvane.6 morvane.6.gz
   ${CMAKE_INSTALL_MANDIR}/man6)
-morvane_install_compressed(${folder}/changelog changelog.Debian.gz ${CMAKE_INSTALL_DOCDIR})
+configure_file(${folder}/changelog ${PROJECT_BINARY_DIR}/packaging/changelog @ONLY)
+morvane_install_compressed(${PROJECT_BINARY_DIR}/packaging/changelog changelog.Debian.gz
+  ${CMAKE_INSTALL_DOCDIR})
 install(FILES ${folder}/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES ${folder}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
   RENAME morvane)
@@ -26,7 +34,7 @@ install(FILES ${PROJECT_BINARY_DIR}/packaging/LICENSE DESTINATION ${CMAKE_INSTAL
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME morvane)
-set(CPACK_PACKAGE_CONTACT "the Morvane developers <developers@morvane.example.org>")
+set(CPACK_PACKAGE_CONTACT "${MORVANE_MAINTAINER} <${MORVANE_ADDRESS}>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "chess engine that speaks UCI")
 set(CPACK_PACKAGE_DESCRIPTION
 "Morvane plays chess for graphical chess boards, tournament managers and

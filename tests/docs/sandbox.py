@@ -60,6 +60,9 @@ class Sandbox:
         self.root = self._folder / "morvane"  # where blocks run
         self._log = self._folder / "log"
         shutil.copytree(ROOT, self.root, ignore=LEFT_OUT, symlinks=True)
+        if shutil.which("git"):
+            self._git("init", "--quiet")
+            self._git("add", "--all")
         self._place_programs()
         for name in standins.PROGRAMS:
             self._stand_in(self._folder / "bin" / name, name)
@@ -120,6 +123,18 @@ class Sandbox:
             os.killpg(process.pid, signal.SIGKILL)
             output, _ = process.communicate()
             return None, output.decode(errors="replace")
+
+    def _git(self, *arguments: str) -> str:
+        settings = os.environ | {"GIT_CONFIG_GLOBAL": os.devnull, "GIT_CONFIG_SYSTEM": os.devnull}
+        done = subprocess.run(["git", *arguments], cwd=self.root, env=settings, stdout=subprocess.PIPE, text=True,
+                              check=True)
+        return done.stdout
+
+    def left_behind(self) -> list[str]:
+        """Files that commands have left and that git would take for new parts of the repository."""
+        if not (self.root / ".git").exists():
+            return []
+        return self._git("ls-files", "--others", "--exclude-standard", "--directory").splitlines()
 
     def take_log(self) -> list[str]:
         """What stand-ins have checked since the last call."""

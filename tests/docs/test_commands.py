@@ -203,6 +203,7 @@ class Pages(unittest.TestCase):
                 with self.subTest(block.place):
                     print(f"{block.place}: {block.kind}: ", end="", file=sys.stderr, flush=True)
                     print(reader.read(block), file=sys.stderr)
+            self.assertEqual(box.left_behind(), [], ".gitignore does not name them")
 
 
 def add_pages() -> None:

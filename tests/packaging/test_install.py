@@ -52,6 +52,17 @@ def broken_links(pages: pathlib.Path) -> list[str]:
     return broken
 
 
+class Maintainer(unittest.TestCase):
+    def test_the_address_stands_once(self) -> None:
+        """So one who has an address puts it in one place."""
+        found = []
+        for path in (ROOT / "CMakeLists.txt", *ROOT.glob("packaging/*"), *ROOT.glob("cmake/*")):
+            if path.is_file():
+                found += [(path.name, each) for each in
+                          re.findall(r"[\w.+-]+@[\w.-]+\.\w+", path.read_text("utf-8"))]
+        self.assertEqual(found, [("debian.cmake", "morvane@example.org")])
+
+
 @unittest.skipUnless(shutil.which("cmake") and (BUILD / "cmake_install.cmake").exists(),
                      "the engine does not lie in its build folder")
 class Install(unittest.TestCase):

@@ -133,6 +133,28 @@ class Makefile(TreeTest):
         self.assertIn(" 0\n", self.told(self.folder / "usr/bin/morvane"))
         self.assertTrue((self.folder / "usr/share/man/man6/morvane.6").exists())
 
+    def test_uninstall(self) -> None:
+        """All that was installed goes, nothing of others, and a build that has gone since is no hindrance."""
+        usr = self.folder / "usr dir"
+        for place, arguments in ((usr, [f"PREFIX={usr}"]),
+                                 (self.folder / "stage/opt/a b", ["PREFIX=/opt/a b", f"DESTDIR={self.folder}/stage"]),
+                                 (self.tree / "relative", ["PREFIX=relative"])):
+            with self.subTest(arguments):
+                self.make("install", *arguments)
+                others = {place / name for name in ("bin/other", "share/man/man6/other.6")}
+                self.assertTrue((place / "bin/morvane").exists())
+                for path in others:
+                    path.touch()
+                self.make("clean")
+                self.make("uninstall", *arguments)
+                self.assertEqual({path for path in place.rglob("*") if not path.is_dir()}, others)
+                self.assertFalse((place / "share/doc/morvane").exists())
+                self.make("install", *arguments)
+                (place / "share/doc/morvane/notes").touch()
+                self.make("uninstall", *arguments)
+                self.assertEqual([path.name for path in (place / "share/doc/morvane").rglob("*")], ["notes"])
+                self.make("uninstall", *arguments)  # nothing is left to do
+
     def test_clean(self) -> None:
         before = {path for path in self.tree.rglob("*") if "build" not in path.parts}
         self.make()

@@ -53,7 +53,7 @@ class Package(unittest.TestCase):
         self.assertEqual(self.field("Package"), "morvane")
         self.assertEqual(self.field("Section"), "games")
         self.assertEqual(self.field("Architecture"), output("dpkg", "--print-architecture").strip())
-        self.assertTrue(self.field("Maintainer").startswith("the Morvane developers <"))
+        self.assertRegex(self.field("Maintainer"), r"^the Morvane developers <\S+@\S+>$")
         self.assertRegex(self.field("Depends"), r"^libc6 \(>= [0-9.]+\)$")
 
     def test_versions_agree(self) -> None:
@@ -65,6 +65,11 @@ class Package(unittest.TestCase):
                                  check=True, timeout=60)
         name = re.search(r"^id name Morvane (.*)$", session.stdout, re.MULTILINE)[1]
         self.assertEqual(version.rpartition("-")[0], name)
+
+    def test_maintainer(self) -> None:
+        """One definition serves the package and its changelog."""
+        with gzip.open(self.tree / "usr" / PAGES / "changelog.Debian.gz", "rt") as changelog:
+            self.assertIn(f" -- {self.field('Maintainer')}  ", changelog.read())
 
     def test_contents(self) -> None:
         beside = {"copyright", "changelog.Debian.gz"}
