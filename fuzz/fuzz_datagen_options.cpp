@@ -2,6 +2,7 @@
 #include "support.h"
 #include "tools/datagen.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <tuple>
@@ -17,17 +18,22 @@ using Fuzz::require;
 struct Number {
     bool negative = false;
     unsigned __int128 magnitude = 0;
+    bool isCut = false; // more than blanks stands behind it
+
+    static bool isBlank(char c) { return c == ' ' || (c >= 9 && c <= 13); }
 
     explicit Number(std::string_view text) {
-        while (!text.empty() && (text.front() == ' ' || (text.front() >= 9 && text.front() <= 13)))
+        while (!text.empty() && isBlank(text.front()))
             text.remove_prefix(1);
         negative = text.starts_with('-');
         if (negative || text.starts_with('+'))
             text.remove_prefix(1);
         constexpr auto kEnough = static_cast<unsigned __int128>(1) << 100;
+        const std::size_t all = text.size();
         for (; !text.empty() && text.front() >= '0' && text.front() <= '9'; text.remove_prefix(1))
             if (magnitude < kEnough)
                 magnitude = magnitude * 10 + static_cast<unsigned>(text.front() - '0');
+        isCut = text.size() < all && !std::all_of(text.begin(), text.end(), isBlank);
     }
 
     /// The nearest of 64 bits.
@@ -83,38 +89,48 @@ bool* toggle(DataGenConfig& c, std::string_view key) {
                                 : nullptr;
 }
 
-/// Sets one option. Returns false if there is none of this name.
-bool set(DataGenConfig& c, std::string_view key, std::string_view value) {
+/// Sets one option and adds what is remarked on. Returns false if there is none of this name.
+bool set(DataGenConfig& c, std::string_view key, std::string_view value, std::string& remarks) {
     const Number number(value);
+    std::string read;
     if (std::int32_t* small = smallNumber(c, key))
-        *small = number.low32();
+        read = std::to_string(*small = number.low32());
     else if (std::int64_t* large = largeNumber(c, key))
-        *large = number.asSigned();
+        read = std::to_string(*large = number.asSigned());
     else if (bool* on = toggle(c, key))
-        *on = number.magnitude != 0;
+        read = (*on = number.magnitude != 0) ? "1" : "0";
     else if (key == "seed")
-        c.seed = number.asUnsigned();
+        read = std::to_string(c.seed = number.asUnsigned());
     else if (key == "out")
         c.out = value;
     else
         return false;
+    if (number.isCut && key != "out")
+        remarks += "datagen: " + std::string(key) + "=" + std::string(value) + " — прочитано як " +
+                   read + "\n";
     return true;
 }
 
-/// Reads all arguments. Returns the message, empty if there is nothing to complain of.
-std::string readNaively(const std::vector<std::string_view>& arguments, DataGenConfig& config) {
+struct Verdict {
+    bool accepted;
+    std::string message; // why not, or the remarks
+};
+
+Verdict readNaively(const std::vector<std::string_view>& arguments, DataGenConfig& config) {
     int bare = 0;
+    std::string remarks;
     for (const std::string_view argument : arguments) {
         const std::size_t sign = argument.find('=');
+        const std::string_view key = argument.substr(0, sign);
         if (sign == std::string_view::npos) {
             if (++bare > 2)
-                return "datagen: зайвий аргумент: " + std::string(argument) + "\n";
-            set(config, bare == 1 ? "games" : "out", argument);
-        } else if (!set(config, argument.substr(0, sign), argument.substr(sign + 1))) {
-            return "datagen: невідомий параметр: " + std::string(argument.substr(0, sign)) + "\n";
+                return {false, "datagen: зайвий аргумент: " + std::string(argument) + "\n"};
+            set(config, bare == 1 ? "games" : "out", argument, remarks);
+        } else if (!set(config, key, argument.substr(sign + 1), remarks)) {
+            return {false, "datagen: невідомий параметр: " + std::string(key) + "\n"};
         }
     }
-    return "";
+    return {true, remarks};
 }
 
 auto fieldsOf(const DataGenConfig& c) {
@@ -139,14 +155,14 @@ std::vector<std::string_view> split(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::vector<std::string_view> arguments = split(Fuzz::textOf(data, size));
     DataGenConfig wanted;
-    const std::string message = readNaively(arguments, wanted);
+    const Verdict verdict = readNaively(arguments, wanted);
 
     DataGenConfig config;
     const Capture output(STDOUT_FILENO);
     const Capture errors(STDERR_FILENO);
     const bool accepted = parseDataGenArgs(arguments, config);
-    require(accepted == message.empty(), "both readers accept the same arguments");
-    require(errors.text() == message, "what is refused is told", message);
+    require(accepted == verdict.accepted, "both readers accept the same arguments");
+    require(errors.text() == verdict.message, "what is refused or cut is told", verdict.message);
     require(output.text().empty(), "standard output stays empty");
     if (accepted)
         require(fieldsOf(config) == fieldsOf(wanted), "both readers set the same options");

@@ -1,37 +1,63 @@
 #include "base/files.h"
 
+#include <cassert>
 #include <csignal>
 #include <filesystem>
 #include <limits>
 #include <system_error>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace Files {
+
+namespace {
+
+/// Cuts an open file to a size. By its number, not its name, which may belong to another file by
+/// now. Devices and pipes have no size to cut.
+bool cut(std::FILE* file, std::uint64_t size) {
+    struct stat status;
+    const int number = fileno(file);
+    if (fstat(number, &status) != 0)
+        return false;
+    return !S_ISREG(status.st_mode) || ftruncate(number, static_cast<off_t>(size)) == 0;
+}
+
+} // namespace
 
 bool RecordWriter::open(const std::string& path) {
 #ifdef SIGXFSZ
     std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes shall be told like a full disk
 #endif
-    file_.reset(std::fopen(path.c_str(), "wb"));
+    file_.reset(std::fopen(path.c_str(), "ab"));
     if (!file_)
         return false;
     std::setvbuf(file_.get(), nullptr, _IONBF, 0); // records are handed on as they come
-    path_ = path;
+    isOurs_ = false;
     size_ = 0;
     return true;
 }
 
+bool RecordWriter::clear() {
+    assert(file_);
+    isOurs_ = cut(file_.get(), 0);
+    return isOurs_;
+}
+
 bool RecordWriter::append(std::string_view record) {
+    assert(file_);
+    if (!isOurs_ && !clear())
+        return false;
     if (std::fwrite(record.data(), 1, record.size(), file_.get()) == record.size()) {
         size_ += record.size();
         return true;
     }
-    std::error_code ignored; // a device has no size to go back to
-    std::filesystem::resize_file(path_, size_, ignored);
+    cut(file_.get(), size_);
     return false;
 }
 
 bool RecordWriter::close() {
-    return std::fclose(file_.release()) == 0;
+    return !file_ || std::fclose(file_.release()) == 0;
 }
 
 bool LineReader::open(const std::string& path) {

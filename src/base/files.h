@@ -17,14 +17,20 @@ namespace Files {
 /// page.
 class RecordWriter {
   public:
-    /// Creates the file or empties it. Returns false if the system refuses.
+    /// Opens the file for writing, or creates it. What it holds stays until `clear` or the first
+    /// record: a run that ends before it has anything to write destroys nothing. Returns false if
+    /// the system refuses.
     bool open(const std::string& path);
 
-    /// Appends a record. Returns false if it could not be written whole (a full disk, for example);
-    /// nothing may be appended after that.
+    /// Drops what the open file held before. Returns false if the system refuses.
+    bool clear();
+
+    /// Appends a record, the first one to an emptied file. Returns false if it could not be written
+    /// whole (a full disk, for example); nothing may be appended after that.
     bool append(std::string_view record);
 
-    /// Returns false if the system could not keep what was written.
+    /// Returns false if the system could not keep what was written. A writer that is not open has
+    /// nothing to keep.
     bool close();
 
   private:
@@ -33,8 +39,8 @@ class RecordWriter {
     };
 
     std::unique_ptr<std::FILE, Closer> file_;
-    std::string path_;
-    std::uint64_t size_ = 0;
+    bool isOurs_ = false;    // it holds nothing but records
+    std::uint64_t size_ = 0; // of the records
 };
 
 /// Reads text line by line.

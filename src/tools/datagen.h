@@ -30,11 +30,19 @@ struct DataGenConfig {
 };
 
 /// Reads "key=value" arguments, and up to two bare ones as `games` and `out`, into `config`.
-/// Numbers are read as far as they are numbers and are not checked. Returns false, with a message,
-/// at the first unknown key or surplus argument.
+/// Numbers are read as far as they are numbers and are not checked; where more stands behind one,
+/// that is remarked on. Returns false, with a message, at the first unknown key or surplus
+/// argument.
 bool parseDataGenArgs(std::span<const std::string_view> arguments, DataGenConfig& config);
+
+/// Whether the arguments ask for help: "--help" or "-h" anywhere, or "help" as the first bare one.
+bool asksForDataGenHelp(std::span<const std::string_view> arguments);
+
+/// Prints the options with their defaults on standard error.
+void printDataGenHelp();
 
 /// Plays games of the engine against itself and writes their positions with the results. The same
 /// options make the same file, and so do the files of several runs that share its games out, one
-/// after another. Returns the exit status: 1, with a message, if the file cannot be written.
+/// after another. A file that exists is replaced with the first game; a run without one leaves it.
+/// Returns the exit status: 1, with a message, if the file cannot be written.
 int runDataGen(const DataGenConfig& config);

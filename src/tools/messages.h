@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// What the tools say on standard error when something is wrong, in one place.
+/// What the tools say on standard error, in one place: diagnostics in Ukrainian, help in English.
 namespace Messages {
 
 // --- datagen ---
@@ -15,6 +15,18 @@ inline std::string dataGenUnknownKey(const std::string& key) {
 inline std::string dataGenSurplusArgument(const std::string& argument) {
     return "datagen: зайвий аргумент: " + argument + "\n";
 }
+
+/// A value with something behind its number.
+inline std::string dataGenValueCut(const std::string& key, const std::string& value,
+                                   const std::string& read) {
+    return "datagen: " + key + "=" + value + " — прочитано як " + read + "\n";
+}
+
+/// The options follow, a line each.
+inline constexpr std::string_view kDataGenUsage =
+    "Usage: morvane datagen [GAMES [FILE]] [OPTION=VALUE...]\n"
+    "Plays games of the engine against itself and writes their positions to a file.\n"
+    "Options with their defaults (scores in centipawns):\n";
 
 inline std::string dataGenNotOpened(const std::string& path) {
     return "datagen: не вдалося відкрити для запису: " + path + "\n";

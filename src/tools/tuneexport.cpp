@@ -93,7 +93,7 @@ int runFeatureExport(const std::string& in, const std::string& out) {
     if (Files::areSameFile(in, out))
         return fail(Messages::exportOntoItself(out));
     Files::RecordWriter writer;
-    if (!writer.open(out))
+    if (!writer.open(out) || !writer.clear())
         return fail(Messages::exportOutputNotOpened(out));
 
     using Status = Files::LineReader::Status;

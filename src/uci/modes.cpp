@@ -73,6 +73,10 @@ int egScaleMode(Arguments) {
 }
 
 int dataGenMode(Arguments arguments) {
+    if (asksForDataGenHelp(arguments)) {
+        printDataGenHelp();
+        return 0;
+    }
     DataGenConfig config;
     return parseDataGenArgs(arguments, config) ? runDataGen(config) : 1;
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -34,15 +35,78 @@ class RecordWriterTest : public testing::Test {
     RecordWriter writer;
 };
 
-TEST_F(RecordWriterTest, EmptiesTheFileAndWritesRecordsAsTheyStand) {
+TEST_F(RecordWriterTest, ReplacesAFileWithItsFirstRecord) {
     folder.write("records", "what was there before");
     ASSERT_TRUE(writer.open(path));
-    EXPECT_EQ(content(), "");
+    EXPECT_EQ(content(), "what was there before");
     EXPECT_TRUE(writer.append("one\n"));
+    EXPECT_EQ(content(), "one\n");
     EXPECT_TRUE(writer.append(""));
     EXPECT_TRUE(writer.append("t\0wo\r\n\xff"s));
     EXPECT_TRUE(writer.close());
     EXPECT_EQ(content(), "one\nt\0wo\r\n\xff"s);
+}
+
+TEST_F(RecordWriterTest, WithoutARecordAFileStaysAsItWas) {
+    folder.write("records", "what was there before");
+    ASSERT_TRUE(writer.open(path));
+    EXPECT_TRUE(writer.close());
+    EXPECT_EQ(content(), "what was there before");
+    ASSERT_TRUE(writer.open(folder.pathOf("new")));
+    EXPECT_TRUE(writer.close());
+    EXPECT_EQ(TempFiles::read(folder.pathOf("new")), "");
+}
+
+TEST_F(RecordWriterTest, ARecordMayBeEmpty) {
+    folder.write("records", "what was there before");
+    ASSERT_TRUE(writer.open(path));
+    EXPECT_TRUE(writer.append(""));
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(RecordWriterTest, ClearsAFileBeforeTheFirstRecordIfAsked) {
+    folder.write("records", "what was there before");
+    ASSERT_TRUE(writer.open(path));
+    EXPECT_TRUE(writer.clear());
+    EXPECT_EQ(content(), "");
+    EXPECT_TRUE(writer.append("one"));
+    EXPECT_EQ(content(), "one");
+}
+
+TEST_F(RecordWriterTest, KnowsItsFileWhateverItIsCalledByNow) {
+    folder.write("records", "what was there before");
+    const SizeLimit full(5);
+    ASSERT_TRUE(writer.open(path));
+    std::filesystem::rename(path, folder.pathOf("renamed"));
+    folder.write("records", "other");
+    EXPECT_TRUE(writer.append("one"));
+    EXPECT_FALSE(writer.append("two"));
+    EXPECT_EQ(content(), "other");
+    EXPECT_EQ(TempFiles::read(folder.pathOf("renamed")), "one");
+}
+
+TEST_F(RecordWriterTest, ClosesOnceAndNeedNotBeOpen) {
+    EXPECT_TRUE(writer.close());
+    ASSERT_TRUE(writer.open(path));
+    EXPECT_TRUE(writer.append("one"));
+    EXPECT_TRUE(writer.close());
+    EXPECT_TRUE(writer.close());
+    EXPECT_EQ(content(), "one");
+}
+
+TEST_F(RecordWriterTest, WritesIntoPipes) {
+    const std::string pipe = folder.pathOf("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ASSERT_TRUE(writer.open(pipe));
+    EXPECT_TRUE(writer.append("one\n"));
+    EXPECT_TRUE(writer.append("two\n"));
+    EXPECT_TRUE(writer.close());
+    char found[16];
+    EXPECT_EQ(std::string(found, static_cast<std::size_t>(read(reader, found, sizeof found))),
+              "one\ntwo\n");
+    ::close(reader);
 }
 
 TEST_F(RecordWriterTest, ARecordIsInTheFileWhenAppendReturns) {

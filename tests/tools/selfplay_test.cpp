@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <initializer_list>
 #include <limits>
 #include <map>
@@ -378,8 +379,10 @@ class RunDataGen : public testing::Test {
         return caught([this] { return runDataGen(config); });
     }
 
-    /// Expects file and messages of the second data generation.
+    /// Expects file and messages of the second data generation. There is no file before, since it
+    /// would stay if no game is played.
     void expectReferenceRun() {
+        std::filesystem::remove(config.out);
         const Reference::Run wanted = Reference::run(config);
         const Outcome<int> found = run();
         EXPECT_EQ(found.result, 0);
@@ -483,13 +486,23 @@ TEST_F(RunDataGen, SeedsGoRoundAfterTheLast) {
     EXPECT_GT(all.size(), 500U);
 }
 
-TEST_F(RunDataGen, WithoutGamesEmptiesTheFile) {
+TEST_F(RunDataGen, WithoutGamesANewFileIsEmptyAndAnOldOneStays) {
     for (const int games : {0, -3}) {
-        folder.write("data.txt", "what was there before");
         config.games = games;
         expectReferenceRun();
         EXPECT_EQ(TempFiles::read(config.out), "");
+        folder.write("data.txt", "what was there before");
+        ASSERT_EQ(run().result, 0);
+        EXPECT_EQ(TempFiles::read(config.out), "what was there before");
     }
+}
+
+TEST_F(RunDataGen, WhereEveryGameIsDiscardedAnOldFileStays) {
+    folder.write("data.txt", "what was there before");
+    config.games = 3;
+    config.openingtries = 0;
+    ASSERT_EQ(run().result, 0);
+    EXPECT_EQ(TempFiles::read(config.out), "what was there before");
 }
 
 TEST_F(RunDataGen, TellsTimesAsStreamsDo) {

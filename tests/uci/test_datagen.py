@@ -46,6 +46,8 @@ SUMMARY = re.compile(
 CANNOT_OPEN = "datagen: не вдалося відкрити для запису: {}\n"
 UNKNOWN_KEY = "datagen: невідомий параметр: {}\n"
 SURPLUS = "datagen: зайвий аргумент: {}\n"
+READ_AS = "datagen: {} — прочитано як {}"
+EARLIER = b"from an earlier run\n"
 
 # Every position is written, every opening is played, and only rules end a game.
 UNCUT = ("skipcheck=0 skipquiet=0 evalcap=1000000 openingcap=1000000 openingtries=1"
@@ -132,7 +134,11 @@ class DataGenTest(FolderTest):
         )
 
     def generate(self, options: str, out: str = "data.txt") -> Run:
-        """A run with the options, a text with blanks between them, that must go well."""
+        """A run with the options, a text with blanks between them, that must go well.
+
+        It begins without a file: one from an earlier run would stay if no game is played."""
+        if os.path.exists(self.path(out)):
+            os.remove(self.path(out))
         result = self.launch(*options.split(), f"out={out}")
         self.assertEqual((result.returncode, result.stdout), (0, b""), result.stderr)
         run = self.run_of(self.read(out), result.stderr)
@@ -194,8 +200,10 @@ class Arguments(DataGenTest):
     def assert_header(self, arguments: list[str], **options: object) -> None:
         result = self.launch(*arguments)
         self.assertEqual((result.returncode, result.stdout), (0, b""), arguments)
-        lines = result.stderr.decode().split("\n")
-        self.assertEqual(lines[0], header(**{"games": 0, **options}), arguments)
+        lines = result.stderr.decode().splitlines()
+        self.assertEqual(lines[-2], header(**{"games": 0, **options}), arguments)
+        for line in lines[:-2]:  # what is remarked on
+            self.assertRegex(line, READ_AS.format(r"\w+=\s*[-+]?\d+.*\S", r"-?\d+"))
 
     def test_numbers_in_the_header(self) -> None:
         wide = {**self.LENIENT, "4294967298": 4294967298, "2147483648": 2147483648}
@@ -243,7 +251,8 @@ class Arguments(DataGenTest):
             (["", " "], {"out": " "}),
             (["games", "out"], {"out": "out"}),
             (["-7", "дані.txt"], {"games": -7, "out": "дані.txt"}),
-            ([" -2x", "-h"], {"games": -2, "out": "-h"}),
+            ([" -2x", "-hh"], {"games": -2, "out": "-hh"}),
+            (["0", "help"], {"out": "help"}),
         ):
             with self.subTest(arguments):
                 self.assert_header(arguments, **options)
@@ -268,13 +277,38 @@ class Arguments(DataGenTest):
 
     def test_no_games(self) -> None:
         for games in (0, -3):
-            self.write("data.txt", b"from an earlier run\n")
             run = self.generate(f"games={games}")
             self.assertEqual((run.data, run.progress), (b"", []))
             self.assertEqual((run.played, run.written, run.discarded), (0, 0, 0))
 
+    def test_what_stands_behind_a_number_is_remarked_on(self) -> None:
+        for argument, option, read in (("games=0k", "games=0k", 0), ("0k", "games=0k", 0)):
+            result = self.launch(argument, "nodes=5e3")
+            remarks = f"{READ_AS.format(option, read)}\n{READ_AS.format('nodes=5e3', 5)}\n"
+            self.assertTrue(result.stderr.decode().startswith(remarks + "datagen: games=0 "))
+        for argument in ("abc", "games=abc", "games=", "games= 0 ", "score=true"):
+            result = self.launch("games=0", argument)
+            self.assertEqual(result.stderr.decode().count("\n"), 2, argument)
+
+    def test_help(self) -> None:
+        for arguments in (["--help"], ["-h"], ["help"], ["5", "data.txt", "--help"],
+                          ["games=1", "help"], ["x=1", "-h"], ["-h", "1", "2", "3"]):
+            with self.subTest(arguments):
+                self.write("data.txt", EARLIER)
+                result = self.launch(*arguments)
+                self.assertEqual((result.returncode, result.stdout), (0, b""))
+                shown = dict(re.findall(r"^  (\w+)=(\S+) +\S", result.stderr.decode(), re.MULTILINE))
+                self.assertEqual(len(shown), 19)
+                for key, value in HEADER_DEFAULTS.items():
+                    self.assertEqual(shown[key], str(value))
+                self.assertEqual(os.listdir(self.folder), ["data.txt"])
+                self.assertEqual(self.read(), EARLIER)
+                os.remove(self.path("data.txt"))
+                self.launch(*arguments)
+                self.assertEqual(os.listdir(self.folder), [])
+
     def test_refused_arguments(self) -> None:
-        self.write("kept.txt", b"from an earlier run\n")
+        self.write("kept.txt", EARLIER)
         given = ["games=1", "out=kept.txt", "nodes=1"]
         for key in ("Games", "GAMES", " games", "games ", "", "threads", "hash", "skip", "depth",
                     "партій", "--games"):
@@ -289,7 +323,7 @@ class Arguments(DataGenTest):
         self.assert_refused(["1", "new.txt", "x"], SURPLUS.format("x"))
         self.assert_refused(["a=b.txt"], UNKNOWN_KEY.format("a"))
         self.assertEqual(os.listdir(self.folder), ["kept.txt"])
-        self.assertEqual(self.read("kept.txt"), b"from an earlier run\n")
+        self.assertEqual(self.read("kept.txt"), EARLIER)
 
 
 class Reports(DataGenTest):
@@ -712,6 +746,8 @@ class Interrupted(DataGenTest):
         def heed_interrupts() -> None:  # which a shell makes its background jobs ignore
             signal.signal(signal.SIGINT, signal.SIG_DFL)
 
+        if os.path.exists(self.path("data.txt")):  # it would stay if no game is finished
+            os.remove(self.path("data.txt"))
         arguments = [*self.OPTIONS[kind].split(), f"games={self.GAMES}", f"progress={progress}"]
         engine = subprocess.Popen([engine_path(), "datagen", *arguments], cwd=self.folder,
                                   stdin=subprocess.DEVNULL, stderr=subprocess.PIPE,
@@ -771,6 +807,55 @@ class Interrupted(DataGenTest):
             return reported
 
         self.kill_runs(1, wait)
+
+
+class EarlierFile(DataGenTest):
+    """A file is replaced when the first game is to be written, not before."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.write("data.txt", EARLIER)
+
+    def test_stays_without_a_game(self) -> None:
+        for arguments in (["0"], ["games=-3"], ["games=abc"], ["games=all", "nodes=1"],
+                          ["games=3", "openingtries=0"], ["games=3", "openingcap=-1", "nodes=1"]):
+            with self.subTest(arguments):
+                result = self.launch(*arguments)
+                self.assertEqual(result.returncode, 0)
+                self.assertRegex(result.stderr.decode().splitlines()[-1], SUMMARY)
+                self.assertEqual(self.read(), EARLIER)
+
+    def test_stays_until_the_first_game_is_played(self) -> None:
+        with subprocess.Popen([engine_path(), "datagen", "nodes=0", "maxdepth=128"],
+                              cwd=self.folder, stdin=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE) as engine:
+            engine.stderr.readline()  # the file is open
+            time.sleep(0.2)
+            engine.kill()
+        self.assertEqual(self.read(), EARLIER)
+
+    def test_is_replaced_by_games(self) -> None:
+        options = "games=2 nodes=1 maxplies=9"
+        self.assertEqual(self.launch(*options.split()).returncode, 0)
+        self.assert_same_file(self.read(), file_of(options))
+
+    def test_is_replaced_by_games_without_a_position(self) -> None:
+        self.assertEqual(self.launch("games=1", "maxplies=0").returncode, 0)
+        self.assertEqual(self.read(), b"")
+
+    def test_is_longer_than_the_new_one(self) -> None:
+        self.write("data.txt", 100_000 * b"x")
+        options = "games=2 nodes=1 maxplies=9"
+        self.assertEqual(self.launch(*options.split()).returncode, 0)
+        self.assert_same_file(self.read(), file_of(options))
+
+    def test_a_pipe_takes_games(self) -> None:
+        os.mkfifo(self.path("pipe"))
+        options = "games=3 nodes=1 maxplies=9"
+        with subprocess.Popen(["cat", self.path("pipe")], stdout=subprocess.PIPE) as reader:
+            result = self.launch(*options.split(), "out=pipe")
+            self.assertEqual(result.returncode, 0)
+            self.assert_same_file(reader.stdout.read(), file_of(options))
 
 
 class FullDisk(DataGenTest):
@@ -880,7 +965,8 @@ class SystemCalls(DataGenTest):
                 result = self.trace(options, "-e", "trace=write,writev,pwrite64,ftruncate")
                 self.assertEqual(result.returncode, 0)
                 with open(self.path("trace"), encoding="utf-8") as file:
-                    trace = [line for line in file if "+++" not in line]
+                    first, *trace = [line for line in file if "+++" not in line]
+                self.assertRegex(first, r" ftruncate\w*\(\d+, 0\) += 0\n")  # what it held before
                 written = [re.search(r" \w*write\w*\(.* = (\d+)\n", line) for line in trace]
                 self.assertTrue(all(written), trace)
                 ends = list(accumulate(int(match[1]) for match in written))
