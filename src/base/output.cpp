@@ -87,4 +87,8 @@ void writeDiagnostic(std::string_view text) {
     }
 }
 
+bool isInteractive() {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
+
 } // namespace Output

@@ -24,4 +24,7 @@ void writeError(std::string_view text);
 /// who does not read.
 void writeDiagnostic(std::string_view text);
 
+/// Whether a person sits there: standard input and standard error both are a terminal.
+bool isInteractive();
+
 } // namespace Output

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-std::atomic<std::int32_t> gMoveOverhead{10};
+std::atomic<std::int32_t> gMoveOverhead{kDefaultMoveOverhead};
 TimeManager gTime;
 
 namespace {

@@ -1,7 +1,7 @@
 #include "base/output.h"
 #include "platform/thread.h"
+#include "uci/commandline.h"
 #include "uci/messages.h"
-#include "uci/modes.h"
 #include "uci/startup.h"
 
 #include <iostream>
@@ -16,7 +16,7 @@ namespace {
 int run(std::span<const std::string_view> arguments) {
     try {
         initEngine();
-        return runMode(arguments);
+        return runCommandLine(arguments);
     } catch (const std::system_error&) {
         Output::writeError(Messages::kNoThread);
     } catch (const std::bad_alloc&) {

@@ -4,11 +4,10 @@
 #include <string_view>
 
 /// Every text of the front end that a user can see, in one place. Diagnostics are in Ukrainian, the
-/// words of the protocol in English.
+/// words of the protocol and what somebody new is told in English.
 namespace Messages {
 
 inline constexpr std::string_view kName = "Morvane";
-inline constexpr std::string_view kVersion = "0.11.0";
 inline constexpr std::string_view kAuthor = "the Morvane developers";
 
 inline constexpr std::string_view kBadFen = "невалідний FEN";
@@ -21,6 +20,34 @@ inline constexpr std::string_view kProcessorLacks =
     "morvane: цей процесор не має потрібних інструкцій:";
 inline constexpr std::string_view kProcessorAdvice =
     " — візьміть збірку для старіших процесорів (portable)\n";
+
+// --- before the loop starts ---
+
+/// Name and version come before it.
+inline constexpr std::string_view kGreeting =
+    ", a chess engine that speaks UCI; a chess GUI gives it a board.\n"
+    "Type \"go movetime 1000\" for a move, \"quit\" to leave; \"morvane --help\" tells more.\n";
+
+/// Name and version come before it, the modes after it.
+inline constexpr std::string_view kHelpIntroduction =
+    ", a chess engine that speaks UCI.\n"
+    "To play, add it to a chess GUI as a UCI engine, without arguments.\n"
+    "Developer modes, each of which does one thing and ends:\n";
+
+inline constexpr std::string_view kHelpPages =
+    "\"morvane datagen --help\" lists its options, \"morvane --version\" describes the build.\n"
+    "Manual: \"man morvane\"; commands, options and messages: docs/uci.md.\n";
+
+inline constexpr std::string_view kLoopRuns = "Now reading UCI commands; \"quit\" ends.\n";
+
+inline std::string unknownMode(std::string_view word) {
+    return "morvane: невідомий режим \"" + std::string(word) + "\" — запущено UCI\n";
+}
+
+inline std::string argumentsMissing(std::string_view mode, std::string_view usage) {
+    return "morvane: режиму " + std::string(mode) + " потрібні аргументи: " + std::string(usage) +
+           " — запущено UCI\n";
+}
 
 // --- any command ---
 

@@ -10,7 +10,6 @@
 #include "tools/tuneexport.h"
 #include "uci/divide.h"
 #include "uci/messages.h"
-#include "uci/uci.h"
 
 #include <iostream>
 #include <string>
@@ -95,23 +94,18 @@ int benchMode(Arguments) {
 }
 
 constexpr Mode kModes[] = {
-    {"perft", 2, perftMode},           {"benchsearch", 0, benchSearchMode},
-    {"evaltrace", 1, evalTraceMode},   {"egscale", 0, egScaleMode},
-    {"datagen", 0, dataGenMode},       {"featureexport", 2, featureExportMode},
-    {"tuneparams", 0, tuneParamsMode}, {"bench", 0, benchMode},
+    {"perft", 2, "FEN DEPTH", "count move sequences, by first move", perftMode},
+    {"benchsearch", 0, "[DEPTH]", "search ten positions and count nodes", benchSearchMode},
+    {"evaltrace", 1, "FEN", "print an evaluation term by term", evalTraceMode},
+    {"egscale", 0, "<FILE", "print the end-game scale of each FEN", egScaleMode},
+    {"datagen", 0, "[OPTION=VALUE...]", "write positions of self-play games", dataGenMode},
+    {"featureexport", 2, "DATA ROWS", "turn such positions into features", featureExportMode},
+    {"tuneparams", 0, "", "list the weights of the evaluation", tuneParamsMode},
+    {"bench", 0, "", "count move sequences of length 5", benchMode},
 };
 
 } // namespace
 
 std::span<const Mode> modes() {
     return kModes;
-}
-
-int runMode(Arguments arguments) {
-    for (const Mode& mode : kModes)
-        if (!arguments.empty() && arguments[0] == mode.word &&
-            arguments.size() > static_cast<std::size_t>(mode.arguments))
-            return mode.run(arguments.subspan(1));
-    uciLoop();
-    return 0;
 }

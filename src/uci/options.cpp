@@ -1,14 +1,14 @@
 #include "uci/options.h"
 
-#include "base/output.h"
 #include "base/parse.h"
 #include "base/text.h"
 #include "platform/budget.h"
 #include "platform/memory.h"
 #include "search/thread.h"
+#include "search/time.h"
 #include "search/tt.h"
 #include "uci/messages.h"
-#include "uci/uci.h"
+#include "uci/session.h"
 
 #include <algorithm>
 #include <new>
@@ -21,7 +21,7 @@ constexpr std::uint64_t kMiB = 1 << 20;
 // What a table and its threads leave of the memory that there is.
 constexpr std::uint64_t kReserve = 32 * kMiB;
 
-int gThreadCount = 1;
+int gThreadCount = kDefaultThreads;
 
 /// Whether the machine has the memory for a table and threads, all of it in use. Pages come with
 /// their first use, and where there are none left the system ends the process: so it must be asked
@@ -73,9 +73,9 @@ void applyMoveOverhead(int value) {
 }
 
 constexpr UciOption kOptions[] = {
-    {"Hash", "hash", 64, 1, 65536, applyHash},
-    {"Threads", "threads", 1, 1, 256, applyThreads},
-    {"Move Overhead", "move overhead", 10, 0, 5000, applyMoveOverhead},
+    {"Hash", "hash", kDefaultHashMb, 1, 65536, applyHash},
+    {"Threads", "threads", kDefaultThreads, 1, 256, applyThreads},
+    {"Move Overhead", "move overhead", kDefaultMoveOverhead, 0, 5000, applyMoveOverhead},
 };
 
 } // namespace
@@ -95,11 +95,6 @@ void setUciOption(std::string name, const std::string& value) {
         else
             infoString(Messages::optionBadValue(name, value));
     }
-}
-
-void infoString(const std::string& message) {
-    Output::write("info string " + message + "\n");
-    Output::writeDiagnostic(message + "\n");
 }
 
 void initThreads() {

@@ -4,6 +4,10 @@
 #include <string>
 #include <string_view>
 
+/// What the options have at the start.
+inline constexpr int kDefaultHashMb = 64;
+inline constexpr int kDefaultThreads = 1;
+
 /// A number that the user may set over UCI.
 struct UciOption {
     std::string_view name;    // as advertised
@@ -20,9 +24,6 @@ std::span<const UciOption> uciOptions();
 /// Sets the option of this name, in any letter case, to a value given as text and cut to its
 /// bounds. Unknown names are ignored; a text that is no number is reported and changes nothing.
 void setUciOption(std::string name, const std::string& value);
-
-/// Sends a diagnostic to the client as an info string and to standard error.
-void infoString(const std::string& message);
 
 /// Brings the thread pool to the Threads option.
 void initThreads();

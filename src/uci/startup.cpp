@@ -6,12 +6,7 @@
 #include "eval/masks.h"
 #include "search/search.h"
 #include "search/tt.h"
-
-namespace {
-
-constexpr std::uint64_t kInitialHashMb = 64; // less where the system does not give so much
-
-} // namespace
+#include "uci/options.h"
 
 void initEngine() {
     Zobrist::init();
@@ -19,7 +14,7 @@ void initEngine() {
     Eval::init();
     Endgame::init();
     Search::init();
-    std::uint64_t mb = kInitialHashMb;
+    std::uint64_t mb = kDefaultHashMb; // less where the system does not give so much
     while (!gTT.resize(mb) && mb > 1)
         mb /= 2;
 }

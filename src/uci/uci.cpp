@@ -8,9 +8,11 @@
 #include "search/thread.h"
 #include "search/tt.h"
 #include "tools/bench.h"
+#include "uci/build_info.h"
 #include "uci/divide.h"
 #include "uci/messages.h"
 #include "uci/options.h"
+#include "uci/session.h"
 
 #include <iostream>
 #include <new>
@@ -48,7 +50,7 @@ void uciCommand(Tokens&) {
     const auto idLine = [](std::string_view what, std::string_view text) {
         OutputLine().add("id ").add(what).add(" ").add(text).print();
     };
-    idLine("name", std::string(Messages::kName) + " " + std::string(Messages::kVersion));
+    idLine("name", std::string(Messages::kName) + " " + std::string(BuildInfo::kVersion));
     idLine("author", Messages::kAuthor);
     for (const UciOption& option : uciOptions())
         OutputLine()
@@ -237,11 +239,6 @@ std::string_view trimmedEnd(std::string_view line) {
 }
 
 } // namespace
-
-void stopSearch() {
-    gStopSearch = true;
-    gThreads.waitForSearchFinished();
-}
 
 void uciLoop() {
     initThreads();

@@ -3,6 +3,3 @@
 /// Speaks UCI on standard input and output until "quit" or the end of input. Bad input is reported
 /// or ignored and never ends the loop.
 void uciLoop();
-
-/// Ends a running search and waits for its answer; returns at once when there is none.
-void stopSearch();

@@ -1,6 +1,8 @@
 #include "uci/modes.h"
 
 #include "tools/bench.h"
+#include "uci/build_info.h"
+#include "uci/commandline.h"
 #include "uci/uci.h"
 
 #include <gtest/gtest.h>
@@ -38,14 +40,16 @@ Outcome caught(const std::string& input, Call call) {
 
 Outcome mode(std::initializer_list<std::string_view> arguments, const std::string& input = "") {
     const std::vector<std::string_view> list(arguments);
-    return caught(input, [&] { return runMode(list); });
+    return caught(input, [&] { return runCommandLine(list); });
 }
 
 TEST(Modes, StandInTheOrderInWhichTheyAreTried) {
-    const Mode expected[] = {
-        {"perft", 2, nullptr},      {"benchsearch", 0, nullptr}, {"evaltrace", 1, nullptr},
-        {"egscale", 0, nullptr},    {"datagen", 0, nullptr},     {"featureexport", 2, nullptr},
-        {"tuneparams", 0, nullptr}, {"bench", 0, nullptr},
+    struct {
+        std::string_view word;
+        int arguments;
+    } const expected[] = {
+        {"perft", 2},   {"benchsearch", 0},   {"evaltrace", 1},  {"egscale", 0},
+        {"datagen", 0}, {"featureexport", 2}, {"tuneparams", 0}, {"bench", 0},
     };
     ASSERT_EQ(modes().size(), std::size(expected));
     for (std::size_t i = 0; i < std::size(expected); ++i) {
@@ -55,11 +59,22 @@ TEST(Modes, StandInTheOrderInWhichTheyAreTried) {
     }
 }
 
+TEST(Modes, NameTheArgumentsThatTheyNeed) {
+    for (const Mode& m : modes()) {
+        std::istringstream words{std::string(m.usage)};
+        int needed = 0;
+        for (std::string word; words >> word;)
+            needed += word.find_first_of("[<") == std::string::npos;
+        EXPECT_EQ(needed, m.arguments) << m.word;
+        EXPECT_NE(m.meaning, "") << m.word;
+    }
+}
+
 TEST(Modes, WithoutTheirArgumentsAreNotCalledFor) {
     for (const Mode& m : modes()) {
         std::vector<std::string_view> arguments = {m.word};
         for (int given = 0; given < m.arguments; ++given) {
-            const Outcome run = caught("isready\n", [&] { return runMode(arguments); });
+            const Outcome run = caught("isready\n", [&] { return runCommandLine(arguments); });
             EXPECT_EQ(run.status, 0) << m.word;
             EXPECT_EQ(run.out, "readyok\n") << m.word << " with " << given << " arguments";
             arguments.push_back("x");
@@ -71,6 +86,37 @@ TEST(Modes, UnknownWordsAndNoneSpeakUci) {
     EXPECT_EQ(mode({}, "isready\n").out, "readyok\n");
     EXPECT_EQ(mode({"uci"}, "isready\n").out, "readyok\n");
     EXPECT_EQ(mode({"Perft", "x", "1"}, "isready\n").out, "readyok\n");
+}
+
+TEST(CommandLine, TellsOfWordsThatAreNoModeAndOfMissingArguments) {
+    EXPECT_EQ(mode({"datagne"}).err, "morvane: невідомий режим \"datagne\" — запущено UCI\n");
+    EXPECT_EQ(mode({"", "perft"}).err, "morvane: невідомий режим \"\" — запущено UCI\n");
+    EXPECT_EQ(mode({"perft", "x"}).err,
+              "morvane: режиму perft потрібні аргументи: FEN DEPTH — запущено UCI\n");
+    EXPECT_EQ(mode({"evaltrace"}).err,
+              "morvane: режиму evaltrace потрібні аргументи: FEN — запущено UCI\n");
+}
+
+TEST(CommandLine, SaysNothingWithoutArgumentsToWhoIsNoPerson) {
+    EXPECT_EQ(mode({}).err, "");
+}
+
+TEST(CommandLine, HelpNamesEveryMode) {
+    const std::string help = mode({"--help"}).err;
+    for (const Mode& m : modes()) {
+        const std::string line = "\n  morvane " + std::string(m.word) + " " + std::string(m.usage);
+        EXPECT_NE(help.find(line), std::string::npos) << m.word;
+        EXPECT_NE(help.find(" " + std::string(m.meaning) + "\n"), std::string::npos) << m.word;
+    }
+    EXPECT_EQ(mode({"-h", "x"}).err, help);
+    EXPECT_EQ(mode({"help"}).err, help);
+}
+
+TEST(CommandLine, VersionDescribesTheBuild) {
+    const std::string told = mode({"--version"}).err;
+    EXPECT_TRUE(told.starts_with(BuildInfo::describe())) << told;
+    EXPECT_TRUE(told.starts_with("Morvane " + std::string(BuildInfo::kVersion))) << told;
+    EXPECT_EQ(mode({"-v"}).err, told);
 }
 
 TEST(Modes, PerftCountsByMove) {

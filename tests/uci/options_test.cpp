@@ -3,6 +3,7 @@
 #include "search/thread.h"
 #include "search/time.h"
 #include "search/tt.h"
+#include "uci/session.h"
 
 #include <gtest/gtest.h>
 

@@ -39,19 +39,23 @@ class ModeTest(unittest.TestCase):
 
 
 class ProtocolLoop(ModeTest):
+    def assert_speaks_uci(self, *arguments: str) -> None:
+        """What standard error tells then is in test_introduction.py."""
+        result = run_mode(*arguments, stdin=b"isready\nquit\n")
+        self.assertEqual((result.returncode, result.stdout), (0, b"readyok\n"))
+
     def test_words_that_are_no_mode(self) -> None:
         for word in ("uci", "go", "", " ", "PERFT", "Bench", "BENCHSEARCH", "--help", "-h",
                      "benches", "benchsearch ", " bench", "perf", "quit"):
             for more in ([], ["1"], [START_FEN, "2"]):
                 with self.subTest(word=word, more=more):
-                    output = self.run_ok(word, *more, stdin=b"isready\nquit\n")
-                    self.assertEqual(output, "readyok\n")
+                    self.assert_speaks_uci(word, *more)
 
     def test_modes_without_their_arguments(self) -> None:
         for arguments in (["perft"], ["perft", START_FEN], ["evaltrace"], ["featureexport"],
                           ["featureexport", "only-one-path"]):
             with self.subTest(arguments):
-                self.assertEqual(self.run_ok(*arguments, stdin=b"isready\n"), "readyok\n")
+                self.assert_speaks_uci(*arguments)
 
     def test_modes_do_not_enter_it(self) -> None:
         for arguments in (["perft", START_FEN, "1"], ["benchsearch", "1"],

@@ -1,0 +1,39 @@
+#include "uci/build_info.h"
+
+#include "uci/messages.h"
+
+#ifdef MORVANE_CHECKS_PROCESSOR
+#include "platform/cpu.h"
+#endif
+
+extern const char* const kRevision; // written at each build, see cmake/revision.cmake
+
+namespace BuildInfo {
+
+namespace {
+
+/// Each with a blank before it.
+std::string instructionSets() {
+    std::string names;
+#ifdef MORVANE_CHECKS_PROCESSOR
+    for (unsigned row = 0; row < Instructions::kCount; ++row)
+        if (Instructions::kNeeded >> row & 1)
+            names += std::string(" ") + Instructions::kNames[row];
+#endif
+    return names;
+}
+
+} // namespace
+
+constexpr std::string_view kVersion = MORVANE_VERSION;
+
+std::string describe() {
+    const std::string revision(kRevision);
+    const std::string sets = instructionSets();
+    return std::string(Messages::kName) + " " + std::string(kVersion) +
+           (revision.empty() ? "" : ", revision " + revision) + "\n" +
+           "Built by " MORVANE_COMPILER " for " MORVANE_PROCESSOR +
+           (sets.empty() ? "" : " with" + sets) + "\n";
+}
+
+} // namespace BuildInfo

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// What this executable is and how it was built.
+namespace BuildInfo {
+
+/// As the build system has it, for example "1.2.3".
+extern const std::string_view kVersion;
+
+/// Version, source revision if it is known, compiler, architecture and the instruction sets beyond
+/// its baseline that the program needs: whole lines.
+std::string describe();
+
+} // namespace BuildInfo
