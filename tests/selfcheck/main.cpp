@@ -1,6 +1,6 @@
 #include "base/output.h"
+#include "selfcheck/checks.h"
 #include "selfcheck/loop.h"
-#include "tools/selfcheck.h"
 #include "uci/startup.h"
 
 #include <span>

@@ -1,7 +1,6 @@
-#include "tools/selfcheck.h"
-
 #include "search/movepicker.h"
-#include "tools/picker_check.h"
+#include "selfcheck/checks.h"
+#include "selfcheck/picker_check.h"
 #include "tools/tune.h"
 
 #include <gtest/gtest.h>

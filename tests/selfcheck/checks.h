@@ -3,8 +3,7 @@
 #include <span>
 #include <string_view>
 
-/// Checks of the engine against itself that print what they find. No mode runs them: they belong to
-/// the tests.
+/// Checks of the engine against itself that print what they find.
 
 /// Compares the move picker with generating, scoring and sorting all moves at once, on fixed
 /// positions with random histories and table moves. Returns true if anything differs.

@@ -1,6 +1,6 @@
 #include "base/output.h"
 #include "eval/evaluate.h"
-#include "tools/selfcheck.h"
+#include "selfcheck/checks.h"
 #include "tools/tune.h"
 
 #include <memory>

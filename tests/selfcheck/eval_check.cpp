@@ -1,8 +1,8 @@
 #include "base/output.h"
 #include "board/movegen.h"
 #include "eval/evaluate.h"
+#include "selfcheck/checks.h"
 #include "tools/bench.h"
-#include "tools/selfcheck.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,7 @@
+#include "selfcheck/picker_check.h"
+
 #include "search/movepicker.h"
-#include "tools/picker_check.h"
-#include "tools/selfcheck.h"
+#include "selfcheck/checks.h"
 
 bool runMovePickerOrderTest() {
     return PickerCheck<MovePicker>().run();
