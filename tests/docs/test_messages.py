@@ -118,7 +118,8 @@ class Engine(FolderTest):
         data = self.write("data.txt", b"no position\n")
         for arguments in (("perft", "x", "1"), ("perft", "x", "x"), ("benchsearch", "x"),
                           ("evaltrace", "x"), ("datagen", "x=1"), ("datagen", "1", "2", "3"),
-                          ("datagen", "games=1", "out=/"), ("featureexport", "/nothing", "/"),
+                          ("datagen", "games=1", "out=/"), ("datagne",), ("perft",),
+                          ("datagen", "games=0x", "out=/dev/null"), ("featureexport", "/nothing", "/"),
                           ("featureexport", "/", "/"), ("featureexport", data, "/"),
                           ("featureexport", data, data),
                           ("featureexport", data, "/dev/null"),
