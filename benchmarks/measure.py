@@ -30,6 +30,7 @@ import time
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts"))
 
 import commandline  # noqa: E402
+from uci import Engine, EngineError  # noqa: E402
 
 # The middle games of the search benchmark.
 POSITIONS = (
@@ -53,70 +54,28 @@ WARM_UP_SECONDS = 3  # a GiB
 PAGES_SECONDS = 0.2
 
 
-class Engine:
-    """A UCI engine behind two pipes."""
+def cpu_seconds(engine):
+    """Of all its threads, so far."""
+    with open(f"/proc/{engine.process.pid}/stat", encoding="ascii") as stat:
+        fields = stat.read().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
-    def __init__(self, path, options=()):
-        self.started = time.perf_counter()
-        self.process = subprocess.Popen(
-            [path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-            text=True, bufsize=1)
-        self.send("uci")
-        self.until("uciok")
-        self.uciok = time.perf_counter() - self.started
-        for name, value in options:
-            self.send(f"setoption name {name} value {value}")
-        self.ready()
 
-    def send(self, line):
-        self.process.stdin.write(line + "\n")
-        self.process.stdin.flush()
-
-    def until(self, word):
-        """Reads lines up to one that begins with the word; returns all of them."""
-        lines = []
-        while True:
-            line = self.process.stdout.readline()
-            if not line:
-                raise RuntimeError(f"the engine ended before it said {word}")
-            lines.append(line.rstrip("\n"))
-            if line.startswith(word):
-                return lines
-
-    def ready(self):
-        self.send("isready")
-        self.until("readyok")
-
-    def cpu_seconds(self):
-        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as stat:
-            fields = stat.read().rpartition(")")[2].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
-    def search(self, fen, limit):
-        """Searches under a limit; returns depth and nodes of the last line that tells both."""
-        self.send(f"position fen {fen}")
-        self.send(f"go {limit}")
-        depth = nodes = 0
-        for line in self.until("bestmove"):
-            words = line.split()
-            if "nodes" in words and "score" in words:
-                depth = int(words[words.index("depth") + 1])
-                nodes = int(words[words.index("nodes") + 1])
-        return depth, nodes
-
-    def new_game(self):
-        self.send("ucinewgame")
-        self.ready()
-
-    def close(self):
-        self.send("quit")
-        self.process.wait()
+def depth_and_nodes(engine, fen, limit):
+    """Searches under a limit; returns what the last line that tells both says."""
+    depth = nodes = 0
+    for line in engine.search(fen, limit):
+        words = line.split()
+        if "nodes" in words and "score" in words:
+            depth = int(words[words.index("depth") + 1])
+            nodes = int(words[words.index("nodes") + 1])
+    return depth, nodes
 
 
 def depths_within(path, options):
     """Depths that the engine reaches in the move time: a search to a depth counts all its nodes."""
-    engine = Engine(path, options)
-    depths = [engine.search(fen, f"movetime {MOVE_TIME_MS}")[0] for fen in POSITIONS]
+    engine = Engine(path, **options)
+    depths = [depth_and_nodes(engine, fen, f"movetime {MOVE_TIME_MS}")[0] for fen in POSITIONS]
     engine.close()
     return depths
 
@@ -124,18 +83,18 @@ def depths_within(path, options):
 def cpu_rate(path, options, depths):
     """Nodes per processor second over all positions. The first round warms up: the system hands out
     fresh memory slowly."""
-    engine = Engine(path, options)
+    engine = Engine(path, **options)
     for _ in range(2):
         engine.new_game()
-        before = engine.cpu_seconds()
-        total = sum(engine.search(fen, f"depth {depth}")[1] for fen, depth in zip(POSITIONS, depths))
-        result = total / (engine.cpu_seconds() - before)
+        before = cpu_seconds(engine)
+        total = sum(depth_and_nodes(engine, fen, f"depth {depth}")[1] for fen, depth in zip(POSITIONS, depths))
+        result = total / (cpu_seconds(engine) - before)
     engine.close()
     return result
 
 
 def nodes(paths):
-    options = [("Hash", 64)]
+    options = {"Hash": 64}
     depths = {path: depths_within(path, options) for path in paths}
     rates = {path: [] for path in paths}
     for _ in range(RUNS):
@@ -152,13 +111,11 @@ def nodes(paths):
 
 def wall_rate(path, count):
     """Nodes per second that the engine itself reports at the end of a long search."""
-    engine = Engine(path, [("Hash", 64), ("Threads", count)])
+    engine = Engine(path, Hash=64, Threads=count)
     reported = 0
     for _ in range(2):  # the first round warms up
         engine.new_game()
-        engine.send(f"position fen {POSITIONS[3]}")
-        engine.send(f"go movetime {LONG_SEARCH_MS}")
-        for line in engine.until("bestmove"):
+        for line in engine.search(POSITIONS[3], f"movetime {LONG_SEARCH_MS}"):
             words = line.split()
             if "nps" in words:
                 reported = int(words[words.index("nps") + 1])
@@ -189,8 +146,7 @@ def report_times(what, seconds):
 
 def answer_time(engine, command, answer):
     begin = time.perf_counter()
-    engine.send(command)
-    engine.until(answer)
+    engine.ask(command, answer)
     return time.perf_counter() - begin
 
 
@@ -198,11 +154,11 @@ def latency(path):
     starts = []
     for _ in range(STARTS):
         engine = Engine(path)
-        starts.append(engine.uciok)
+        starts.append(engine.start_seconds)
         engine.close()
     report_times('start of the process to "uciok"', starts)
     for count in (1, 2, 4):
-        engine = Engine(path, [("Threads", count)])
+        engine = Engine(path, Threads=count)
         answers, stops = [], []
         moments = random.Random(count)
         for number in range(STOPS):
@@ -270,7 +226,7 @@ def instructions(path):
 
 def hash_times(path, sizes):
     for mib in sizes or (64, 1024):
-        engine = Engine(path, [("Hash", mib)])
+        engine = Engine(path, Hash=mib)
         time.sleep(WARM_UP_SECONDS * mib / 1024)  # the machine itself may have to provide the memory
         rows = []
         for _ in range(RUNS):
@@ -282,7 +238,7 @@ def hash_times(path, sizes):
             begin = time.perf_counter()
             engine.new_game()
             cleared = time.perf_counter() - begin
-            searched = engine.search(POSITIONS[3], f"movetime {SHORT_SEARCH_MS}")[1]
+            searched = depth_and_nodes(engine, POSITIONS[3], f"movetime {SHORT_SEARCH_MS}")[1]
             rows.append((sized * 1e3, cleared * 1e3, searched))
         engine.close()
         sized, cleared, searched = (statistics.median(column) for column in zip(*rows))
@@ -312,7 +268,10 @@ def main():
         more = [kind(text) for text in options.more]
     except (argparse.ArgumentTypeError, ValueError) as error:
         parser.error(str(error))
-    commands[options.command](options.engine, more)
+    try:
+        commands[options.command](options.engine, more)
+    except EngineError as error:
+        commandline.refuse(str(error))
 
 
 if __name__ == "__main__":

@@ -10,7 +10,7 @@ install(FILES fuzz/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/fuzz)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN "*.py" EXCLUDE PATTERN __pycache__ EXCLUDE)
 # Scripts and positions that the pages are about.
 install(DIRECTORY scripts DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS
-  FILES_MATCHING PATTERN commandline.py PATTERN datagen-shards PATTERN elo.py PATTERN find-engine PATTERN "match*"
+  FILES_MATCHING PATTERN "*.py" PATTERN datagen-shards PATTERN find-engine PATTERN "match*"
   PATTERN openings.epd PATTERN solve-epd PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY tests/data DESTINATION ${CMAKE_INSTALL_DOCDIR}/tests
   FILES_MATCHING PATTERN "*.epd" PATTERN make_tactics.py PATTERN perft EXCLUDE PATTERN __pycache__ EXCLUDE)

@@ -11,14 +11,15 @@
 
 import { spawn } from "node:child_process";
 import { once } from "node:events";
-import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
 import { setTimeout } from "node:timers/promises";
+
+import { end, loadChess, play, result } from "./game.mjs";
 
 const [folder, hash, base, increment, ...names] = process.argv.slice(2).map((text) =>
   /^\d+$/.test(text) ? Number(text) : text,
 );
-const { Chess } = createRequire(`${folder}/`)("chess.js");
+const Chess = loadChess(folder);
 const LONGEST_GAME = 400;
 const START_LIMIT = 20000; // milliseconds
 const WON = { w: "1-0", b: "0-1" };
@@ -73,23 +74,10 @@ class Engine {
   }
 }
 
-function play(chess, text) {
-  const [from, to, promotion] = [text.slice(0, 2), text.slice(2, 4), text[4]];
-  try {
-    return chess.move({ from, to, promotion }).lan === text; // it forgives letters that promote nothing
-  } catch {
-    return false;
-  }
-}
-
-function end(chess, plies) {
-  const loser = chess.turn();
-  if (chess.isCheckmate()) return [WON[loser === "w" ? "b" : "w"], "mate"];
-  if (chess.isStalemate()) return ["1/2-1/2", "stalemate"];
-  if (chess.isInsufficientMaterial()) return ["1/2-1/2", "insufficient material"];
-  if (chess.isThreefoldRepetition()) return ["1/2-1/2", "repetition"];
-  if (chess.isDrawByFiftyMoves()) return ["1/2-1/2", "the fifty-move rule"];
-  return plies >= LONGEST_GAME ? ["1/2-1/2", "length"] : null;
+// Result and reason if the game is over.
+function outcome(chess, plies) {
+  const reason = end(chess) ?? (plies >= LONGEST_GAME ? "length" : null);
+  return reason && [result(chess, reason), reason];
 }
 
 // A side's share of the game: its next move, played on the board. Returns why that lost, if it did.
@@ -115,7 +103,7 @@ async function playGame(fen, nodes, players) {
   const clocks = { w: base, b: base };
   await Promise.all(Object.values(players).map((player) => player.settle("ucinewgame")));
   let over = null;
-  while (!(over = end(chess, moves.length))) {
+  while (!(over = outcome(chess, moves.length))) {
     const side = chess.turn();
     const position = `fen ${fen}` + (moves.length ? ` moves ${moves.join(" ")}` : "");
     const fault = await turn(chess, players, moves, position, nodes, clocks);
@@ -124,10 +112,10 @@ async function playGame(fen, nodes, players) {
       break;
     }
   }
-  const [result, reason] = over;
-  const headers = { White: players.w.name, Black: players.b.name, Result: result, Termination: reason };
+  const [points, reason] = over;
+  const headers = { White: players.w.name, Black: players.b.name, Result: points, Termination: reason };
   for (const [key, value] of Object.entries(headers)) chess.setHeader(key, value);
-  return { result, reason, pgn: `${chess.pgn()}\n\n` };
+  return { result: points, reason, pgn: `${chess.pgn()}\n\n` };
 }
 
 async function playPair(line) {

@@ -26,7 +26,8 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 OUTPUT = HERE / "tactics.epd"
 sys.dont_write_bytecode = True  # no __pycache__ among the test data
-sys.path.insert(0, str(HERE.parent / "match"))
+sys.path[:0] = [str(HERE.parent / "match"), str(HERE.parents[1] / "scripts")]
+import uci  # noqa: E402
 from library import Rules  # noqa: E402
 
 HEADER = """\
@@ -55,32 +56,16 @@ class Line:
         return MATE - self.score if self.score > MATE // 2 else 0
 
 
-class Engine:
+class Analyst:
     def __init__(self, path: str, **options: int) -> None:
-        self.process = subprocess.Popen(
-            [path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        self.engine = uci.Engine(path, **options)
         self.lines = options.get("MultiPV", 1)
-        self.ask("uci", "uciok")
-        for name, value in options.items():
-            self.send(f"setoption name {name} value {value}")
-
-    def send(self, line: str) -> None:
-        self.process.stdin.write(line + "\n")
-
-    def ask(self, line: str, end: str) -> list[str]:
-        self.send(line)
-        lines = []
-        while not (lines and lines[-1].startswith(end)):
-            lines.append(next(self.process.stdout).rstrip())
-        return lines
 
     def search(self, fen: str, nodes: int) -> list[list[Line]]:
         """The lines of each depth, best one first."""
-        self.send("ucinewgame")
-        self.ask("isready", "readyok")
-        self.send(f"position fen {fen}")
+        self.engine.new_game()
         found: dict[int, dict[str, Line]] = {}
-        for text in self.ask(f"go nodes {nodes}", "bestmove"):
+        for text in self.engine.search(fen, f"nodes {nodes}"):
             match = re.search(r" depth (\d+) .*score (cp|mate) (-?\d+) .*pv ([a-h]\S+)", text)
             if match and "bound" not in text:
                 score = int(match[3])
@@ -98,8 +83,8 @@ class Judge:
         second = shutil.which("stockfish") or shutil.which("stockfish", path="/usr/games")
         if second is None:
             sys.exit("make_tactics: install the package stockfish")
-        self.first = Engine(path, Hash=16)
-        self.second = Engine(second, Hash=16, MultiPV=2)
+        self.first = Analyst(path, Hash=16)
+        self.second = Analyst(second, Hash=16, MultiPV=2)
 
     def candidate(self, fen: str) -> bool:
         """Whether a win is there that the first plies do not find, and one move alone brings it."""

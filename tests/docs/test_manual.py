@@ -113,11 +113,6 @@ class Manual(unittest.TestCase):
     def test_version(self) -> None:
         version = IDENTIFICATION[0].removeprefix("id name Morvane ")
         self.assert_in_all(f"about version {version}.")
-        for name in installed():
-            with self.subTest(name):
-                page = formatted(name)[0].strip()
-                self.assertRegex(page, r"^MORVANE\(6\) Games Manual MORVANE\(6\) NAME ")
-                self.assertRegex(page, rf" Morvane {re.escape(version)} \w+ \d+, \d+ Morvane {re.escape(version)}$")
 
     def test_messages_of_the_command_line(self) -> None:
         """All that the tools say, and what the modes say, in letters that both formatters show."""

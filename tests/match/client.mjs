@@ -22,9 +22,11 @@ import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
 import { setTimeout } from "node:timers/promises";
 
+import { end, loadChess, play, result } from "../../tuning/game.mjs";
+
 const [, , uciFolder, rulesFolder, path] = process.argv;
 const { Engine } = createRequire(`${uciFolder}/`)("node-uci");
-const { Chess } = createRequire(`${rulesFolder}/`)("chess.js");
+const Chess = loadChess(rulesFolder);
 
 const LONGEST_GAME = 500; // plies
 
@@ -60,25 +62,19 @@ async function search(engine, { fen, moves, limits, stop }) {
   return { infos: info, bestmove, lines: printed.split("\n").slice(0, -1) };
 }
 
-function result(chess) {
-  if (chess.isCheckmate()) return { result: chess.turn() === "w" ? "0-1" : "1-0", end: "mate" };
-  const end = chess.isStalemate() ? "stalemate" : chess.isThreefoldRepetition() ? "repetition"
-    : chess.isDrawByFiftyMoves() ? "the fifty-move rule" : "insufficient material";
-  return { result: "1/2-1/2", end };
-}
-
 async function playGame(players, { fen, game }) {
   const chess = new Chess(fen);
   const moves = [];
   for (const player of players) await player.ucinewgame();
-  while (!chess.isGameOver() && moves.length < LONGEST_GAME) {
+  let over = null;
+  while (!(over = end(chess)) && moves.length < LONGEST_GAME) {
     const player = players[moves.length % 2];
     await player.position(fen, moves);
     const { bestmove } = await player.go(game);
     moves.push(bestmove);
-    chess.move({ from: bestmove.slice(0, 2), to: bestmove.slice(2, 4), promotion: bestmove[4] });
+    if (!play(chess, bestmove)) throw new Error(`illegal move ${bestmove}`);
   }
-  return { moves, ...result(chess), error: null };
+  return { moves, result: result(chess, over), end: over, error: null };
 }
 
 const players = [await start(), await start()];

@@ -1,50 +1,29 @@
-"""Libraries for Node.js: the rules of chess behind pipes, sharing nothing with the engine.
-
-A library is installed once, by npm, into the folder that the environment variable MORVANE_CACHE
-names, or else into this checkout's build folder.  Tests are skipped where that cannot be done.
-"""
+"""Libraries for Node.js behind pipes (tuning/nodelibrary.py installs them): the rules of chess, sharing nothing with
+the engine.  Tests are skipped where a library cannot be had."""
 
 from __future__ import annotations
 
 import json
 import os
 import re
-import shutil
 import subprocess
-import tempfile
+import sys
 import unittest
 from types import SimpleNamespace
 
-RULES = ("chess.js", "1.4.0")
 HERE = os.path.dirname(os.path.abspath(__file__))
-BUILD = os.path.join(os.path.dirname(os.path.dirname(HERE)), "build")
+sys.path.append(os.path.join(HERE, "..", "..", "tuning"))
+
+import nodelibrary  # noqa: E402
+from nodelibrary import RULES  # noqa: E402
 
 
 def install(library: str, version: str) -> str:
     """The folder with the library in its node_modules.  Raises SkipTest if there is none."""
-    for program in ("node", "npm"):
-        if not shutil.which(program):
-            raise unittest.SkipTest(f"{program} is not installed")
-    cache = os.path.abspath(os.environ.get("MORVANE_CACHE", BUILD))
-    folder = os.path.join(cache, f"{library}-{version}")
-    if os.path.isdir(folder):
-        return folder
-    os.makedirs(cache, exist_ok=True)
-    with tempfile.TemporaryDirectory(dir=cache) as place:
-        fresh = os.path.join(place, "fresh")
-        os.mkdir(fresh)
-        npm = subprocess.run(
-            ["npm", "install", "--no-save", "--no-package-lock", "--no-audit", "--no-fund",
-             "--prefix", fresh, f"{library}@{version}"],
-            capture_output=True, text=True, timeout=300, check=False)
-        if npm.returncode != 0:
-            raise unittest.SkipTest(f"npm cannot install {library} {version}: {npm.stderr[-500:]}")
-        try:
-            os.rename(fresh, folder)
-        except OSError:
-            if not os.path.isdir(folder):  # otherwise another test was faster
-                raise
-    return folder
+    try:
+        return nodelibrary.install(library, version)
+    except nodelibrary.Unavailable as reason:
+        raise unittest.SkipTest(str(reason)) from None
 
 
 class Script:

@@ -21,32 +21,11 @@
 //
 // Usage: node rules.mjs FOLDER, where the library lies in FOLDER/node_modules.
 
-import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
 
-const { Chess } = createRequire(`${process.argv[2]}/`)("chess.js");
+import { end, loadChess, play } from "../../tuning/game.mjs";
 
-function play(chess, text) {
-  try {
-    const move = chess.move({
-      from: text.slice(0, 2),
-      to: text.slice(2, 4),
-      promotion: text.slice(4) || undefined,
-    });
-    if (move.lan === text) return move; // the library forgives letters that promote nothing
-  } catch {
-    return null;
-  }
-  chess.undo();
-  return null;
-}
-
-function end(chess) {
-  if (chess.isCheckmate()) return "mate";
-  if (chess.isStalemate()) return "stalemate";
-  if (chess.isInsufficientMaterial()) return "insufficient material";
-  return chess.isDrawByFiftyMoves() ? "the fifty-move rule" : null;
-}
+const Chess = loadChess(process.argv[2]);
 
 function exactFen(chess, move) {
   const fields = chess.fen().split(" ");

@@ -105,6 +105,26 @@ class Install(unittest.TestCase):
                                  text=True, check=True, timeout=60)
         self.assertRegex(session.stdout, r"(?s)^id name Morvane .*\nuciok\n.*\nbestmove ")
 
+    def test_scripts_stand_alone(self) -> None:
+        """They find the installed engine and each other, and write nothing where they lie."""
+        install("--prefix", str(self.folder))
+        before = files_below(self.folder)
+        scripts = self.folder / PAGES / "scripts"
+        environment = {**os.environ, "PATH": f"{self.folder}/bin:{os.environ['PATH']}"}
+        environment.pop("PYTHONDONTWRITEBYTECODE", None)
+
+        def said(name: str, *arguments: str) -> str:
+            return subprocess.run([str(scripts / name), *arguments], env=environment, capture_output=True, text=True,
+                                  check=True).stdout
+        self.assertEqual(said("find-engine"), f"{(self.folder / 'bin/morvane').resolve()}\n")
+        games = "".join(f'[Event "?"]\n[White "{white}"]\n[Black "{black}"]\n[Result "1/2-1/2"]\n\n*\n\n'
+                        for white, black in ("AB", "BA"))
+        with tempfile.NamedTemporaryFile("w") as file:
+            file.write(games)
+            file.flush()
+            self.assertIn("0 won, 0 lost, 2 drawn", said("match-score", file.name))
+        self.assertEqual(files_below(self.folder), before)
+
     def test_links_hold(self) -> None:
         install("--prefix", str(self.folder))
         self.assertEqual(broken_links(self.folder / PAGES), [])

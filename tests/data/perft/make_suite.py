@@ -12,9 +12,11 @@ with itself.
 
 import os
 import shutil
-import subprocess
 import sys
 from pathlib import Path
+
+sys.path.append(str(Path(__file__).resolve().parents[3] / "scripts"))
+import uci  # noqa: E402
 
 HERE = Path(__file__).resolve().parent
 POSITIONS = HERE / "positions.txt"
@@ -55,36 +57,23 @@ class Stockfish:
         path = shutil.which("stockfish") or shutil.which("stockfish", path="/usr/games")
         if path is None:
             raise Bad("no `stockfish` found: install the package `stockfish`")
-        self.process = subprocess.Popen(
-            [path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.send("uci")
-        self.name = next(line[len("id name "):] for line in self.read_until("uciok")
+        self.engine = uci.Engine(path, Threads=1)
+        self.name = next(line[len("id name "):] for line in self.engine.greeting
                          if line.startswith("id name "))
-        self.send("setoption name Threads value 1")
 
-    def send(self, command):
-        self.process.stdin.write(command + "\n")
-        self.process.stdin.flush()
-
-    def read_until(self, prefix):
-        lines = []
-        while True:
-            line = self.process.stdout.readline()
-            if not line:
-                # A position it cannot stand makes stockfish crash, not answer.
-                raise Bad("stockfish ended without an answer")
-            lines.append(line.strip())
-            if lines[-1].startswith(prefix):
-                return lines
+    def answers(self, *commands, end):
+        """What it says to them.  A position it cannot stand makes stockfish crash, not answer."""
+        self.engine.send(*commands)
+        try:
+            return self.engine.lines_until(end)
+        except uci.EngineError:
+            raise Bad("stockfish ended without an answer") from None
 
     def display(self, fen, moves=()):
         """The FEN and the checking squares that `d` shows."""
         tail = " moves " + " ".join(moves) if moves else ""
-        self.send(f"position fen {fen}{tail}")
-        self.send("d")
-        self.send("isready")
         shown = {}
-        for line in self.read_until("readyok"):
+        for line in self.answers(f"position fen {fen}{tail}", "d", "isready", end="readyok"):
             key, colon, value = line.partition(":")
             if colon:
                 shown[key] = value.strip()
@@ -92,16 +81,13 @@ class Stockfish:
 
     def perft(self, fen, depth):
         """The number of leaves, and the root moves in a fixed order."""
-        self.send(f"position fen {fen}")
-        self.send(f"go perft {depth}")
-        lines = self.read_until("Nodes searched:")
+        lines = self.answers(f"position fen {fen}", f"go perft {depth}", end="Nodes searched:")
         moves = sorted(line.split(":")[0] for line in lines[:-1]
                        if ":" in line and not line.startswith("info"))
         return int(lines[-1].split(":")[1]), moves
 
     def close(self):
-        self.send("quit")
-        self.process.wait(timeout=10)
+        self.engine.close()
 
 
 def parse_placement(placement):

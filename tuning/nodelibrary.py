@@ -1,0 +1,45 @@
+"""Libraries for Node.js: the rules of chess for matches and tests, sharing nothing with the engine.
+
+npm installs one once, into the folder that the environment variable MORVANE_CACHE names, or else into this
+checkout's build folder."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import subprocess
+import tempfile
+
+RULES = ("chess.js", "1.4.0")
+BUILD = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "build")
+
+
+class Unavailable(Exception):
+    """There is no such library here, and why."""
+
+
+def install(name: str, version: str) -> str:
+    """The folder with the library in its node_modules."""
+    for program in ("node", "npm"):
+        if not shutil.which(program):
+            raise Unavailable(f"{program} is not installed (Debian packages: nodejs npm)")
+    cache = os.path.abspath(os.environ.get("MORVANE_CACHE", BUILD))
+    folder = os.path.join(cache, f"{name}-{version}")
+    if os.path.isdir(folder):
+        return folder
+    os.makedirs(cache, exist_ok=True)
+    with tempfile.TemporaryDirectory(dir=cache) as place:
+        fresh = os.path.join(place, "fresh")
+        os.mkdir(fresh)
+        npm = subprocess.run(
+            ["npm", "install", "--no-save", "--no-package-lock", "--no-audit", "--no-fund",
+             "--prefix", fresh, f"{name}@{version}"],
+            capture_output=True, text=True, timeout=300, check=False)
+        if npm.returncode != 0:
+            raise Unavailable(f"npm cannot install {name} {version}: {npm.stderr.strip().splitlines()[-1:]}")
+        try:
+            os.rename(fresh, folder)
+        except OSError:
+            if not os.path.isdir(folder):  # otherwise another program was faster
+                raise
+    return folder
