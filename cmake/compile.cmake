@@ -39,10 +39,17 @@ if(MORVANE_MARCH)
   target_compile_options(morvane_options INTERFACE -march=${MORVANE_MARCH})
 endif()
 
-# Whether a program can tell at its start that the processor lacks instructions: it needs a start section
-# of ELF files (src/uci/processor.cpp) and a table of the architecture's (src/platform/cpu.h).
+# Whether a program can tell at its start that the processor lacks instructions: it needs a start section of
+# ELF files (MORVANE_CPU_CHECK) and a table of the architecture's (src/platform/cpu.h).
 if(LINUX AND MORVANE_BASELINE)
   set(MORVANE_CHECKS_PROCESSOR ON)
+  set(MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu.cpp)
+  if(MORVANE_BASELINE STREQUAL "x86-64")
+    list(APPEND MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu_x86_64.cpp)
+  else()
+    list(APPEND MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu_aarch64_linux.cpp)
+  endif()
+  set(MORVANE_CPU_CHECK ${MORVANE_ROOT}/src/platform/cpu_check_linux.cpp)
   target_compile_definitions(morvane_options INTERFACE MORVANE_CHECKS_PROCESSOR)
 endif()
 

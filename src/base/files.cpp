@@ -1,34 +1,17 @@
 #include "base/files.h"
 
+#include "platform/console.h"
+#include "platform/file.h"
+
 #include <cassert>
-#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <system_error>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace Files {
 
-namespace {
-
-/// Cuts an open file to a size. By its number, not its name, which may belong to another file by
-/// now. Devices and pipes have no size to cut.
-bool cut(std::FILE* file, std::uint64_t size) {
-    struct stat status;
-    const int number = fileno(file);
-    if (fstat(number, &status) != 0)
-        return false;
-    return !S_ISREG(status.st_mode) || ftruncate(number, static_cast<off_t>(size)) == 0;
-}
-
-} // namespace
-
 bool RecordWriter::open(const std::string& path) {
-#ifdef SIGXFSZ
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes shall be told like a full disk
-#endif
+    Console::ignoreWriteSignals(); // a limit on file sizes shall be told like a full disk
     file_.reset(std::fopen(path.c_str(), "ab"));
     if (!file_)
         return false;
@@ -40,7 +23,7 @@ bool RecordWriter::open(const std::string& path) {
 
 bool RecordWriter::clear() {
     assert(file_);
-    isOurs_ = cut(file_.get(), 0);
+    isOurs_ = cutFile(file_.get(), 0);
     return isOurs_;
 }
 
@@ -52,7 +35,7 @@ bool RecordWriter::append(std::string_view record) {
         size_ += record.size();
         return true;
     }
-    cut(file_.get(), size_);
+    cutFile(file_.get(), size_);
     return false;
 }
 

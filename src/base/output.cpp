@@ -1,13 +1,12 @@
 #include "base/output.h"
 
-#include <cerrno>
-#include <csignal>
+#include "platform/console.h"
+
+#include <cassert>
 #include <cstdlib>
 #include <mutex>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
+using Console::Stream;
 
 namespace {
 
@@ -16,35 +15,8 @@ std::mutex gOutputMutex;
 // So long a reader of diagnostics may keep us waiting, once.
 constexpr int kDiagnosticPatienceMs = 100;
 
-// A pipe that can take anything takes so much without blocking.
-constexpr std::size_t kPipePiece = 4096;
-
-/// Waits until a stream takes more, at most `ms` milliseconds (below 0: for ever).
-bool isReady(int stream, int ms) {
-    pollfd entry{stream, POLLOUT, 0};
-    return poll(&entry, 1, ms) == 1;
-}
-
-/// One write to the system unless that takes less than all.
-bool writeAll(int stream, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(stream, text.data(), text.size());
-        if (count >= 0)
-            text.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno == EAGAIN) // another process may have made the stream so
-            isReady(stream, -1);
-        else if (errno != EINTR)
-            return false;
-    }
-    return true;
-}
-
-/// Gives standard streams that are closed an end that takes nothing. Otherwise the next file opened
-/// would get the number of one, and what is written to the stream would go into the file.
-void fillClosedStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY | O_CLOEXEC) < 0)
-            return;
+[[maybe_unused]] bool isWholeLines(std::string_view text) {
+    return text.empty() || text.back() == '\n';
 }
 
 } // namespace
@@ -52,13 +24,14 @@ void fillClosedStreams() {
 namespace Output {
 
 void init() {
-    fillClosedStreams();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows in the result of a write
+    Console::fillClosedStreams();
+    Console::ignoreWriteSignals();
 }
 
 bool tryWrite(std::string_view text) {
+    assert(isWholeLines(text));
     const std::lock_guard lock(gOutputMutex);
-    return writeAll(STDOUT_FILENO, text);
+    return Console::write(Stream::Output, text);
 }
 
 void write(std::string_view text) {
@@ -67,20 +40,22 @@ void write(std::string_view text) {
 }
 
 void writeError(std::string_view text) {
+    assert(isWholeLines(text));
     const std::lock_guard lock(gOutputMutex);
-    writeAll(STDERR_FILENO, text);
+    Console::write(Stream::Error, text);
 }
 
 void writeDiagnostic(std::string_view text) {
+    assert(isWholeLines(text));
     static int patience = kDiagnosticPatienceMs;
     const std::lock_guard lock(gOutputMutex);
     while (!text.empty()) {
-        if (!isReady(STDERR_FILENO, patience)) {
+        if (!Console::waitUntilReady(Stream::Error, patience)) {
             patience = 0;
             return;
         }
-        const std::string_view piece = text.substr(0, kPipePiece);
-        if (!writeAll(STDERR_FILENO, piece))
+        const std::string_view piece = text.substr(0, Console::kReadyBytes);
+        if (!Console::write(Stream::Error, piece))
             return;
         text.remove_prefix(piece.size());
         patience = kDiagnosticPatienceMs;
@@ -88,7 +63,7 @@ void writeDiagnostic(std::string_view text) {
 }
 
 bool isInteractive() {
-    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+    return Console::isTerminal(Stream::Input) && Console::isTerminal(Stream::Error);
 }
 
 } // namespace Output

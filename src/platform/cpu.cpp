@@ -1,11 +1,5 @@
 #include "platform/cpu.h"
 
-#if defined(__x86_64__)
-#include <cpuid.h>
-#else
-#include <sys/auxv.h>
-#endif
-
 namespace Instructions {
 
 namespace {
@@ -27,68 +21,12 @@ struct Row {
 constexpr Row kRows[] = {MORVANE_INSTRUCTIONS(MORVANE_ROW)};
 #undef MORVANE_ROW
 
-#if defined(__x86_64__)
-
-/// For processors that have the instruction, which bit 27 of Leaf1Ecx tells.
-std::uint64_t readSavedState() {
-    std::uint32_t low = 0;
-    std::uint32_t high = 0;
-    asm("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return low | static_cast<std::uint64_t>(high) << 32;
-}
-
-#endif
-
 bool has(const Report& report, const Row& row) {
     const bool processorHas = report.words[row.word] >> row.bit & 1;
-#if defined(__x86_64__)
     return processorHas && (report.words[SavedState] & row.state) == row.state;
-#else
-    return processorHas;
-#endif
 }
 
 } // namespace
-
-#if defined(__x86_64__)
-
-Report readReport() {
-    constexpr std::uint32_t kSystemTellsState = 1U << 27;
-    Report report;
-    std::uint32_t a = 0;
-    std::uint32_t b = 0;
-    std::uint32_t c = 0;
-    std::uint32_t d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d)) {
-        report.words[Leaf1Ecx] = c;
-        if (c & kSystemTellsState)
-            report.words[SavedState] = readSavedState();
-    }
-    if (__get_cpuid_count(7, 0, &a, &b, &c, &d)) {
-        report.words[Leaf7Ebx] = b;
-        report.words[Leaf7Ecx] = c;
-        report.words[Leaf7Edx] = d;
-        const std::uint32_t lastSubleaf = a;
-        if (lastSubleaf >= 1 && __get_cpuid_count(7, 1, &a, &b, &c, &d)) {
-            report.words[Leaf7Sub1Eax] = a;
-            report.words[Leaf7Sub1Edx] = d;
-        }
-    }
-    if (__get_cpuid(0x80000001, &a, &b, &c, &d))
-        report.words[ExtendedEcx] = c;
-    return report;
-}
-
-#else
-
-Report readReport() {
-    Report report;
-    report.words[Capabilities] = getauxval(AT_HWCAP);
-    report.words[Capabilities2] = getauxval(AT_HWCAP2);
-    return report;
-}
-
-#endif
 
 Set available(const Report& report) {
     Set found = 0;

@@ -6,9 +6,9 @@
 /// which the processor has.
 ///
 /// What is declared here works on every processor of the architecture, whatever the rest of the
-/// program is built for: cpu.cpp is compiled for the baseline (`morvane_for_any_processor`
-/// in cmake/compile.cmake). It calls no inline function of another header, since the linker keeps
-/// one copy of such a function for the whole program, which may be one that was compiled for more.
+/// program is built for: its sources are compiled for the baseline (`morvane_for_any_processor` in
+/// cmake/compile.cmake). They call no inline function of another header, since the linker keeps one
+/// copy of such a function for the whole program, which may be one that was compiled for more.
 
 // The sets that compilers use by themselves wherever the build allows them. Those that need a call
 // by name (aes, sha, amx, ...) are left out: the program makes none, so it does not need them.
@@ -105,11 +105,11 @@ enum Word {
     Leaf7Sub1Eax,
     Leaf7Sub1Edx,
     ExtendedEcx,
-    SavedState, // the registers that the system saves for each process
 #else
     Capabilities, // the system's answer, it knows the processor
     Capabilities2,
 #endif
+    SavedState, // the registers that the system saves for each process, where rows need some
     WordCount
 };
 
@@ -125,5 +125,15 @@ Report readReport();
 
 /// What of the table can be used where this is reported.
 Set available(const Report& report);
+
+/// What a program says, around the names of what is missing, where its processor lacks something.
+struct Refusal {
+    const char* lacks;
+    const char* advice;
+};
+
+/// Defined by a program that has the check of cpu_check_linux.cpp: with it the program ends, by
+/// this message and status 1, before any other part of it runs.
+extern const Refusal kRefusal;
 
 } // namespace Instructions

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
-
-#include <pthread.h>
 
 /// A thread with a stack that is large enough for the deepest search, whatever the system gives a
 /// thread by default: that follows from limits which differ between machines and sessions.
@@ -27,11 +26,17 @@ class WorkerThread {
     void join();
 
   private:
-    pthread_t thread_{};
+    std::uintptr_t handle_ = 0; // the system's
     bool running_ = false;
 };
 
 /// Calls `work` with at least `WorkerThread::kStackBytes` of stack: on the caller's own stack if
-/// the limit for the program's first thread, who must be the caller, is as large, or else on
+/// the limit for the program's first thread, which must be the caller, is as large, or else on
 /// another thread.
 void callOnLargeStack(const std::function<void()>& work);
+
+/// Processors that this process may use, at least 1.
+std::size_t usableCores();
+
+/// Names the calling thread for those who watch the process; 15 characters at most.
+void nameThisThread(const char* name);

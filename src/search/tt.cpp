@@ -1,5 +1,7 @@
 #include "search/tt.h"
 
+#include "base/membudget.h"
+#include "platform/memory.h"
 #include "search/score.h"
 
 #include <atomic>
@@ -60,11 +62,10 @@ TranspositionTable::~TranspositionTable() {
 }
 
 bool TranspositionTable::resize(std::uint64_t mb) {
-    constexpr std::uint64_t kMiB = 1 << 20;
-    std::uint64_t count = mb * kMiB / sizeof(Bucket);
+    std::uint64_t count = mb * SysMem::kMiB / sizeof(Bucket);
     if (count == 0)
         count = 1;
-    void* memory = SysMem::allocateZeroed(count * sizeof(Bucket));
+    void* memory = SysMem::allocateZeroed(count * sizeof(Bucket), SysMem::kHeadroom);
     if (!memory)
         return false;
     prefaulter_.stop();

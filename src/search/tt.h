@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/cacheline.h"
-#include "platform/memory.h"
+#include "base/prefault.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -36,8 +36,8 @@ class alignas(kLineDistance) TranspositionTable {
     /// Empties the table, its age included.
     void clear();
 
-    /// Has the pages of a resized or cleared table fetched in the background: searches that find
-    /// them there do not wait for the system. `waitForPrefault` returns when they are.
+    /// Prefaults the pages of a resized or cleared table in the background: searches that find them
+    /// there do not wait for the system. `waitForPrefault` returns when they are.
     void prefaultPages();
     void waitForPrefault() { prefaulter_.wait(); }
     void stopPrefault() { prefaulter_.stop(); }
@@ -69,7 +69,7 @@ class alignas(kLineDistance) TranspositionTable {
     static int scoreFromTT(int score, int ply);
 
     std::uint64_t bucketCount() const { return bucketCount_; }
-    std::uint64_t bytes() const { return bucketCount_ * sizeof(Bucket); }
+    std::size_t bytes() const { return static_cast<std::size_t>(bucketCount_) * sizeof(Bucket); }
 
   private:
     struct Entry {

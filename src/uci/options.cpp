@@ -1,8 +1,8 @@
 #include "uci/options.h"
 
+#include "base/membudget.h"
 #include "base/parse.h"
 #include "base/text.h"
-#include "platform/budget.h"
 #include "platform/memory.h"
 #include "search/thread.h"
 #include "search/time.h"
@@ -16,18 +16,12 @@
 
 namespace {
 
-constexpr std::uint64_t kMiB = 1 << 20;
-
-// What a table and its threads leave of the memory that there is.
-constexpr std::uint64_t kReserve = 32 * kMiB;
+using SysMem::kMiB;
 
 int gThreadCount = kDefaultThreads;
 
-/// Whether the machine has the memory for a table and threads, all of it in use. Pages come with
-/// their first use, and where there are none left the system ends the process: so it must be asked
-/// before.
-bool fitsInMemory(std::uint64_t tableBytes, std::uint64_t threads) {
-    return tableBytes + threads * kThreadFootprint + kReserve <= SysMem::budgetBytes();
+bool fitsInMemory(std::uint64_t tableBytes, int threads) {
+    return SysMem::fitsInMemory(tableBytes, static_cast<std::uint64_t>(threads), kThreadFootprint);
 }
 
 void applyHash(int value) {
@@ -38,8 +32,7 @@ void applyHash(int value) {
         infoString(Messages::hashCapped(std::to_string(requested), std::to_string(physical / kMiB),
                                         std::to_string(size)));
     stopSearch();
-    const bool fits = size * kMiB <= gTT.bytes() ||
-                      fitsInMemory(size * kMiB, static_cast<std::uint64_t>(gThreadCount));
+    const bool fits = size * kMiB <= gTT.bytes() || fitsInMemory(size * kMiB, gThreadCount);
     if (fits && gTT.resize(size))
         gTT.prefaultPages();
     else
@@ -60,8 +53,7 @@ bool resizePool(int count) {
 
 void applyThreads(int value) {
     stopSearch();
-    const bool fits =
-        value <= gThreadCount || fitsInMemory(gTT.bytes(), static_cast<std::uint64_t>(value));
+    const bool fits = value <= gThreadCount || fitsInMemory(gTT.bytes(), value);
     if (fits && resizePool(value))
         gThreadCount = value;
     else

@@ -133,7 +133,7 @@ TEST(Output, DiagnosticsDoNotWaitForAReader) {
     const PipeFor err(STDERR_FILENO);
     for (int i = 0; i < 10000; ++i) // far more than a pipe holds: waiting would hang
         Output::writeDiagnostic("a line that nobody reads, a line that nobody reads\n");
-    Output::writeDiagnostic(std::string(1 << 20, 'x'));
+    Output::writeDiagnostic(std::string(1 << 20, 'x') + "\n");
     const std::string text = err.rest();
     EXPECT_EQ(text.rfind("a line that nobody reads, a line that nobody reads\na line", 0), 0U);
 }
@@ -146,5 +146,13 @@ TEST(Output, LongDiagnosticsComeWhole) {
     Output::writeDiagnostic(text + "\n");
     EXPECT_EQ(err.rest(), text + "\n");
 }
+
+#ifndef NDEBUG
+TEST(Output, TextsHoldWholeLines) {
+    EXPECT_DEATH(Output::write("no line"), "isWholeLines");
+    EXPECT_DEATH(Output::writeError("no line"), "isWholeLines");
+    EXPECT_DEATH(Output::writeDiagnostic("one\nno line"), "isWholeLines");
+}
+#endif
 
 } // namespace

@@ -1,4 +1,8 @@
-#include "platform/budget.h"
+#ifdef __linux__
+
+#include "platform/budget_linux.h"
+
+#include "platform/memory.h"
 
 #include "support/temp_files.h"
 
@@ -29,7 +33,7 @@ class FakeSystem : public testing::Test {
         std::ofstream(file) << text;
     }
 
-    std::uint64_t budget() const { return SysMem::budgetBytes(folder_.path()); }
+    std::uint64_t budget() const { return SysMem::budgetBytesUnder(folder_.path()); }
 
   private:
     TempFiles::Folder folder_;
@@ -115,3 +119,5 @@ TEST(Budget, OfThisProcessIsMoreThanItHolds) {
 }
 
 } // namespace
+
+#endif

@@ -1,4 +1,6 @@
-#include "platform/budget.h"
+#include "platform/budget_linux.h"
+
+#include "platform/memory.h"
 
 #include <algorithm>
 #include <fstream>
@@ -118,11 +120,15 @@ std::uint64_t heldBytes(const std::string& root) {
 
 } // namespace
 
-std::uint64_t budgetBytes(const std::string& root) {
+std::uint64_t budgetBytesUnder(const std::string& root) {
     const std::uint64_t kilobytes =
         numberOf(root + "/proc/meminfo", "MemAvailable:", kUnlimited / kKiB);
     const std::uint64_t machine = kilobytes == kUnlimited / kKiB ? kUnlimited : kilobytes * kKiB;
     return sum(std::min(machine, roomInGroups(root)), heldBytes(root));
+}
+
+std::uint64_t budgetBytes() {
+    return budgetBytesUnder("");
 }
 
 } // namespace SysMem

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+/// The standard streams as the system knows them. What a text is and who may write when is the
+/// business of base/output.h.
+namespace Console {
+
+enum class Stream { Input, Output, Error };
+
+/// Gives standard streams that are closed an end that takes nothing. Otherwise the next file opened
+/// could get the place of one, and what is written to the stream would go into the file.
+void fillClosedStreams();
+
+/// From now on a write that fails, to files as well, shows so in its result alone: no signal ends
+/// the program because a reader has gone or a file has reached its largest size.
+void ignoreWriteSignals();
+
+/// Writes all of a text, with one call of the system unless that takes less than all. Waits as long
+/// as it takes. Returns false if it cannot be done.
+bool write(Stream stream, std::string_view text);
+
+/// What a stream that is ready takes at least, in bytes, without waiting.
+inline constexpr std::size_t kReadyBytes = 4096;
+
+/// Waits until a stream takes more, at most `ms` milliseconds (below 0: for ever). Returns whether
+/// it does.
+bool waitUntilReady(Stream stream, int ms);
+
+/// Whether a person sits at the other end.
+bool isTerminal(Stream stream);
+
+} // namespace Console
