@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 /// How much memory the engine asks the machine for, and how much it leaves: all of it is decided
 /// here. What a search thread takes of it is `kThreadFootprint`.
@@ -16,6 +17,13 @@ std::uint64_t clampHashMb(std::uint64_t requestedMb, std::uint64_t physicalBytes
 /// What the table leaves of the address space where that is limited: room for threads and for
 /// everything small.
 inline constexpr std::size_t kHeadroom = 32 * kMiB;
+
+/// Whether a table of so many bytes and the headroom have a place in an address space of `largest`
+/// bytes. On 32-bit systems most sizes that may be asked for have none.
+constexpr bool fitsAddressSpace(std::uint64_t bytes,
+                                std::uint64_t largest = std::numeric_limits<std::size_t>::max()) {
+    return largest >= kHeadroom && bytes <= largest - kHeadroom;
+}
 
 /// Whether the machine has the memory for the table and the threads, all of it in use, and some to
 /// spare. Pages come with their first use, and where there are none left the system ends the

@@ -65,7 +65,10 @@ bool TranspositionTable::resize(std::uint64_t mb) {
     std::uint64_t count = mb * SysMem::kMiB / sizeof(Bucket);
     if (count == 0)
         count = 1;
-    void* memory = SysMem::allocateZeroed(count * sizeof(Bucket), SysMem::kHeadroom);
+    const std::uint64_t size = count * sizeof(Bucket);
+    if (!SysMem::fitsAddressSpace(size))
+        return false;
+    void* memory = SysMem::allocateZeroed(static_cast<std::size_t>(size), SysMem::kHeadroom);
     if (!memory)
         return false;
     prefaulter_.stop();

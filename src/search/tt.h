@@ -29,8 +29,8 @@ class alignas(kLineDistance) TranspositionTable {
     TranspositionTable(const TranspositionTable&) = delete;
     TranspositionTable& operator=(const TranspositionTable&) = delete;
 
-    /// Makes the table `mb` MiB large (one bucket at least) and empty. On failure returns false and
-    /// leaves the old table as it was.
+    /// Makes the table `mb` MiB large (one bucket at least) and empty. Returns false, and leaves
+    /// the old table as it was, if the system refuses the memory or its address space is too small.
     bool resize(std::uint64_t mb);
 
     /// Empties the table, its age included.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
 
 namespace {
 
@@ -32,6 +33,25 @@ TEST(ClampHashMb, LeavesAtLeastOneMiB) {
 
 TEST(ClampHashMb, UnknownMemoryCapsNothing) {
     EXPECT_EQ(SysMem::clampHashMb(65536, 0), 65536u);
+}
+
+TEST(FitsAddressSpace, AHeadroomIsLeft) {
+    EXPECT_TRUE(SysMem::fitsAddressSpace(0, SysMem::kHeadroom));
+    EXPECT_FALSE(SysMem::fitsAddressSpace(1, SysMem::kHeadroom));
+    EXPECT_FALSE(SysMem::fitsAddressSpace(0, SysMem::kHeadroom - 1));
+    EXPECT_FALSE(SysMem::fitsAddressSpace(std::numeric_limits<std::uint64_t>::max()));
+}
+
+TEST(FitsAddressSpace, On32BitSystemsLargeTablesHaveNoPlace) {
+    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+    EXPECT_TRUE(SysMem::fitsAddressSpace(2048 * kMiB, kLargest));
+    EXPECT_TRUE(SysMem::fitsAddressSpace(4063 * kMiB, kLargest));
+    for (const std::uint64_t mb : {4064U, 4095U, 4096U, 4097U, 8192U, 65536U})
+        EXPECT_FALSE(SysMem::fitsAddressSpace(mb * kMiB, kLargest)) << mb;
+}
+
+TEST(FitsAddressSpace, EveryTableThatMayBeAskedForHasAPlaceOn64BitSystems) {
+    EXPECT_TRUE(SysMem::fitsAddressSpace(65536 * kMiB, std::numeric_limits<std::uint64_t>::max()));
 }
 
 TEST(FitsInMemory, TableThreadsAndReserveTogether) {
