@@ -8,10 +8,12 @@
 /// thread by default: that follows from limits which differ between machines and sessions.
 class WorkerThread {
   public:
-    /// A search goes 128 plies deep and enters each ply twice at most (once to ask whether a move
-    /// is the only good one): about 2.5 MB of frames in a release build, and a few times as much
-    /// under sanitizers.
-    static constexpr std::size_t kStackBytes = std::size_t{8} << 20;
+    /// What the deepest search uses of its stack, at the most: 128 plies, each entered twice (once
+    /// to ask whether a move is the only good one), with frames of 5 KiB.
+    static constexpr std::size_t kStackUsed = std::size_t{2} << 20;
+
+    /// Under sanitizers a search uses a few times as much.
+    static constexpr std::size_t kStackBytes = 4 * kStackUsed;
 
     WorkerThread() = default;
     ~WorkerThread() { join(); }

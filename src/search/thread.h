@@ -82,7 +82,7 @@ struct alignas(kLineDistance) Thread {
 };
 
 /// Bytes of memory that a thread uses, at the most about: itself and its part of its stack.
-inline constexpr std::size_t kThreadFootprint = sizeof(Thread) + (std::size_t{2} << 20);
+inline constexpr std::size_t kThreadFootprint = sizeof(Thread) + WorkerThread::kStackUsed;
 
 /// All search threads. Thread 0 keeps the clock, starts and stops the others and answers.
 class ThreadPool {

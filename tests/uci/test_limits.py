@@ -277,6 +277,13 @@ class Stacks(FolderTest, EngineTest):
                 if hard == resource.RLIM_INFINITY or max(limit) <= hard:
                     yield limit
 
+    @staticmethod
+    def kib_of_stacks(engine: Engine) -> list[int]:
+        """What is in use of each thread's stack of 8 MiB."""
+        with open(f"/proc/{engine.pid}/smaps", encoding="ascii") as file:
+            return [int(kib) for kib in re.findall(r"^Size: +8192 kB\n(?:.*\n)*?Rss: +(\d+) kB",
+                                                   file.read(), re.MULTILINE)]
+
     def test_searches(self) -> None:
         for limit in self.forms():
             with self.subTest(limit):
@@ -299,6 +306,11 @@ class Stacks(FolderTest, EngineTest):
                 depth = engine.nodes("position fen 8/8/3k4/2p5/2P5/3K4/8/8 w - - 0 1",
                                      "go depth 30")[-1][0]
                 self.assertEqual(depth, 30)
+                if os.path.exists("/proc/self/smaps"):  # two MiB are what a thread is reckoned with
+                    used = self.kib_of_stacks(engine)
+                    self.assertGreaterEqual(len(used), 4)
+                    self.assertLess(max(used), 2048)
+                    self.assertGreater(max(used), 512)
                 self.assertEqual(engine.quit(), 0)
 
     def test_modes(self) -> None:
