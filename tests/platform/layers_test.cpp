@@ -11,7 +11,9 @@
 #include <vector>
 
 /// The folders under src are layers: a file may include its own layer and those below it. The
-/// linker only sees the calls that are made; this sees the includes.
+/// linker only sees the calls that are made; this sees the includes. What belongs to a system, by
+/// its headers or its names, belongs into the sources of the lowest layer, platform. What belongs
+/// to a processor (`__BMI2__`, for example) may stand anywhere.
 namespace {
 
 namespace fs = std::filesystem;
@@ -34,6 +36,35 @@ std::vector<std::string> includesOf(std::istream& source) {
         if (std::regex_match(line, match, kInclude))
             includes.push_back(match[1]);
     return includes;
+}
+
+/// Whether a header is the system's: those of C++ have names without ".h" or a folder.
+bool isSystemHeader(const std::string& name) {
+    return name == "csignal" || name.find_first_of("./") != std::string::npos;
+}
+
+/// The system headers and the names of one system or another that a source text uses. Comments do
+/// not count.
+std::vector<std::string> systemParts(std::istream& source) {
+    static const std::regex kInclude(R"(^\s*#\s*include\s*<([^>]*)>.*)");
+    static const std::regex kName(
+        R"(\b(__linux__|__linux|__gnu_linux__|__ANDROID__|__APPLE__|__MACH__|__unix__|__unix)"
+        R"(|_WIN\d+|WIN32|__MINGW\w*|__CYGWIN__|_MSC_VER|__\w+BSD__|__EMSCRIPTEN\w*|__wasm\w*)"
+        R"(|__GLIBC__|_\w+_SOURCE|_POSIX_\w+|_SC_\w+|MADV_\w+|RLIMIT_\w+|SIG(PIPE|XFSZ|INT|TERM|SEGV|ALRM|_[A-Z]+)|O_[A-Z]+)"
+        R"(|STD(IN|OUT|ERR)_FILENO|pthread_\w+)\b)");
+    std::vector<std::string> parts;
+    std::smatch match;
+    for (std::string line; std::getline(source, line);) {
+        if (std::regex_match(line, match, kInclude)) {
+            if (isSystemHeader(match[1]))
+                parts.push_back('<' + match[1].str() + '>');
+            continue;
+        }
+        line.erase(std::min(line.find("//"), line.size()));
+        for (std::sregex_iterator name(line.begin(), line.end(), kName), end; name != end; ++name)
+            parts.push_back((*name)[1]);
+    }
+    return parts;
 }
 
 /// The includes that a file of `layer` must not have: of a higher layer, or of no layer at all.
@@ -68,6 +99,21 @@ TEST(Layers, IncludeNothingFromAbove) {
     }
 }
 
+TEST(Layers, OnlySourcesOfThePlatformKnowTheSystem) {
+    std::size_t used = 0;
+    for (const fs::path& file : sourceFiles()) {
+        std::ifstream source(file);
+        ASSERT_TRUE(source.is_open()) << file;
+        const std::vector<std::string> parts = systemParts(source);
+        if (layerOf(file) == "platform" && file.extension() == ".cpp")
+            used += parts.size();
+        else
+            for (const std::string& part : parts)
+                ADD_FAILURE() << file << " knows the system by " << part;
+    }
+    EXPECT_GT(used, 0U);
+}
+
 TEST(Layers, AreTheFoldersOfTheSourceTree) {
     std::set<std::string> found;
     for (const fs::path& file : sourceFiles())
@@ -86,6 +132,25 @@ TEST(Layers, RefuseAnIncludeFromAboveOrFromNoLayer) {
     EXPECT_EQ(
         refusedIncludes("board", source),
         (std::vector<std::string>{"eval/evaluate.h", "search/tt.h", "board.h", "../uci/uci.h"}));
+}
+
+TEST(Layers, RefuseHeadersAndNamesOfASystem) {
+    std::istringstream source("#include <algorithm>\n"
+                              "#include <cstdio>\n"
+                              "#include <unistd.h>\n"
+                              "# include <sys/mman.h> // why\n"
+                              "#include <csignal>\n"
+                              "#if defined(__linux__) || defined(_WIN32)\n"
+                              "#ifdef __BMI2__ // not __APPLE__\n"
+                              "    madvise(memory, size, MADV_HUGEPAGE);\n"
+                              "    std::signal(SIGPIPE, handler);\n"
+                              "    const SIGNATURE signature{};\n"
+                              "    pthread_t thread;\n"
+                              "#ifndef __EMSCRIPTEN__\n");
+    EXPECT_EQ(
+        systemParts(source),
+        (std::vector<std::string>{"<unistd.h>", "<sys/mman.h>", "<csignal>", "__linux__", "_WIN32",
+                                  "MADV_HUGEPAGE", "SIGPIPE", "pthread_t", "__EMSCRIPTEN__"}));
 }
 
 } // namespace
