@@ -1,9 +1,12 @@
 #include "base/output.h"
 
+#include "support/temp_files.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -92,6 +95,18 @@ TEST(Output, AClosedStreamEndsTheProcess) {
         callAndExit([] { Output::write("line\n"); });
     };
     EXPECT_EXIT(writeNowhere(), testing::ExitedWithCode(1), "");
+}
+
+TEST(Output, AFileThatMayGrowNoMoreEndsTheProcess) {
+    const auto writeTooMuch = [] {
+        const TempFiles::Folder folder;
+        const TempFiles::SizeLimit full(10);
+        const int file = open(folder.pathOf("output").c_str(), O_CREAT | O_WRONLY, 0600);
+        dup2(file, STDOUT_FILENO);
+        std::filesystem::remove_all(folder.path()); // the process ends without cleaning up
+        callAndExit([] { Output::write("a line of more than ten bytes\n"); });
+    };
+    EXPECT_EXIT(writeTooMuch(), testing::ExitedWithCode(1), "");
 }
 
 TEST(Output, WhoTriesIsToldInstead) {
