@@ -6,6 +6,7 @@
 #include "search/search.h"
 #include "support.h"
 #include "support/board_checks.h"
+#include "support/eval_checks.h"
 #include "support/notation.h"
 
 #include <sys/time.h>

@@ -10,15 +10,6 @@ int evaluate(const Board& board);
 /// Switches the printed breakdown on or off, for the whole process; not while a search runs.
 void setEvalTrace(bool on);
 
-/// What the board keeps incrementally and the same numbers recomputed from its pieces, for the
-/// caller to compare.
-void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& storedWhiteMaterial,
-                    int& storedBlackMaterial, int& storedPhase, int& mg, int& eg,
-                    int& whiteMaterial, int& blackMaterial, int& phase);
-
-/// The pawn-structure score through the cache and recomputed, for the caller to compare.
-void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg, int& freshEg);
-
 namespace Eval {
 
 /// How a pair of totals becomes a value.

@@ -1,4 +1,5 @@
-#include "eval/evaluate.h"
+#include "support/eval_checks.h"
+
 #include "naive_endgame.h"
 #include "naive_eval.h"
 #include "sampling.h"

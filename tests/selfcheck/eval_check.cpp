@@ -1,7 +1,7 @@
 #include "base/output.h"
 #include "board/movegen.h"
-#include "eval/evaluate.h"
 #include "selfcheck/checks.h"
+#include "support/eval_checks.h"
 #include "tools/bench.h"
 
 #include <algorithm>

@@ -1,11 +1,14 @@
-#include "eval/evaluate.h"
+#pragma once
+
 #include "eval/walk.h"
 
 #include <algorithm>
 
-void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& storedWhiteMaterial,
-                    int& storedBlackMaterial, int& storedPhase, int& mg, int& eg,
-                    int& whiteMaterial, int& blackMaterial, int& phase) {
+/// What the board keeps incrementally and the same numbers recomputed from its pieces, for the
+/// caller to compare.
+inline void evalStateCheck(const Board& board, int& storedMg, int& storedEg,
+                           int& storedWhiteMaterial, int& storedBlackMaterial, int& storedPhase,
+                           int& mg, int& eg, int& whiteMaterial, int& blackMaterial, int& phase) {
     storedMg = board.psqMg;
     storedEg = board.psqEg;
     storedWhiteMaterial = board.nonPawnMaterial[White];
@@ -17,7 +20,7 @@ void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& store
     mg = sink.total().mg;
     eg = sink.total().eg;
 
-    int material[2] = {0, 0};
+    int material[kColors] = {};
     phase = 0;
     for (const Color c : {White, Black})
         for (const Piece p : {Knight, Bishop, Rook, Queen}) {
@@ -29,7 +32,9 @@ void evalStateCheck(const Board& board, int& storedMg, int& storedEg, int& store
     blackMaterial = material[Black];
 }
 
-void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg, int& freshEg) {
+/// The pawn-structure score through the cache and recomputed, for the caller to compare.
+inline void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg,
+                           int& freshEg) {
     const ScorePair cached = Eval::evalPawns(board);
     const ScorePair fresh = Eval::evalPawnsRaw(board);
     cachedMg = cached.mg;
