@@ -6,7 +6,6 @@ hanging engine from hanging the tests; none of them measures speed.
 
 from __future__ import annotations
 
-import functools
 import os
 import queue
 import re
@@ -25,14 +24,6 @@ DEADLINE = 60.0  # seconds until the engine counts as hanging
 
 def engine_path() -> str:
     return os.path.abspath(os.environ["MORVANE_ENGINE"])
-
-
-@functools.cache
-def is_instrumented() -> bool:
-    """Whether the engine was built with a sanitizer: its memory use then says nothing."""
-    with open(engine_path(), "rb") as file:
-        program = file.read()
-    return b"__asan_init" in program or b"__tsan_init" in program
 
 
 def run_mode(*arguments: str, stdin: bytes = b"", deadline: float = 1200.0):

@@ -21,9 +21,9 @@ from itertools import accumulate, zip_longest
 
 import grammar
 from client import Engine, FolderTest, engine_path
+from conditions import STRACE, needs_strace
 from rules import Position
 from selfplay import LINE, Game, Options, Ply, Twister, end_by_rule, read_games
-from test_writes import STRACE, can_trace
 
 DATA = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "data")
 DEADLINE = 1200.0  # seconds, for builds with a sanitizer
@@ -946,7 +946,7 @@ class Unopenable(DataGenTest):
         self.assertEqual(self.read("file"), b"kept\n")
 
 
-@unittest.skipUnless(can_trace(), "needs strace, the right to trace and a build without sanitizer")
+@needs_strace
 class SystemCalls(DataGenTest):
     """What the system sees: no moment at which a part of a game is in the file."""
 

@@ -19,7 +19,8 @@ import unittest
 from collections.abc import Callable
 
 import grammar
-from client import FolderTest, engine_path, is_instrumented
+from client import FolderTest, engine_path
+from conditions import is_instrumented
 
 REPETITIONS = int(os.environ.get("MORVANE_REPETITIONS", 3 if is_instrumented() else 10))
 TYPICAL = 0.1  # seconds until most processes are gone

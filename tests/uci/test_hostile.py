@@ -11,7 +11,8 @@ import time
 import unittest
 
 import grammar
-from client import START_FEN, Engine, EngineError, EngineTest, is_instrumented, run_mode
+from client import START_FEN, Engine, EngineError, EngineTest, run_mode
+from conditions import is_instrumented
 from hostile_cases import (BASE, BENCH_DEPTHS, ENDS, LAST_MOVE, MATED, QUEENS, SECTIONS, Best,
                            Case, decode)
 from rules import Position

@@ -2,7 +2,7 @@
 
 Limits are set in three ways: on the address space, on memory and processes of a control group, and
 on stacks.  After every request the engine still lives, what it uses is what it has said, and a
-search answers, with the whole table in use.
+search answers.
 """
 
 from __future__ import annotations
@@ -15,9 +15,9 @@ import unittest
 from collections.abc import Iterator
 
 import grammar
-from client import Engine, EngineError, EngineTest, FolderTest, is_instrumented
+from client import Engine, EngineError, EngineTest, FolderTest
+from conditions import STRACE, is_instrumented, needs_plain_build, needs_strace
 from test_options import PAGE_FETCHER, OptionTest
-from test_writes import STRACE, can_trace
 
 KIB, MIB = 1 << 10, 1 << 20
 NOBODY = 54321  # a user without other processes; the system does not count those of root
@@ -25,11 +25,6 @@ RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w K
 # Pawns locked in each other: in one at least of these, lines of a hundred plies.
 LOCKED = ("position fen 8/1k6/8/p1p1p1p1/P1P1P1P1/8/1K6/8 w - - 0 1",
           "position fen 8/8/2k5/p1p1p1p1/P1P1P1P1/2K5/8/8 w - - 0 1")
-
-needs_plain_build = unittest.skipIf(
-    not os.path.isdir(f"/proc/{os.getpid()}/task") or is_instrumented(),
-    "limits or measures memory, which sanitizers use their way",
-)
 
 
 def refusal(option: str, value: int) -> str:
@@ -129,7 +124,7 @@ class LimitTest(OptionTest):
     def check(self) -> None:
         self.assertEqual(self.pool_size(), self.pool)
         self.assertLessEqual(abs(self.table_mib() - self.table), 2)
-        best = self.engine.best_move("ucinewgame", RICH, "go movetime 200")
+        best = self.engine.best_move("ucinewgame", RICH, "go movetime 50")
         self.assert_legal(self.engine, best)
 
     def request_all(self, option: str, *values: int) -> None:
@@ -292,7 +287,7 @@ class Stacks(FolderTest, EngineTest):
                 lines = []
                 for position in LOCKED:
                     engine.send("ucinewgame")
-                    lines += engine.search(position, "go depth 128 movetime 1500")
+                    lines += engine.search(position, "go depth 128 nodes 1500000")
                 self.assertGreater(max(int(re.search(r"seldepth (\d+)", line)[1])
                                        for line in lines if "seldepth" in line), 90)
                 engine.send("setoption name Threads value 4")
@@ -302,7 +297,7 @@ class Stacks(FolderTest, EngineTest):
                     "position fen 8/pp3k2/2p2p2/3p4/3P4/2P2P2/PP3K2/8 w - - 0 1",
                     "position fen k7/8/8/1p1p1p1p/1P1P1P1P/8/8/K2Q3q w - - 0 1",  # many checks
                 ):
-                    engine.best_move(position, "go depth 128 movetime 700")
+                    engine.best_move(position, "go depth 128 movetime 200")
                 depth = engine.nodes("position fen 8/8/3k4/2p5/2P5/3K4/8/8 w - - 0 1",
                                      "go depth 30")[-1][0]
                 self.assertEqual(depth, 30)
@@ -324,7 +319,7 @@ class Stacks(FolderTest, EngineTest):
                     self.assertEqual(engine.wait(), 0, engine.stderr)
 
 
-@unittest.skipUnless(can_trace(), "needs strace, the right to trace and a build without sanitizer")
+@needs_strace
 class Files(FolderTest, EngineTest):
     """The engine looks at no file but its libraries and, when it is asked to take more memory, the
     kernel's accounts."""

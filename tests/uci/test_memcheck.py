@@ -8,7 +8,8 @@ import subprocess
 import unittest
 
 import grammar
-from client import START_FEN, Engine, FolderTest, engine_path, is_instrumented
+from client import START_FEN, Engine, FolderTest, engine_path
+from conditions import is_instrumented
 
 VALGRIND = shutil.which("valgrind")
 COMMAND = ["--error-exitcode=99", "--leak-check=full", "--errors-for-leak-kinds=definite,possible",

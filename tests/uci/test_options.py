@@ -10,16 +10,12 @@ import time
 import unittest
 
 import grammar
-from client import EngineTest, is_instrumented
+from client import EngineTest
+from conditions import needs_plain_build, needs_proc
 
 MIB = 1 << 20
 RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"
 PAGE_FETCHER = "page prefaulter"  # threads of this name come and go
-ON_LINUX = os.path.isdir(f"/proc/{os.getpid()}/task")
-needs_proc = unittest.skipUnless(ON_LINUX, "reads the system's process table")
-needs_plain_build = unittest.skipIf(
-    not ON_LINUX or is_instrumented(), "limits or measures memory, which sanitizers use their way"
-)
 
 
 def bad_value(name: str, value: str) -> str:

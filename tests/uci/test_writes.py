@@ -2,26 +2,17 @@
 
 import os
 import re
-import shutil
-import subprocess
 import tempfile
 import time
 import unittest
 
-from client import EngineTest, is_instrumented
+from client import EngineTest
+from conditions import STRACE, needs_strace
 
-STRACE = shutil.which("strace")
 WRITE = re.compile(r'^\d+ +write\(([12]), "((?:\\x[0-9a-f]{2})*)", (\d+)')
 
 
-def can_trace() -> bool:
-    if not STRACE or is_instrumented():  # the leak checker cannot run in a traced process
-        return False
-    return subprocess.run([STRACE, "-o", os.devnull, "true"], check=False,
-                          stderr=subprocess.DEVNULL).returncode == 0
-
-
-@unittest.skipUnless(can_trace(), "needs strace, the right to trace and a build without sanitizer")
+@needs_strace
 class Writes(EngineTest):
     def setUp(self) -> None:
         folder = tempfile.TemporaryDirectory()
