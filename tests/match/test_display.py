@@ -1,4 +1,4 @@
-"""What a GUI shows is right: every line of a thousand searches of all kinds, judged by a library.
+"""What a GUI shows is right: every line of hundreds of searches of all kinds, judged by a library.
 
 MORVANE_SEARCHES=20000 makes so many of them, MORVANE_SEED=2 others.
 """
@@ -20,7 +20,7 @@ from library import Rules
 from rules import Position
 from test_rules import OPENINGS, lines_of
 
-SEARCHES = int(os.environ.get("MORVANE_SEARCHES", "1000"))
+SEARCHES = int(os.environ.get("MORVANE_SEARCHES", "300"))
 SEED = int(os.environ.get("MORVANE_SEED", "1"))
 LONGEST = 0.4  # seconds after which any search is stopped: boards full of queens take minutes
 

@@ -1,6 +1,6 @@
 """Games of the engine against itself under short clocks: never late, never illegal.
 
-The short form plays 10 games and forgives a delay that the machine, not the engine, has caused.
+The short form plays a game of each form and forgives a delay that the machine, not the engine, has caused.
 MORVANE_GAMES=200 plays as many games and forgives nothing: for a quiet machine.
 
 A clock of some ten milliseconds has nothing to pay for other programs with.  So where it is permitted,
@@ -70,7 +70,7 @@ class NeverLate(EngineTest):
     def test_games(self) -> None:
         positions = lines_of(OPENINGS)
         referees = [Referee(self.rules, lenient=GAMES is None) for _ in FORMS]
-        for number in range(int(GAMES or 10)):
+        for number in range(int(GAMES or len(FORMS))):
             threads, control = FORMS[number % len(FORMS)]
             fen = positions[number % len(positions)]
             for player in self.players:

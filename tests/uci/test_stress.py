@@ -17,7 +17,7 @@ from test_go import STALEMATED, sample_positions
 from test_options import bad_value
 from test_position import bad_fen, illegal, unknown
 
-SECONDS = float(os.environ.get("MORVANE_STRESS_SECONDS", "24"))
+SECONDS = float(os.environ.get("MORVANE_STRESS_SECONDS", "12"))
 THREADS = (1, 2, 4, 8)
 COMMANDS = 120  # of a session
 MOST_QUEENS = 6  # captures among more of them go on for long after a limit
