@@ -14,6 +14,7 @@ import json
 import os
 import pathlib
 import re
+import subprocess
 import sys
 from collections.abc import Callable
 
@@ -231,6 +232,15 @@ def script(arguments: list[str]) -> str:
     return "it is there and can be run"
 
 
+def steps(arguments: list[str]) -> str:
+    """The test command has such steps."""
+    told = subprocess.run([ROOT / "test", "--help"], capture_output=True, text=True, check=True).stdout
+    known = re.findall(r"^  (\w+) ", told, re.MULTILINE)
+    if arguments not in ([], ["all"]) and not set(arguments) <= set(known):
+        raise Wrong(f"not all of these are steps: {arguments}")
+    return "such steps exist"
+
+
 def profiled(arguments: list[str]) -> str:
     result = script(arguments)
     place_build("build/profiled")
@@ -245,7 +255,7 @@ PROGRAMS: dict[str, Callable[[list[str]], str]] = {
     "apt-get": apt,
 }
 SCRIPTS: dict[str, Callable[[list[str]], str]] = {
-    "test": script,
+    "test": steps,
     "benchmarks/run": benchmarks,
     "benchmarks/measure.py": measure,
     "fuzz/run": fuzz,
