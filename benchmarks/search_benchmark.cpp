@@ -1,6 +1,7 @@
 #include "positions.h"
 
-#include "search/search.h"
+#include "search/iterate.h"
+#include "search/thread.h"
 #include "search/tt.h"
 
 #include <benchmark/benchmark.h>
@@ -9,7 +10,7 @@ namespace {
 
 /// The search benchmark without its output; the rate is in nodes per second of processor time.
 void benchSearch(benchmark::State& state) {
-    const auto thread = std::make_unique<Thread>(1);
+    const auto thread = std::make_unique<Thread>(kToolThread);
     std::uint64_t nodes = 0;
     for (auto _ : state)
         for (const auto& board : benchBoards()) {

@@ -3,7 +3,9 @@
 #include "eval/evaluate.h"
 #include "fen_mutator.h"
 #include "naive_fen.h"
-#include "search/search.h"
+#include "search/iterate.h"
+#include "search/thread.h"
+#include "search/tt.h"
 #include "support.h"
 #include "support/board_checks.h"
 #include "support/eval_checks.h"
@@ -139,7 +141,7 @@ class Alarm {
 };
 
 void checkSearch(const Board& board) {
-    static const auto thread = std::make_unique<Thread>(1); // no main thread: no limits
+    static const auto thread = std::make_unique<Thread>(kToolThread);
     gTT.clear();
     gStopSearch = false;
     thread->board.setFen(board.fen());

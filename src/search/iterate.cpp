@@ -1,5 +1,7 @@
+#include "search/iterate.h"
+
 #include "board/movegen.h"
-#include "search/search.h"
+#include "search/stop.h"
 
 #include <algorithm>
 
@@ -89,16 +91,16 @@ bool helperSkipsDepth(int id, int depth) {
 }
 
 void iterativeDeepening(Thread& thread) {
-    const bool isMain = thread.id == 0;
+    const bool isMain = thread.isMain();
     const SearchLimits& limits = thread.limits;
     const int maxDepth = limits.infinite ? kMaxPly : std::min(limits.depth, kMaxPly);
     if (isMain)
-        resetReports();
+        thread.reporter.start();
 
     const Move first = firstLegalMove(thread.board);
     if (first == 0) {
         if (isMain)
-            reportNoMoves(thread.board);
+            Reporter::reportNoMoves(thread.board);
         return;
     }
     if (maxDepth < 1)
@@ -113,7 +115,7 @@ void iterativeDeepening(Thread& thread) {
             return;
         if (isMain) {
             const std::int64_t elapsed = gTime.elapsed();
-            reportIteration(thread, elapsed);
+            thread.reporter.reportIteration(thread, elapsed);
             if (!gTime.startNextIteration(elapsed))
                 return;
         }

@@ -1,9 +1,11 @@
+#include "search/quiesce.h"
+
 #include "board/kinglines.h"
 #include "board/movegen.h"
 #include "search/correction.h"
 #include "search/ordering.h"
-#include "search/search.h"
-#include "search/tt.h"
+#include "search/score.h"
+#include "search/stop.h"
 
 namespace Search {
 
@@ -70,7 +72,7 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     thread.countQuiescenceNode();
     // Where dozens of pieces can take each other this may go on for minutes: the main search alone
     // would look at the clock too late.
-    if (thread.id == 0 && timeIsUp(thread.nodes)) {
+    if (thread.isMain() && timeIsUp(thread.nodes)) {
         gStopSearch = true;
         return 0;
     }

@@ -1,18 +1,19 @@
+#include "search/report.h"
+
 #include "base/outputline.h"
-#include "search/search.h"
+#include "search/score.h"
+#include "search/thread.h"
 #include "search/tt.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstdlib>
 
 namespace Search {
 
 namespace {
 
 constexpr std::int64_t kProgressInterval = 300; // milliseconds between two lines
-
-// When the main thread last printed, in milliseconds since the search began. Its own affair alone.
-std::int64_t gLastInfoMs = 0;
-bool gProgressIsLast = false; // and whether that line told of progress
 
 std::uint64_t nodesPerSecond(std::uint64_t nodes, std::int64_t elapsed) {
     return elapsed < 1 ? 0 : nodes * 1000 / static_cast<std::uint64_t>(elapsed);
@@ -55,12 +56,12 @@ std::string buildPV(Board board, Move firstMove) {
     return text;
 }
 
-void resetReports() {
-    gLastInfoMs = 0;
-    gProgressIsLast = false;
+void Reporter::start() {
+    lastInfoMs_ = 0;
+    progressWasLast_ = false;
 }
 
-void reportIteration(const Thread& thread, std::int64_t elapsed) {
+void Reporter::reportIteration(const Thread& thread, std::int64_t elapsed) {
     OutputLine line;
     line.add("info depth ").add(thread.completedDepth);
     line.add(" seldepth ").add(gThreads.totalSeldepth());
@@ -69,26 +70,26 @@ void reportIteration(const Thread& thread, std::int64_t elapsed) {
     if (const std::string pv = buildPV(thread.board, thread.bestMove); !pv.empty())
         line.add(" pv ").add(pv);
     line.print();
-    gLastInfoMs = elapsed;
-    gProgressIsLast = false;
+    lastInfoMs_ = elapsed;
+    progressWasLast_ = false;
 }
 
-void reportResult(const Thread& best, const Thread& main) {
-    if (best.bestMove != main.bestMove || gProgressIsLast)
+void Reporter::reportResult(const Thread& best, const Thread& main) {
+    if (best.bestMove != main.bestMove || progressWasLast_)
         reportIteration(best, gTime.elapsed());
 }
 
-void reportNoMoves(const Board& board) {
+void Reporter::reportNoMoves(const Board& board) {
     const bool mated = board.inCheck(board.sideToMove);
     OutputLine().add("info depth 0 score ").add(mated ? "mate 0" : "cp 0").print();
 }
 
-void reportProgress(const Thread& thread) {
+void Reporter::reportProgress(const Thread& thread) {
     const std::int64_t elapsed = gTime.elapsed();
-    if (elapsed - gLastInfoMs < kProgressInterval)
+    if (elapsed - lastInfoMs_ < kProgressInterval)
         return;
-    gLastInfoMs = elapsed;
-    gProgressIsLast = true;
+    lastInfoMs_ = elapsed;
+    progressWasLast_ = true;
     OutputLine line;
     line.add("info depth ").add(thread.depth).add(" seldepth ").add(gThreads.totalSeldepth());
     addEffort(line, gThreads.totalNodes(), elapsed);

@@ -3,8 +3,11 @@
 #include "board/kinglines.h"
 #include "search/correction.h"
 #include "search/movepicker.h"
-#include "search/tt.h"
+#include "search/quiesce.h"
+#include "search/score.h"
+#include "search/stop.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 
@@ -83,7 +86,7 @@ bool reachesLimit(Thread& thread) {
     if (nodesSpent || timeIsUp(nodes))
         return true;
     if (nodes % TimeManager::kCheckInterval == 0 && limits.hasTime())
-        reportProgress(thread);
+        thread.reporter.reportProgress(thread);
     return false;
 }
 
@@ -408,7 +411,7 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
 
     // 5. Count the node and look at the limits.
     thread.countNode();
-    if (thread.id == 0 && reachesLimit(thread)) {
+    if (thread.isMain() && reachesLimit(thread)) {
         gStopSearch = true;
         return 0;
     }

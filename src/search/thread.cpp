@@ -1,10 +1,11 @@
 #include "search/thread.h"
 
 #include "base/outputline.h"
-#include "search/search.h"
+#include "search/iterate.h"
 #include "search/tt.h"
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <cstring>
 #include <iterator>
@@ -15,22 +16,9 @@ CacheAligned<std::atomic<bool>> gStopSearch{false};
 ThreadPool gThreads;
 
 Thread::Thread(int threadId) : id(threadId) {
+    assert(id >= 0);
     board.reset();
     clearForSearch();
-    if (!worker_.start([this] { idleLoop(); }))
-        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
-                                "thread constructor failed");
-    waitForSearchFinished();
-}
-
-Thread::~Thread() {
-    {
-        const std::lock_guard lock(mutex_);
-        exit_ = true;
-        searching_ = true;
-        wake_.notify_all();
-    }
-    worker_.join();
 }
 
 void Thread::clearForSearch() {
@@ -47,18 +35,36 @@ void Thread::clearForSearch() {
     score = 0;
 }
 
-void Thread::startSearching() {
+PoolThread::PoolThread(int threadId) : Thread(threadId) {
+    if (!worker_.start([this] { idleLoop(); }))
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                "thread constructor failed");
+    waitForSearchFinished();
+}
+
+PoolThread::~PoolThread() {
+    {
+        const std::lock_guard lock(mutex_);
+        exit_ = true;
+        searching_ = true;
+        wake_.notify_all();
+    }
+    worker_.join();
+}
+
+void PoolThread::startSearching() {
     const std::lock_guard lock(mutex_);
+    assert(!searching_);
     searching_ = true;
     wake_.notify_all();
 }
 
-void Thread::waitForSearchFinished() {
+void PoolThread::waitForSearchFinished() {
     std::unique_lock lock(mutex_);
     wake_.wait(lock, [this] { return !searching_; });
 }
 
-void Thread::idleLoop() {
+void PoolThread::idleLoop() {
     for (;;) {
         {
             std::unique_lock lock(mutex_);
@@ -68,14 +74,14 @@ void Thread::idleLoop() {
             if (exit_)
                 return;
         }
-        if (id == 0)
+        if (isMain())
             mainLoop();
         else
             Search::iterativeDeepening(*this);
     }
 }
 
-void Thread::mainLoop() {
+void PoolThread::mainLoop() {
     gTime.start(limits, board.sideToMove);
     gThreads.startHelpers();
     Search::iterativeDeepening(*this);
@@ -87,7 +93,7 @@ void Thread::mainLoop() {
     gStopSearch = true;
     gThreads.waitForHelpersFinished();
     const Thread& best = gThreads.bestThread();
-    Search::reportResult(best, *this);
+    reporter.reportResult(best, *this);
     OutputLine().add("bestmove ").add(moveToString(best.bestMove)).print();
 }
 
@@ -101,9 +107,9 @@ void ThreadPool::set(std::size_t count) {
     waitForSearchFinished();
     count = std::max<std::size_t>(count, 1);
     threads_.reserve(count);
-    std::vector<std::unique_ptr<Thread>> added;
+    std::vector<std::unique_ptr<PoolThread>> added;
     for (std::size_t i = threads_.size(); i < count; ++i)
-        added.push_back(std::make_unique<Thread>(static_cast<int>(i)));
+        added.push_back(std::make_unique<PoolThread>(static_cast<int>(i)));
 
     while (threads_.size() > count)
         threads_.pop_back();
@@ -113,6 +119,7 @@ void ThreadPool::set(std::size_t count) {
 }
 
 void ThreadPool::startThinking(const Board& board, const SearchLimits& limits) {
+    assert(!threads_.empty());
     waitForSearchFinished();
     gStopSearch = false;
     gTT.newGeneration();
@@ -140,6 +147,7 @@ void ThreadPool::waitForSearchFinished() {
 }
 
 const Thread& ThreadPool::bestThread() const {
+    assert(!threads_.empty());
     const Thread* best = threads_.front().get();
     for (const auto& thread : threads_) {
         const bool better =

@@ -2,7 +2,9 @@
 
 #include "base/output.h"
 #include "board/perft.h"
-#include "search/search.h"
+#include "search/iterate.h"
+#include "search/report.h"
+#include "search/thread.h"
 #include "search/tt.h"
 
 #include <chrono>
@@ -59,7 +61,7 @@ void runBenchSearch(int depth) {
     if (depth < 1)
         depth = kDefaultBenchDepth;
     gStopSearch = false;
-    const auto thread = std::make_unique<Thread>(1); // any thread but the main one: no limits
+    const auto thread = std::make_unique<Thread>(kToolThread);
     Effort total;
     int number = 0;
     for (const std::string_view fen : kBenchPositions) {

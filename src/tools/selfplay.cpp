@@ -1,7 +1,7 @@
 #include "tools/selfplay.h"
 
 #include "board/movegen.h"
-#include "search/search.h"
+#include "search/iterate.h"
 #include "search/tt.h"
 
 #include <algorithm>
@@ -124,7 +124,7 @@ Move searchForDataGen(Thread& thread, int maxDepth, std::int64_t nodeLimit, int&
 }
 
 SelfPlay::SelfPlay(const DataGenConfig& config)
-    : config_(config), thread_(std::make_unique<Thread>(1)) { // any thread but the main one
+    : config_(config), thread_(std::make_unique<Thread>(kToolThread)) {
     gTT.recordWrites(true); // every opening and every game begins with a clear table
 }
 

@@ -53,6 +53,7 @@ inline std::string argumentsMissing(std::string_view mode, std::string_view usag
 
 inline constexpr std::string_view kLineTooLong = "задовгий рядок — пропущено";
 inline constexpr std::string_view kCommandNeedsMemory = "бракує пам'яті — команду не виконано";
+inline constexpr std::string_view kCommandFailed = "команду не виконано: "; // the reason follows
 
 /// For the words "perft" and "benchsearch".
 inline std::string badDepth(std::string_view word) {

@@ -14,6 +14,7 @@
 #include "uci/options.h"
 #include "uci/session.h"
 
+#include <exception>
 #include <iostream>
 #include <new>
 #include <sstream>
@@ -223,14 +224,17 @@ bool serve(std::string_view line) {
     return true;
 }
 
-/// The same for a line that may ask for more memory than there is: an endless move list, perhaps.
+/// The same for a line that may ask for more than there is: an endless move list, perhaps. Whatever
+/// a command fails for, the session goes on. The answer needs no memory: there may be none.
 bool serveIfPossible(std::string_view line) {
     try {
         return serve(line);
     } catch (const std::bad_alloc&) {
         OutputLine().add("info string ").add(Messages::kCommandNeedsMemory).print();
-        return true;
+    } catch (const std::exception& failure) {
+        OutputLine().add("info string ").add(Messages::kCommandFailed).add(failure.what()).print();
     }
+    return true;
 }
 
 /// Without blanks, carriage returns and line feeds at the end.

@@ -100,7 +100,7 @@ TEST_F(Allocations, AreCounted) {
     EXPECT_EQ(allocationsOf([] { ::operator delete[](::operator new[](100)); }), 1U);
     EXPECT_EQ(allocationsOf([&] { ::operator delete(::operator new(1, kLine), kLine); }), 1U);
     EXPECT_EQ(allocationsOf([] { ::operator delete(::operator new(1, std::nothrow)); }), 1U);
-    EXPECT_GE(allocationsOf([] { Thread other(1); }), 1U) << "also those of the library";
+    EXPECT_GE(allocationsOf([] { PoolThread other(1); }), 1U) << "also those of the library";
     const std::string text(100, 'x');
     EXPECT_EQ(allocationsOf([&] { gResult = static_cast<int>(std::string(text).size()); }), 1U);
 }

@@ -2,7 +2,9 @@
 
 #include "board/board.h"
 #include "board/movegen.h"
-#include "search/search.h"
+#include "search/iterate.h"
+#include "search/quiesce.h"
+#include "search/thread.h"
 #include "search/tt.h"
 #include "support/build.h"
 #include "support/notation.h"
@@ -67,8 +69,8 @@ inline Move playRandomMove(Board& board, std::mt19937_64& random) {
     return m;
 }
 
-/// A search without pool and clock: the table is empty, the stop flag down, `thread` is not the
-/// main one, so nothing limits it.
+/// A search as tools do it, without pool and clock: the table is empty, the stop flag down, nothing
+/// limits it.
 class SearchTest : public testing::Test {
   protected:
     void SetUp() override { reset(); }
@@ -107,5 +109,5 @@ class SearchTest : public testing::Test {
     std::uint64_t nodes() const { return thread->nodes; }
     std::uint64_t qnodes() const { return thread->qnodes; }
 
-    std::unique_ptr<Thread> thread = std::make_unique<Thread>(1);
+    std::unique_ptr<Thread> thread = std::make_unique<Thread>(kToolThread);
 };

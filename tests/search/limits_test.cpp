@@ -22,7 +22,7 @@ class Limits : public testing::Test {
                                  stack.records, false);
     }
 
-    std::unique_ptr<Thread> mainThread = std::make_unique<Thread>(0);
+    std::unique_ptr<Thread> mainThread = std::make_unique<Thread>(kMainThread);
 };
 
 TEST_F(Limits, TheNodeThatReachesTheLimitStopsTheSearchWithNothing) {

@@ -2,8 +2,10 @@
 #include "info_line.h"
 #include "support/resource_limit.h"
 
+#include <filesystem>
 #include <fstream>
 #include <future>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -501,6 +503,24 @@ TEST(Thread, ObjectsShareNoCacheLine) {
     for (std::size_t i = 0; i < 4; ++i)
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&gThreads[i]) % 64, 0U);
     gThreads.set(1);
+}
+
+/// Threads that the process has.
+std::size_t threadsOfProcess() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+TEST(Thread, IsAnObjectForTheCallersThreadAndOnlyThePoolsHaveAWorker) {
+    if (!std::filesystem::exists("/proc/self/task"))
+        GTEST_SKIP() << "this system does not tell a process's threads";
+    const std::size_t before = threadsOfProcess();
+    const auto ofTool = std::make_unique<Thread>(kToolThread);
+    EXPECT_EQ(threadsOfProcess(), before);
+    EXPECT_FALSE(ofTool->isMain());
+    const auto ofPool = std::make_unique<PoolThread>(kMainThread);
+    EXPECT_EQ(threadsOfProcess(), before + 1);
+    EXPECT_TRUE(ofPool->isMain());
 }
 
 TEST(Thread, BeginsWithNothing) {

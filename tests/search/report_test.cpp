@@ -151,7 +151,7 @@ class Progress : public testing::Test {
         gTT.clear();
         gStopSearch = false;
         thread->board.setFen(kStartFen);
-        Search::resetReports();
+        thread->reporter.start();
         thread->limits.movetime = 1000000;
         gTime.start(thread->limits, White);
     }
@@ -174,7 +174,7 @@ class Progress : public testing::Test {
         return testing::internal::GetCapturedStdout();
     }
 
-    std::unique_ptr<Thread> thread = std::make_unique<Thread>(0);
+    std::unique_ptr<Thread> thread = std::make_unique<Thread>(kMainThread);
 };
 
 TEST_F(Progress, IsReportedAtEvery2048thNodeOnceALineIsDue) {
@@ -195,13 +195,13 @@ TEST_F(Progress, IsFollowedByTheResultThoughItWasPrintedBefore) {
     Thread& main = *thread;
     const auto result = [&](const Thread& best) {
         testing::internal::CaptureStdout();
-        Search::reportResult(best, main);
+        main.reporter.reportResult(best, main);
         return testing::internal::GetCapturedStdout();
     };
     main.bestMove = moveOf(main.board, "e2e4");
     main.completedDepth = 3;
     testing::internal::CaptureStdout();
-    Search::reportIteration(main, 0);
+    main.reporter.reportIteration(main, 0);
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(result(main), "");
 

@@ -188,7 +188,7 @@ class PickerCheck {
 
     Board& board() { return thread_->board; }
 
-    std::unique_ptr<Thread> thread_ = std::make_unique<Thread>(0);
+    std::unique_ptr<Thread> thread_ = std::make_unique<Thread>(kToolThread);
     std::mt19937_64 random_{kSeed};
     int trials_ = 0;
     int validTableMoves_ = 0;

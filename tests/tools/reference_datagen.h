@@ -184,7 +184,7 @@ class Player {
     }
 
     const DataGenConfig& config_;
-    std::unique_ptr<Thread> thread_ = std::make_unique<Thread>(1);
+    std::unique_ptr<Thread> thread_ = std::make_unique<Thread>(kToolThread);
 };
 
 /// A whole run: the file and what is told about it, without the numbers that time decides.

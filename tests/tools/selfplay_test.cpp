@@ -2,7 +2,7 @@
 
 #include "helpers.h"
 #include "reference_datagen.h"
-#include "search/search.h"
+#include "search/iterate.h"
 #include "support/temp_files.h"
 #include "tools/datagen.h"
 
@@ -67,7 +67,7 @@ class SearchForDataGen : public testing::Test {
     static constexpr std::string_view kFen =
         "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10";
 
-    const std::unique_ptr<Thread> thread = std::make_unique<Thread>(1);
+    const std::unique_ptr<Thread> thread = std::make_unique<Thread>(kToolThread);
 };
 
 TEST_F(SearchForDataGen, DeepensToTheGivenDepth) {

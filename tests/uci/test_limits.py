@@ -178,6 +178,33 @@ class AddressSpace(LimitTest):
                     self.assertRegex(engine.stderr, rb"\S+\n$")
                     self.assertNotIn(b"terminate called", engine.stderr)
 
+    def test_search_benchmark(self) -> None:
+        """It searches on the thread that reads the commands: none needs to be given."""
+        benched = 0
+        for kib in range(100000, 116000, 1000):
+            with self.subTest(kib=kib):
+                size = (kib * KIB, kib * KIB)
+                engine = self.start(preexec=lambda: resource.setrlimit(resource.RLIMIT_AS, size))
+                said = engine.answers("benchsearch 3")
+                if said != ["info string бракує пам'яті — команду не виконано"]:
+                    self.assertRegex(said[-1], grammar.BENCH_TOTAL)
+                    benched += 1
+                self.assertRegex(engine.best_move(RICH, "go depth 3"), grammar.MOVE)
+        self.assertGreater(benched, 0)
+
+    def test_search_benchmark_without_memory(self) -> None:
+        """Refused as any command, and served again once there is memory."""
+        engine = self.engine = self.start()
+        self.assertRegex(engine.best_move(RICH, "go depth 3"), grammar.MOVE)
+        size = self.status("VmSize") * KIB
+        resource.prlimit(engine.pid, resource.RLIMIT_AS, (size, resource.RLIM_INFINITY))
+        self.assertEqual(engine.answers("benchsearch 3"),
+                         ["info string бракує пам'яті — команду не виконано"])
+        self.assertRegex(engine.best_move(RICH, "go depth 3"), grammar.MOVE)
+        unlimited = (resource.RLIM_INFINITY, resource.RLIM_INFINITY)
+        resource.prlimit(engine.pid, resource.RLIMIT_AS, unlimited)
+        self.assertRegex(engine.answers("benchsearch 3")[-1], grammar.BENCH_TOTAL)
+
 
 @needs_plain_build
 class MemoryGroup(LimitTest):
@@ -244,17 +271,45 @@ class Processes(LimitTest):
         self.assertRegex(engine.stderr, rb"\S+\n$")
         self.assertNotIn(b"terminate called", engine.stderr)
 
-    @unittest.skipUnless(os.geteuid() == 0, "only root can start a user's very first process")
-    def test_limit_of_a_user(self) -> None:
-        def become() -> None:
-            resource.setrlimit(resource.RLIMIT_NPROC, (8, 8))
-            os.setuid(NOBODY)
+    def check_tools(self) -> None:
+        """The pool has its one thread, and no other is to be had."""
+        self.assertRegex(self.engine.answers("benchsearch 3")[-1], grammar.BENCH_TOTAL)
+        self.assertRegex(self.engine.best_move(RICH, "go depth 3"), grammar.MOVE)
+        self.assertEqual(self.engine.answers("setoption name Threads value 2"),
+                         [refusal("Threads", 2)])
 
+    def test_tools_in_a_control_group(self) -> None:
+        group = self.group(2)
+        self.engine = self.start(preexec=lambda: join(group))
+        self.check_tools()
+
+    def test_modes_without_a_thread(self) -> None:
+        group = self.group(1)
+        for arguments in (("benchsearch", "3"), ("datagen", "1", "out=/dev/null", "nodes=500")):
+            with self.subTest(arguments[0]):
+                engine = Engine(arguments, preexec=lambda: join(group))
+                self.addCleanup(engine.kill)
+                self.assertEqual(engine.wait(), 0, engine.stderr)
+
+    def become_nobody(self, limit: int) -> None:
+        resource.setrlimit(resource.RLIMIT_NPROC, (limit, limit))
+        os.setuid(NOBODY)
+
+    def begin_as_nobody(self, limit: int) -> None:
         try:
-            self.begin(preexec=become)
+            self.begin(preexec=lambda: self.become_nobody(limit))
         except PermissionError as error:
             self.skipTest(f"another user cannot start the engine: {error}")
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can start a user's very first process")
+    def test_limit_of_a_user(self) -> None:
+        self.begin_as_nobody(8)
         self.check_threads()
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can start a user's very first process")
+    def test_tools_under_the_limit_of_a_user(self) -> None:
+        self.begin_as_nobody(2)
+        self.check_tools()
 
 
 @unittest.skipIf(is_instrumented(), "sanitizers need larger stacks")
