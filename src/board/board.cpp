@@ -39,6 +39,29 @@ std::uint64_t Board::computePawnKey() const {
     return result;
 }
 
+bool Board::pieceIsThreatened() const {
+    const Bitboard(&own)[kPieces] = pieces[sideToMove];
+    const Bitboard(&enemy)[kPieces] = pieces[~sideToMove];
+    const Bitboard majors = own[Rook] | own[Queen];
+    if (pawnAttackSet(~sideToMove, enemy[Pawn]) & (majors | own[Knight] | own[Bishop]))
+        return true;
+    if (!majors)
+        return false;
+    Bitboard attacked = 0;
+    for (Bitboard knights = enemy[Knight]; knights;)
+        attacked |= Attacks::knightAttacks[popLowest(knights)];
+    for (Bitboard bishops = enemy[Bishop]; bishops;)
+        attacked |= Attacks::bishopAttacks(popLowest(bishops), occupied);
+    if (attacked & majors)
+        return true;
+    if (!own[Queen])
+        return false;
+    attacked = 0;
+    for (Bitboard rooks = enemy[Rook]; rooks;)
+        attacked |= Attacks::rookAttacks(popLowest(rooks), occupied);
+    return (attacked & own[Queen]) != 0;
+}
+
 void Board::makeRoomInHistory() {
     if (historyCount < kMaxHistory - kSearchReserve)
         return;

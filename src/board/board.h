@@ -114,6 +114,13 @@ struct Board : MoveState {
     /// missing from `occupancy` still count as attackers.
     Bitboard attackersTo(Square sq, Bitboard occupancy) const;
 
+    /// Whether the position has occurred before since the last capture or pawn move, once at least.
+    bool isRepetition() const;
+
+    /// Whether a less valuable enemy piece attacks a knight, bishop, rook or queen of the side to
+    /// move.
+    bool pieceIsThreatened() const;
+
     /// Whether the side may castle now: right, empty squares, no attacked square on the king's way.
     bool canCastleKS(Color c) const;
     bool canCastleQS(Color c) const;
@@ -193,6 +200,15 @@ inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
         pawnKey ^= change;
     psqMg += kPsq[c][p][to].mg - kPsq[c][p][from].mg;
     psqEg += kPsq[c][p][to].eg - kPsq[c][p][from].eg;
+}
+
+// Every second record is of the same side to move.
+inline bool Board::isRepetition() const {
+    const int oldest = historyCount > halfmoveClock ? historyCount - halfmoveClock : 0;
+    for (int i = historyCount - 2; i >= oldest; i -= 2)
+        if (history[i].key == key)
+            return true;
+    return false;
 }
 
 inline bool Board::isAttacked(Square sq, Color by, Bitboard occupancy) const {

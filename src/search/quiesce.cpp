@@ -17,10 +17,7 @@ constexpr int kDeltaMargin = 200;
 
 /// Whether a stored result answers a null-window search at once.
 bool canCutByTable(const TTData& tt, int score, int alpha, int beta) {
-    if (beta - alpha != 1 || tt.depth < kQuiescenceDepth)
-        return false;
-    return tt.flag == TTExact || (tt.flag == TTLower && score >= beta) ||
-           (tt.flag == TTUpper && score <= alpha);
+    return beta - alpha == 1 && tt.depth >= kQuiescenceDepth && tt.settles(score, alpha, beta);
 }
 
 void storeUnlessStopped(const Board& board, Move move, int score, TTFlag flag, int ply) {

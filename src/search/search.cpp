@@ -2,6 +2,7 @@
 
 #include "board/kinglines.h"
 #include "search/correction.h"
+#include "search/history.h"
 #include "search/movepicker.h"
 #include "search/quiesce.h"
 #include "search/score.h"
@@ -39,9 +40,6 @@ constexpr int kReductionMoves = 3; // moves searched before any is reduced
 constexpr int kReductionMovesPv = 5;
 constexpr int kReductionDepth = 2; // depth left from which moves are reduced
 constexpr int kHistoryPerPly = 8000;
-
-constexpr int kMaxQuietsTried = 64;
-constexpr int kHistoryLimit = 16384;
 
 constexpr int kFiftyMoveClock = 99; // beyond
 
@@ -90,18 +88,8 @@ bool reachesLimit(Thread& thread) {
     return false;
 }
 
-/// One earlier occurrence suffices. Every second record is of the same side to move; a capture or
-/// pawn move ends the search back.
-bool isRepetition(const Board& board) {
-    const int oldest = std::max(board.historyCount - board.halfmoveClock, 0);
-    for (int i = board.historyCount - 2; i >= oldest; i -= 2)
-        if (board.history[i].key == board.key)
-            return true;
-    return false;
-}
-
 bool isDraw(const Board& board) {
-    return board.halfmoveClock > kFiftyMoveClock || isRepetition(board);
+    return board.halfmoveClock > kFiftyMoveClock || board.isRepetition();
 }
 
 void probeTable(Node& n) {
@@ -113,34 +101,7 @@ void probeTable(Node& n) {
 bool canCutByTable(const Node& n) {
     if (!n.ttHit || n.pv || n.excluded() || n.tt.depth < n.depth)
         return false;
-    return n.tt.flag == TTExact || (n.tt.flag == TTLower && n.ttScore >= n.beta) ||
-           (n.tt.flag == TTUpper && n.ttScore <= n.alpha);
-}
-
-/// Whether a cheaper enemy piece attacks a knight, bishop, rook or queen of the side to move.
-bool pieceIsThreatened(const Board& board) {
-    const Color us = board.sideToMove;
-    const Bitboard(&own)[6] = board.pieces[us];
-    const Bitboard(&enemy)[6] = board.pieces[~us];
-    const Bitboard major = own[Rook] | own[Queen];
-    const Bitboard pieces = major | own[Knight] | own[Bishop];
-    if (pawnAttackSet(~us, enemy[Pawn]) & pieces)
-        return true;
-    if (!major)
-        return false;
-    Bitboard attacked = 0;
-    for (Bitboard knights = enemy[Knight]; knights;)
-        attacked |= Attacks::knightAttacks[popLowest(knights)];
-    for (Bitboard bishops = enemy[Bishop]; bishops;)
-        attacked |= Attacks::bishopAttacks(popLowest(bishops), board.occupied);
-    if (attacked & major)
-        return true;
-    if (!own[Queen])
-        return false;
-    attacked = 0;
-    for (Bitboard rooks = enemy[Rook]; rooks;)
-        attacked |= Attacks::rookAttacks(popLowest(rooks), board.occupied);
-    return (attacked & own[Queen]) != 0;
+    return n.tt.settles(n.ttScore, n.alpha, n.beta);
 }
 
 /// The evaluation is so far above beta that the remaining depth will hardly bring it down.
@@ -150,7 +111,7 @@ bool canReverseFutilityPrune(const Node& n) {
     const int margin = kFutilityMargin * n.depth;
     if (n.staticEval - margin < n.beta)
         return false;
-    return n.staticEval - margin - kFutilityMargin >= n.beta || !pieceIsThreatened(n.board);
+    return n.staticEval - margin - kFutilityMargin >= n.beta || !n.board.pieceIsThreatened();
 }
 
 /// With pawns alone passing may be the best move; then the test proves nothing.
@@ -201,28 +162,12 @@ SingularResult testSingularity(Node& n) {
     return {n.cutNode ? -1 : 0, multiCut, score};
 }
 
-void addHistory(Thread& thread, Color side, Move m, int bonus) {
-    std::int32_t& entry = thread.quietHistory[side][fromSquare(m)][toSquare(m)];
-    entry += bonus - entry * std::abs(bonus) / kHistoryLimit;
-}
-
-/// Quiet moves searched at a node, as many as are remembered.
-struct QuietsTried {
-    Move moves[kMaxQuietsTried];
-    int count = 0;
-
-    void add(Move m) {
-        if (count < kMaxQuietsTried)
-            moves[count++] = m;
-    }
-};
-
 /// Plies by which a late quiet move is searched less deep, before it is held within the depth left.
 int lateMoveReduction(const Node& n, Move m, int newDepth, int movesSearched) {
     if (n.pv && movesSearched < kReductionMovesPv)
         return 0;
     // The move is made: it is the other side's turn.
-    const int history = n.thread.quietHistory[~n.us()][fromSquare(m)][toSquare(m)];
+    const int history = historyOf(n.thread, ~n.us(), m);
     return kLMR[std::min(newDepth, 63)][std::min(movesSearched + 1, 63)] - (n.pv ? 1 : 0) -
            history / kHistoryPerPly;
 }
@@ -348,15 +293,9 @@ int MoveLoop::searchMove(Move m, bool givesCheck, int newDepth, bool reducible) 
     return score;
 }
 
-/// Move `m` refutes the position: it gains history, the quiet moves before it lose some.
+/// Move `m` causes a beta cutoff: the other side will not let this position come about.
 int MoveLoop::failHigh(Move m) {
-    const int bonus = n_.depth * n_.depth;
-    if (!isCapture(m))
-        addHistory(n_.thread, n_.us(), m, bonus);
-    for (int i = 0; i < quiets_.count; ++i)
-        if (quiets_.moves[i] != m)
-            addHistory(n_.thread, n_.us(), quiets_.moves[i], -bonus);
-
+    rewardCutoff(n_.thread, n_.us(), m, quiets_, n_.depth);
     if (n_.excluded())
         return bestScore_;
     if (!n_.inCheck && !isCaptureOrPromotion(m) && bestScore_ < kMateBound &&
@@ -376,7 +315,7 @@ int MoveLoop::finish() {
     // No answer was found to the move that led here.
     const Move previousMove = n_.ss->move;
     if (flag_ == TTUpper && previousMove != 0 && !isCaptureOrPromotion(previousMove))
-        addHistory(n_.thread, ~n_.us(), previousMove, n_.depth * n_.depth);
+        addHistory(n_.thread, ~n_.us(), previousMove, historyBonus(n_.depth));
 
     if (!n_.inCheck && !isCaptureOrPromotion(bestMove_) && !isMateScore(bestScore_) &&
         (flag_ == TTExact || bestScore_ < n_.staticEval))

@@ -16,6 +16,13 @@ struct TTData {
     std::int32_t score;
     std::int32_t depth; // -1 from quiescence
     TTFlag flag;
+
+    /// Whether a search with this window may end with the stored score, given as one of the search:
+    /// it is exact, or a bound that lies outside of the window.
+    bool settles(int scoreFromTable, int alpha, int beta) const {
+        return flag == TTExact || (flag == TTLower && scoreFromTable >= beta) ||
+               (flag == TTUpper && scoreFromTable <= alpha);
+    }
 };
 
 /// Search results by position key, shared by all threads without locks. An entry is two words, the

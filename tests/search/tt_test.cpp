@@ -557,4 +557,17 @@ TEST_F(OneBucket, AMateReadAtAnotherPlyIsAsFarFromThePosition) {
     EXPECT_EQ(TranspositionTable::scoreFromTT(data.score, 10), -29983);
 }
 
+// --- what a probe is good for ---
+
+TEST(TTData, SettlesAWindowByAnExactScoreOrByABoundOutsideOfIt) {
+    const auto settles = [](TTFlag flag, int score) {
+        return TTData{0, 0, 0, flag}.settles(score, 10, 20);
+    };
+    for (const int score : {-5, 10, 15, 20, 25}) {
+        EXPECT_TRUE(settles(TTExact, score)) << score;
+        EXPECT_EQ(settles(TTLower, score), score >= 20) << score;
+        EXPECT_EQ(settles(TTUpper, score), score <= 10) << score;
+    }
+}
+
 } // namespace
