@@ -4,18 +4,21 @@
 #include "search/stop.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace Search {
 
 namespace {
 
-// Depths that helpers leave out, by (id - 1) mod 20: they skip a depth when (depth + phase) / size
-// is odd. So the pool spreads over depths instead of searching each one many times.
-constexpr int kSkipSize[20] = {1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4};
-constexpr int kSkipPhase[20] = {0, 1, 0, 1, 2, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0, 1, 2, 3};
+// Depths that helpers skip, by (id - 1) mod 20: those where (depth + phase) / size is odd. So the
+// pool spreads over depths instead of searching each one many times.
+constexpr int kSkipPeriod = 20;
+constexpr int kSkipSize[kSkipPeriod] = {1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4};
+constexpr int kSkipPhase[kSkipPeriod] = {0, 1, 0, 1, 2, 0,  1, 2, 3, 4,
+                                         5, 6, 7, 8, 9, 10, 0, 1, 2, 3};
 
-constexpr int kAspirationDepth = 5; // the first depth with a narrow window
-constexpr int kFirstMargin = 25;
+constexpr int kAspirationMinDepth = 5; // smaller depths are searched with the full window
+constexpr int kFirstMargin = 25;       // centipawns, of the first window and the first widening
 constexpr int kSecondMargin = 39;
 
 struct Window {
@@ -27,8 +30,8 @@ struct Window {
 
 constexpr Window kFullWindow = {-kInfinite, kInfinite};
 
-/// After a failure of the first window. On failing low the upper bound drops to the score of the
-/// iteration before: what fails low rarely comes back above it.
+/// The window after the first one has failed. On a fail low its upper bound drops to the score of
+/// the iteration before: what fails low rarely comes back above that.
 Window widened(int score, int previous) {
     if (isMateScore(score))
         return kFullWindow;
@@ -38,7 +41,7 @@ Window widened(int score, int previous) {
     return {std::max(score, -kBound) - kFirstMargin, previous};
 }
 
-/// After a failure of the second window.
+/// The window after the second one, `failed`, has failed as well.
 Window widenedAgain(int score, Window failed) {
     if (isMateScore(score))
         return kFullWindow;
@@ -51,10 +54,11 @@ Window widenedAgain(int score, Window failed) {
 } // namespace
 
 int aspirationSearch(Thread& thread, Board& board, int depth, int previousScore, SearchStack* ss) {
+    assert(1 <= depth && depth <= kMaxPly && ss->ply == 0);
     const auto search = [&](Window w) {
         return alphaBeta(thread, board, w.alpha, w.beta, depth, ss, false);
     };
-    if (depth < kAspirationDepth || isMateScore(previousScore))
+    if (depth < kAspirationMinDepth || isMateScore(previousScore))
         return search(kFullWindow);
 
     Window window = {previousScore - kFirstMargin, previousScore + kFirstMargin};
@@ -86,7 +90,8 @@ bool completeIteration(Thread& thread, int depth) {
 }
 
 bool helperSkipsDepth(int id, int depth) {
-    const int i = (id - 1) % 20;
+    assert(id >= 1 && depth >= 1);
+    const int i = (id - 1) % kSkipPeriod;
     return ((depth + kSkipPhase[i]) / kSkipSize[i]) % 2 == 1;
 }
 

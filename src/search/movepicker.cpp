@@ -8,8 +8,8 @@ using namespace Ordering;
 
 namespace {
 
-/// A capture by a more valuable piece wins only if the exchange does. The test is put off until the
-/// move's turn comes: most nodes are done before.
+/// A capture by a more valuable piece wins only if the exchange does. The exchange is evaluated
+/// when the move's turn comes: most nodes fail high before.
 bool needsExchangeTest(const Board& board, Move m) {
     return isCapture(m) && !isPromotion(m) &&
            SEE::kValue[board.mailbox[fromSquare(m)]] > SEE::kValue[victimOf(board, m)];

@@ -3,6 +3,7 @@
 #include "search/see.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <limits>
 
@@ -11,29 +12,29 @@
 namespace Ordering {
 
 struct MvvLvaTable {
-    std::int32_t score[6][6];
+    std::int32_t score[kPieces][kPieces];
 };
 
 constexpr MvvLvaTable buildMvvLva() {
     MvvLvaTable table{};
-    for (int attacker = 0; attacker < 6; ++attacker)
-        for (int victim = 0; victim < 6; ++victim)
-            table.score[attacker][victim] = 100 * (victim + 1) + (5 - attacker);
+    for (int attacker = Pawn; attacker <= King; ++attacker)
+        for (int victim = Pawn; victim <= King; ++victim)
+            table.score[attacker][victim] = 100 * (victim + 1) + (King - attacker);
     return table;
 }
 
 inline constexpr MvvLvaTable kMvvLvaTable = buildMvvLva();
 
-/// Most valuable victim, then least valuable attacker: by attacker and victim.
+/// Most valuable victim first, then least valuable attacker: scores by attacker and victim.
 inline constexpr const auto& kMVVLVA = kMvvLvaTable.score;
 
-inline constexpr int kCaptureBand = 100000;
-inline constexpr int kCapturePromotion = 900; // on top of the capture
-inline constexpr int kQuietPromotion = 90000;
-inline constexpr int kGoodCaptureBound = 81000;
-inline constexpr int kHistoryCap = 77000;
+inline constexpr int kCaptureBand = 100000;     // added to winning captures, taken from losing ones
+inline constexpr int kCapturePromotion = 900;   // on top of the capture
+inline constexpr int kQuietPromotion = 90000;   // without a capture
+inline constexpr int kGoodCaptureBound = 81000; // winning captures and promotions: from here on
+inline constexpr int kHistoryCap = 77000;       // quiet moves stay below them
 
-/// What a capture takes.
+/// The piece that a capture takes.
 inline Piece victimOf(const Board& board, Move m) {
     return isEnPassant(m) ? Pawn : board.mailbox[toSquare(m)];
 }
@@ -42,37 +43,46 @@ inline Piece victimOf(const Board& board, Move m) {
 inline int captureScore(const Board& board, Move m) {
     if (!isCapture(m))
         return kQuietPromotion;
-    const int score = kMVVLVA[board.mailbox[fromSquare(m)]][victimOf(board, m)] + kCaptureBand;
+    const Piece attacker = board.mailbox[fromSquare(m)];
+    const Piece victim = victimOf(board, m);
+    assert(attacker != kNoPiece && victim != kNoPiece);
+    const int score = kMVVLVA[attacker][victim] + kCaptureBand;
     return isPromotion(m) ? score + kCapturePromotion : score;
 }
 
-inline int quietScore(const std::int32_t (&history)[64][64], Move m) {
+/// Score of a quiet move by the history of the side to move.
+inline int quietScore(const std::int32_t (&history)[kSquares][kSquares], Move m) {
     return std::min(history[fromSquare(m)][toSquare(m)], kHistoryCap);
 }
 
 /// A move's score and its place in a list in one number: the greatest key is the best move, the
-/// first of equals. So picking the best is taking a maximum, without branches and on several lanes
-/// at once, and a picked move is struck off without moving the others.
+/// first of equals. So picking the best move is taking a maximum, without branches and with several
+/// keys at once, and a picked move is removed without moving the others.
 using Key = std::int32_t;
 
-/// A struck or missing move: less than every score.
+/// A removed or missing move: less than every other key.
 inline constexpr Key kNoMoveKey = std::numeric_limits<Key>::min();
 
 inline constexpr int kPlaceBits = 10;
 inline constexpr int kPlaceMask = (1 << kPlaceBits) - 1;
 
-/// Keys are looked through in groups of this many; what is missing in the last is `kNoMoveKey`.
+/// Every score lies within this, up and down: the rest of a key's bits hold it.
+inline constexpr int kScoreLimit = std::numeric_limits<Key>::max() >> kPlaceBits;
+
+/// Keys are compared in groups of this many; what is missing in the last is `kNoMoveKey`.
 inline constexpr int kLanes = 8;
 
 constexpr int wholeGroups(int count) {
     return (count + kLanes - 1) & ~(kLanes - 1);
 }
 
-/// A list of keys for any list of moves, with room to fill up two groups.
+/// Room for the keys of any list of moves, in two parts that are filled up to whole groups each.
 inline constexpr int kKeyCapacity = MoveList::kCapacity + 2 * kLanes;
 static_assert(kKeyCapacity <= kPlaceMask + 1);
 
 constexpr Key makeKey(int score, int place) {
+    assert(-kScoreLimit <= score && score <= kScoreLimit);
+    assert(0 <= place && place <= kPlaceMask);
     return score * (kPlaceMask + 1) + (kPlaceMask - place);
 }
 constexpr int scoreOf(Key key) {
@@ -82,9 +92,10 @@ constexpr int placeOf(Key key) {
     return kPlaceMask - (key & kPlaceMask);
 }
 
-/// Fills the last group of a list that ends at `end`; returns the end of the group.
+/// Fills up the last group of a list that ends at `end`; returns the end of the group.
 inline int closeGroup(Key* keys, int end) {
     const int groupEnd = wholeGroups(end);
+    assert(groupEnd <= kKeyCapacity);
     while (end < groupEnd)
         keys[end++] = kNoMoveKey;
     return groupEnd;
@@ -93,7 +104,8 @@ inline int closeGroup(Key* keys, int end) {
 /// The greatest key of the groups in [begin, end), `kNoMoveKey` if there is none left. The keys
 /// must be aligned to whole groups.
 inline Key greatestKey(const Key* keys, int begin, int end) {
-    // Comparing and choosing go lane by lane.
+    assert(begin % kLanes == 0 && end % kLanes == 0);
+    // Vectors are compared, and the greater keys chosen, lane by lane.
     using Group [[gnu::vector_size(kLanes * sizeof(Key)), gnu::may_alias]] = Key;
     using Half [[gnu::vector_size(kLanes / 2 * sizeof(Key))]] = Key;
     Group best = Group{} + kNoMoveKey;
@@ -109,7 +121,7 @@ inline Key greatestKey(const Key* keys, int begin, int end) {
     return std::max(half[0], half[1]);
 }
 
-/// Strikes off the greatest key and returns it.
+/// Removes the greatest key and returns it.
 inline Key takeGreatestKey(Key* keys, int begin, int end) {
     const Key best = greatestKey(keys, begin, end);
     if (best != kNoMoveKey)

@@ -7,15 +7,17 @@
 #include "search/score.h"
 #include "search/stop.h"
 
+#include <cassert>
+
 namespace Search {
 
 namespace {
 
-constexpr int kTableMoveScore = 1000000;
-constexpr int kQuiescenceDepth = -1; // of table entries
-constexpr int kDeltaMargin = 200;
+constexpr int kTableMoveScore = 1000000; // above every capture
+constexpr int kQuiescenceDepth = -1;     // of table entries
+constexpr int kDeltaMargin = 200;        // centipawns that a capture may gain besides its victim
 
-/// Whether a stored result answers a null-window search at once.
+/// With a null window every entry is deep enough to end the search.
 bool canCutByTable(const TTData& tt, int score, int alpha, int beta) {
     return beta - alpha == 1 && tt.depth >= kQuiescenceDepth && tt.settles(score, alpha, beta);
 }
@@ -49,8 +51,8 @@ class CapturePicker {
     int keysEnd_;
 };
 
-/// Whether a capture cannot raise the best score: what it takes is too little, or the exchange
-/// loses.
+/// Whether a capture can hardly raise the best score: its victim is worth too little (delta
+/// pruning), or it loses the exchange.
 bool isHopeless(const Board& board, Move m, int staticEval, int best) {
     if (isPromotion(m))
         return false;
@@ -61,22 +63,23 @@ bool isHopeless(const Board& board, Move m, int staticEval, int best) {
 } // namespace
 
 int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdepth) {
+    assert(-kInfinite <= alpha && alpha < beta && beta <= kInfinite);
+    assert(ply >= 0 && qdepth >= 0);
     if (stopped())
         return 0;
     if (ply >= kMaxPly)
         return thread.evalCache.evaluate(board);
     thread.countNode();
     thread.countQuiescenceNode();
-    // Where dozens of pieces can take each other this may go on for minutes: the main search alone
-    // would look at the clock too late.
+    // Where dozens of pieces can take each other, one call of the main search may stay in here for
+    // minutes: so the clock is read here, too.
     if (thread.isMain() && timeIsUp(thread.nodes)) {
         gStopSearch = true;
         return 0;
     }
     thread.reachPly(ply);
 
-    // Most positions need their evaluation; computed here it fills the time in which the table's
-    // entry arrives from memory.
+    // Before the probe: it fills the time until the prefetched bucket arrives from memory.
     const int staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
 
     TTData tt{};
@@ -86,7 +89,7 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
             return score;
     }
 
-    // Standing pat is allowed in check too: evasions are the main search's business.
+    // Stand pat, in check as well: evasions are left to the main search.
     if (staticEval >= beta) {
         storeUnlessStopped(board, 0, staticEval, TTLower, ply);
         return beta;

@@ -14,39 +14,49 @@
 
 namespace Search {
 
-std::int32_t kLMR[64][64];
+std::int32_t kLMR[kReductionSize][kReductionSize];
 
 namespace {
 
-// Reverse futility: centipawns that a ply of depth is worth.
-constexpr int kFutilityDepth = 7; // only below
-constexpr int kFutilityMargin = 80;
+// Depths are in plies. All bounds are inclusive: a step with a MinDepth is taken at depth >= that,
+// one with a MaxDepth at depth <= that; the same goes for counts of moves.
 
-constexpr int kNullMoveDepth = 3; // from here on
-constexpr int kNullMoveDeep = 5;  // beyond this one ply more is saved
+// Reverse futility pruning.
+constexpr int kFutilityMaxDepth = 6;
+constexpr int kFutilityMargin = 80; // centipawns that a ply of depth may bring
 
-constexpr int kInternalReductionDepth = 3; // beyond
+// Null move pruning.
+constexpr int kNullMoveMinDepth = 3;
+constexpr int kNullMoveReduction = 2;
+constexpr int kNullMoveDeepMinDepth = 6;
+constexpr int kNullMoveDeepReduction = 3;
 
-// Singular extension: how deep a node must be, how much older its entry may be, how far below the
-// entry's score all other moves must fail.
-constexpr int kSingularDepth = 8;
-constexpr int kSingularEntryMargin = 3;
-constexpr int kSingularScoreMargin = 2; // per ply of depth
+constexpr int kInternalReductionMinDepth = 4;
 
-constexpr int kLateMoveDepth = 4; // late move pruning up to here
-constexpr int kLateMoveBase = 3;  // and from this many moves on, plus depth squared
+// Singular extension.
+constexpr int kSingularMinDepth = 8;
+constexpr int kSingularEntryMargin = 3; // how much shallower than the node its table entry may be
+constexpr int kSingularScoreMargin = 2; // how far below the entry's score all other moves must
+                                        // fail, in centipawns for each ply of depth
 
-constexpr int kReductionMoves = 3; // moves searched before any is reduced
-constexpr int kReductionMovesPv = 5;
-constexpr int kReductionDepth = 2; // depth left from which moves are reduced
-constexpr int kHistoryPerPly = 8000;
+// Late move pruning.
+constexpr int kLateMoveMaxDepth = 4;
+constexpr int kLateMoveBase = 3; // moves that are always searched, besides depth squared
 
-constexpr int kFiftyMoveClock = 99; // beyond
+// Late move reduction.
+constexpr int kReductionMinDepth = 2;   // of the search that is to be reduced
+constexpr int kReductionMinMoves = 3;   // searched before at the node
+constexpr int kReductionMinMovesPv = 5; // the same at a node of the principal variation
+constexpr int kHistoryPerPly = 8000;    // history that is worth a ply less
+constexpr double kReductionDivisor = 2.25;
+constexpr double kReductionBase = 0.75;
+
+constexpr int kFiftyMovePlies = 100;
 
 int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
                bool cutNode, bool inCheck);
 
-/// One call of `searchNode`: what its steps share.
+/// What the steps of one call of `searchNode` share.
 struct Node {
     Thread& thread;
     Board& board;
@@ -58,7 +68,7 @@ struct Node {
     const bool pv;
     const bool inCheck;
 
-    bool ttHit = false; // the table knows the position
+    bool ttHit = false; // the table knows the position, and `tt` is its entry
     TTData tt{};
     int ttScore = 0;
     int staticEval = 0; // corrected; 0 in check
@@ -76,7 +86,8 @@ struct Node {
     }
 };
 
-/// Asks the limits, on the main thread at every node, and lets progress be reported.
+/// Whether the main thread has reached one of its limits, asked at every node; reports progress
+/// when it is time to.
 bool reachesLimit(Thread& thread) {
     const std::uint64_t nodes = thread.nodes.load(std::memory_order_relaxed);
     const SearchLimits& limits = thread.limits;
@@ -89,7 +100,7 @@ bool reachesLimit(Thread& thread) {
 }
 
 bool isDraw(const Board& board) {
-    return board.halfmoveClock > kFiftyMoveClock || board.isRepetition();
+    return board.halfmoveClock >= kFiftyMovePlies || board.isRepetition();
 }
 
 void probeTable(Node& n) {
@@ -106,7 +117,7 @@ bool canCutByTable(const Node& n) {
 
 /// The evaluation is so far above beta that the remaining depth will hardly bring it down.
 bool canReverseFutilityPrune(const Node& n) {
-    if (n.pv || n.excluded() || n.depth >= kFutilityDepth || isMateScore(n.beta))
+    if (n.pv || n.excluded() || n.depth > kFutilityMaxDepth || isMateScore(n.beta))
         return false;
     const int margin = kFutilityMargin * n.depth;
     if (n.staticEval - margin < n.beta)
@@ -114,16 +125,17 @@ bool canReverseFutilityPrune(const Node& n) {
     return n.staticEval - margin - kFutilityMargin >= n.beta || !n.board.pieceIsThreatened();
 }
 
-/// With pawns alone passing may be the best move; then the test proves nothing.
+/// With pawns alone passing may be better than every move (zugzwang): then it proves nothing.
 bool canTryNullMove(const Node& n) {
-    const Bitboard(&own)[6] = n.board.pieces[n.us()];
-    return !n.pv && !n.excluded() && n.depth >= kNullMoveDepth && n.board.historyCount >= 1 &&
+    const Bitboard(&own)[kPieces] = n.board.pieces[n.us()];
+    return !n.pv && !n.excluded() && n.depth >= kNullMoveMinDepth && n.board.historyCount >= 1 &&
            n.board.colorBB[n.us()] != (own[Pawn] | own[King]);
 }
 
 /// Whether the side to move fails high even if it passes.
 bool nullMoveFailsHigh(Node& n) {
-    const int reduction = n.depth > kNullMoveDeep ? 3 : 2;
+    const int reduction =
+        n.depth >= kNullMoveDeepMinDepth ? kNullMoveDeepReduction : kNullMoveReduction;
     n.board.makeNullMove();
     const int score =
         n.searchChild(0, false, n.beta - 1, n.beta, n.depth - reduction - 1, !n.cutNode);
@@ -132,12 +144,12 @@ bool nullMoveFailsHigh(Node& n) {
 }
 
 bool canReduceInternally(const Node& n) {
-    return n.depth > kInternalReductionDepth && n.tt.move == 0 && !n.inCheck && !n.excluded();
+    return n.depth >= kInternalReductionMinDepth && n.tt.move == 0 && !n.inCheck && !n.excluded();
 }
 
-/// The table move may be the only good one: the entry is deep enough and no upper bound.
+/// The table move may be the only good one: its entry is deep enough and no upper bound.
 bool canTestSingularity(const Node& n, Move m) {
-    return n.depth >= kSingularDepth && m == n.tt.move && n.ss->ply > 0 && n.ttHit &&
+    return n.depth >= kSingularMinDepth && m == n.tt.move && n.ss->ply > 0 && n.ttHit &&
            !n.excluded() && n.tt.depth >= n.depth - kSingularEntryMargin && n.tt.flag != TTUpper &&
            !isMateScore(n.ttScore);
 }
@@ -149,7 +161,7 @@ struct SingularResult {
 };
 
 /// Searches all moves but the table move at half depth. If all fall clearly short of it, it is
-/// extended; if another one beats beta as well, the node is done.
+/// singular and is extended; if another one fails high as well, so does the node (multi-cut).
 SingularResult testSingularity(Node& n) {
     const int bound = n.ttScore - kSingularScoreMargin * n.depth;
     n.ss->excludedMove = n.tt.move;
@@ -162,14 +174,16 @@ SingularResult testSingularity(Node& n) {
     return {n.cutNode ? -1 : 0, multiCut, score};
 }
 
-/// Plies by which a late quiet move is searched less deep, before it is held within the depth left.
+/// Plies by which a quiet move that has been made is searched less deep, before the depth left
+/// bounds them; may be negative.
 int lateMoveReduction(const Node& n, Move m, int newDepth, int movesSearched) {
-    if (n.pv && movesSearched < kReductionMovesPv)
+    assert(newDepth >= kReductionMinDepth && movesSearched >= kReductionMinMoves);
+    if (n.pv && movesSearched < kReductionMinMovesPv)
         return 0;
-    // The move is made: it is the other side's turn.
-    const int history = historyOf(n.thread, ~n.us(), m);
-    return kLMR[std::min(newDepth, 63)][std::min(movesSearched + 1, 63)] - (n.pv ? 1 : 0) -
-           history / kHistoryPerPly;
+    constexpr int kLast = kReductionSize - 1;
+    const int byNumber = kLMR[std::min(newDepth, kLast)][std::min(movesSearched + 1, kLast)];
+    const Color mover = ~n.us(); // it is the other side's turn
+    return byNumber - (n.pv ? 1 : 0) - historyOf(n.thread, mover, m) / kHistoryPerPly;
 }
 
 /// The moves of one node as they are searched.
@@ -194,7 +208,7 @@ class MoveLoop {
     const LegalityInfo legality_;
     const CheckInfo checks_;
     QuietsTried quiets_;
-    const bool mayPrune_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveDepth;
+    const bool mayPrune_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveMaxDepth;
     const int lateMoveCount_ = n_.depth * n_.depth + kLateMoveBase;
     int movesSearched_ = 0;
     int bestScore_ = -kInfinite;
@@ -208,7 +222,7 @@ int MoveLoop::run() {
         if (m == n_.ss->excludedMove)
             continue;
 
-        // 13.1 Singular extension: is the table move the only good one?
+        // 13.1 Singular extension: the table move may be the only good one.
         int extension = 0;
         if (canTestSingularity(n_, m)) {
             const SingularResult singular = testSingularity(n_);
@@ -219,7 +233,8 @@ int MoveLoop::run() {
             extension = singular.extension;
         }
 
-        // 13.2 Late move pruning: after many moves only checks are still worth a look.
+        // 13.2 Late move pruning: after many moves only captures, promotions and checks are still
+        // worth a look.
         const bool quiet = !isCaptureOrPromotion(m);
         const bool givesCheck = checks_.givesCheck(m);
         if (pastLateMoveLimit() && quiet && !givesCheck)
@@ -232,25 +247,27 @@ int MoveLoop::run() {
         gTT.prefetch(board.key);
         n_.thread.evalCache.prefetch(board.key);
 
-        // 13.4 Remember quiet moves: the ones that a cutoff refutes lose history.
+        // 13.4 Remember the quiet moves: if a later move causes a cutoff, they lose history.
         if (quiet)
             quiets_.add(m);
 
-        // 13.5 to 13.8 Search it, extended or reduced.
+        // 13.5 Extend a singular move and every check.
         const int depthChange = extension >= 1 || givesCheck ? 1 : extension < 0 ? -1 : 0;
+
+        // 13.6 Late move reduction, then null window and full window as far as they are needed.
         const bool reducible = !n_.inCheck && quiet && !givesCheck && extension >= 0;
         const int score = searchMove(m, givesCheck, n_.depth - 1 + depthChange, reducible);
         board.unmakeMove(m);
 
-        // 13.9 From here on the tail holds checks only.
+        // 13.7 From here on only the checks among the quiet moves are left.
         if (mayPrune_ && movesSearched_ + 1 == lateMoveCount_)
             picker_.keepQuietChecksOnly();
 
-        // 13.10 A stopped search found nothing.
+        // 13.8 A stopped search has found nothing.
         if (stopped())
             return 0;
 
-        // 13.11 Is it the best move so far, is it good enough?
+        // 13.9 Best move so far, new lower bound, or cutoff.
         if (score > bestScore_) {
             bestScore_ = score;
             bestMove_ = m;
@@ -270,16 +287,17 @@ int MoveLoop::run() {
     return finish();
 }
 
-/// Searches a move that has been made: late quiet moves first with reduced depth, all but the first
-/// of a principal variation with a null window, and what turns out to be better in full.
+/// Searches a move that has been made (principal variation search): late quiet moves with reduced
+/// depth first, then all moves but the first of a PV node with a null window, and with the full
+/// window what that one shows to be better.
 int MoveLoop::searchMove(Move m, bool givesCheck, int newDepth, bool reducible) {
     const int alpha = n_.alpha;
     const bool firstOfPv = n_.pv && movesSearched_ == 0;
     int score = 0;
     if (!firstOfPv) {
-        if (reducible && movesSearched_ >= kReductionMoves && newDepth >= kReductionDepth) {
-            const int wanted = lateMoveReduction(n_, m, newDepth, movesSearched_);
-            const int reduction = std::min(newDepth - 1, wanted);
+        if (reducible && movesSearched_ >= kReductionMinMoves && newDepth >= kReductionMinDepth) {
+            const int reduction =
+                std::min(newDepth - 1, lateMoveReduction(n_, m, newDepth, movesSearched_));
             if (reduction > 0) {
                 score = n_.searchChild(m, givesCheck, alpha, alpha + 1, newDepth - reduction, true);
                 if (score <= alpha)
@@ -305,14 +323,14 @@ int MoveLoop::failHigh(Move m) {
     return bestScore_;
 }
 
-/// All moves are searched and none refutes the position.
+/// All moves are searched and none causes a cutoff.
 int MoveLoop::finish() {
     if (movesSearched_ == 0)
         return n_.inCheck ? matedIn(n_.ss->ply) : 0;
     if (n_.excluded())
         return bestScore_;
 
-    // No answer was found to the move that led here.
+    // Failing low: no answer was found to the move that led here, so that move gains.
     const Move previousMove = n_.ss->move;
     if (flag_ == TTUpper && previousMove != 0 && !isCaptureOrPromotion(previousMove))
         addHistory(n_.thread, ~n_.us(), previousMove, historyBonus(n_.depth));
@@ -327,10 +345,12 @@ int MoveLoop::finish() {
 int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
                bool cutNode, bool inCheck) {
     assert(inCheck == board.inCheck(board.sideToMove));
+    assert(-kInfinite <= alpha && alpha < beta && beta <= kInfinite);
+    assert(ss->ply >= 0 && depth <= kMaxPly);
     const bool pv = beta - alpha > 1;
     const int ply = ss->ply;
 
-    // 1. Stop: whoever asked for it does not want the result.
+    // 1. Stop: nobody waits for the result.
     if (stopped())
         return 0;
 
@@ -338,13 +358,13 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
     if (ply >= kMaxPly)
         return thread.evalCache.evaluate(board);
 
-    // 3. Mate distance: no line from here can be better than a mate already found.
+    // 3. Mate distance pruning: no line from here can be better than a mate already found.
     alpha = std::max(alpha, matedIn(ply));
     beta = std::min(beta, -matedIn(ply));
     if (alpha >= beta)
         return alpha;
 
-    // 4. Leaves go to quiescence.
+    // 4. Leaves go to the quiescence search.
     if (depth < 1)
         return quiesce(thread, board, alpha, beta, ply, 0);
 
@@ -359,29 +379,31 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
     if (ply > 0 && isDraw(board))
         return 0;
 
-    // 7. Static evaluation, corrected by experience; in check there is none. It fills the time in
-    // which the table's entry arrives from memory.
+    // 7. Static evaluation, corrected by what searches have found; in check there is none. It
+    // stands before the probe because it fills the time until the prefetched bucket arrives from
+    // memory.
     Node n{thread, board, ss, alpha, beta, depth, cutNode, pv, inCheck};
     if (!n.inCheck)
         n.staticEval = thread.evalCache.evaluate(board) + Correction(thread, board).value();
 
-    // 8. Transposition table: was this position searched deep enough before?
+    // 8. Transposition table: the result of an earlier search that was deep enough.
     probeTable(n);
     if (canCutByTable(n))
         return n.ttScore;
 
-    // 9. In check nothing is pruned on account of the evaluation.
+    // 9. In check there is no evaluation to prune by.
     if (!n.inCheck) {
-        // 10. Reverse futility pruning: far above beta, with nothing under attack.
+        // 10. Reverse futility pruning: far above beta and no piece threatened.
         if (canReverseFutilityPrune(n))
             return n.staticEval;
 
-        // 11. Null move: still above beta after passing?
+        // 11. Null move pruning: not even passing brings the score below beta.
         if (canTryNullMove(n) && nullMoveFailsHigh(n))
             return stopped() ? 0 : n.beta;
     }
 
-    // 12. Internal reduction: without a table move a shallower search will find one first.
+    // 12. Internal iterative reduction: without a table move the order of moves is poor, and a
+    // shallower search finds one for the next visit.
     if (canReduceInternally(n))
         --n.depth;
 
@@ -392,10 +414,10 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
 } // namespace
 
 void init() {
-    for (int depth = 1; depth < 64; ++depth)
-        for (int move = 1; move < 64; ++move)
-            kLMR[depth][move] =
-                static_cast<std::int32_t>(std::log(depth) * std::log(move) / 2.25 + 0.75);
+    for (int depth = 1; depth < kReductionSize; ++depth)
+        for (int move = 1; move < kReductionSize; ++move)
+            kLMR[depth][move] = static_cast<std::int32_t>(
+                std::log(depth) * std::log(move) / kReductionDivisor + kReductionBase);
 }
 
 int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,

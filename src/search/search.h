@@ -13,8 +13,12 @@ struct SearchStack {
     Move move = 0;         // that led here; 0 at the root and after a null move
 };
 
-/// Plies by which a late quiet move is reduced, by remaining depth and move number, each up to 63.
-extern std::int32_t kLMR[64][64];
+/// Depths and move numbers that the reduction table tells apart; greater ones count as the last.
+inline constexpr int kReductionSize = 64;
+
+/// Plies by which late move reduction shortens the search of a quiet move, by the depth that is
+/// left after it and its number at the node, both from 1.
+extern std::int32_t kLMR[kReductionSize][kReductionSize];
 
 /// Fills the reduction table. Called once at program start.
 void init();

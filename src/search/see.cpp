@@ -1,8 +1,10 @@
 #include "search/see.h"
 
+#include <cassert>
+
 namespace {
 
-constexpr int kSeeBound = 1800;
+constexpr int kSeeBound = 1800; // results are clamped to it, up and down
 
 } // namespace
 
@@ -11,6 +13,7 @@ bool seeGE(const Board& board, Move move, int threshold) {
         return threshold <= 0;
     const Square from = fromSquare(move);
     const Square to = toSquare(move);
+    assert(board.mailbox[from] != kNoPiece);
 
     // A capture takes its victim off the target, a quiet move puts a blocker there.
     Bitboard occupied = (board.occupied & ~bit(from)) ^ bit(to);

@@ -10,6 +10,15 @@ namespace {
 // Moves that a clock without a move count is planned to last for.
 constexpr std::int64_t kPlannedMoves = 50;
 
+// The soft limit holds a move's share of the clock and this part of the increment, but never more
+// than half of the clock.
+constexpr std::int64_t kSoftIncrementPermille = 750;
+constexpr std::int64_t kSoftClockDivisor = 2;
+
+// The hard limit is a multiple of the soft limit, but never more than this part of the clock.
+constexpr std::int64_t kHardFactor = 4;
+constexpr std::int64_t kHardClockPermille = 900;
+
 } // namespace
 
 void TimeManager::start(const SearchLimits& limits, Color side) {
@@ -31,8 +40,9 @@ void TimeManager::start(const SearchLimits& limits, Color side) {
     managed_ = true;
     const std::int64_t available = std::max<std::int64_t>(time - overhead, 1);
     const std::int64_t moves = limits.movestogo > 0 ? limits.movestogo : kPlannedMoves;
-    softLimit_ = std::min(available / 2, increment * 750 / 1000 + available / moves);
-    hardLimit_ = std::min(available * 900 / 1000, softLimit_ * 4);
+    softLimit_ = std::min(available / kSoftClockDivisor,
+                          increment * kSoftIncrementPermille / 1000 + available / moves);
+    hardLimit_ = std::min(available * kHardClockPermille / 1000, softLimit_ * kHardFactor);
 }
 
 std::int64_t TimeManager::elapsed() const {

@@ -3,6 +3,7 @@
 #include "base/cacheline.h"
 #include "base/prefault.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -89,6 +90,7 @@ class alignas(kLineDistance) TranspositionTable {
     static_assert(sizeof(Bucket) == 64);
 
     std::uint64_t index(std::uint64_t key) const {
+        assert(bucketCount_ != 0);
         return powerOfTwo_ ? key & indexMask_ : key % bucketCount_;
     }
 
