@@ -40,7 +40,7 @@ class Steps(FolderTest):
     def setUp(self) -> None:
         super().setUp()
         self.tree = pathlib.Path(self.folder) / "a tree"
-        for folder in (".ci", "tests/uci", "scripts", "src", "benchmarks", "fuzz", "build", "bin"):
+        for folder in (".ci", "tests/uci", "scripts", "src", "benchmarks", "fuzz", "build/test", "bin"):
             (self.tree / folder).mkdir(parents=True)
         shutil.copy(ROOT / "test", self.tree)
         shutil.copy(ROOT / "tests" / "skipped.py", self.tree / "tests")
@@ -48,6 +48,7 @@ class Steps(FolderTest):
         (self.tree / "scripts/ensure-packages.sh").write_text(INSTALL)
         for name in SCRIPTS + tuple(f"bin/{program}" for program in SILENT):
             self.place(name, SUCCESS)
+        (self.tree / "build/test/compile_commands.json").write_text("[]")
         self.place("bin/ctest", CTEST)
         self.results(passed=["test_a.A.b"], skipped={})
         self.unit(UNIT.format("completed", ""))
