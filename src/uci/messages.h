@@ -51,6 +51,12 @@ inline std::string argumentsMissing(std::string_view mode, std::string_view usag
 
 // --- any command ---
 
+/// At a terminal alone.
+inline std::string unknownCommand(std::string_view word) {
+    return "Unknown command \"" + std::string(word) +
+           "\": \"go movetime 1000\" for a move, \"quit\" to leave, docs/uci.md for the others.\n";
+}
+
 inline constexpr std::string_view kLineTooLong = "задовгий рядок — пропущено";
 inline constexpr std::string_view kCommandNeedsMemory = "бракує пам'яті — команду не виконано";
 inline constexpr std::string_view kCommandFailed = "команду не виконано: "; // the reason follows

@@ -220,7 +220,11 @@ bool serve(std::string_view line) {
             if (command.stopsSearch)
                 stopSearch();
             command.run(tokens);
+            return true;
         }
+    // A client may send what this engine does not know; a person has mistyped something.
+    if (!word.empty() && Output::isInteractive())
+        Output::writeDiagnostic(Messages::unknownCommand(word));
     return true;
 }
 

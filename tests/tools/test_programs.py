@@ -82,8 +82,8 @@ class Usage(TreeTest):
     def test_there_are_programs(self) -> None:
         self.assertLessEqual({"benchmarks/measure.py", "benchmarks/plot-threads.py", "benchmarks/run", "fuzz/run",
                               "scripts/build-profiled", "scripts/datagen-shards", "scripts/find-engine",
-                              "scripts/make-package", "scripts/match", "scripts/match-score", "scripts/solve-epd",
-                              "tuning/compare", "tuning/fit", "tuning/picture"}, set(programs()))
+                              "scripts/make-package", "scripts/match", "scripts/match-score", "scripts/same-play",
+                              "scripts/solve-epd", "tuning/compare", "tuning/fit", "tuning/picture"}, set(programs()))
 
     def test_help_does_nothing_else(self) -> None:
         before = self.files()

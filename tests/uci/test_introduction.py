@@ -61,7 +61,8 @@ class Introduction(unittest.TestCase):
 
 
 class Greeting(unittest.TestCase):
-    def told(self, terminals: set[str], *arguments: str) -> tuple[str, str]:
+    def told(self, terminals: set[str], *arguments: str,
+             typed: str = "isready\nquit\n") -> tuple[str, str]:
         """Standard output and error of an engine with a terminal in place of some pipes."""
         master, slave = pty.openpty()
         streams = {name: slave if name in terminals else subprocess.PIPE
@@ -69,13 +70,13 @@ class Greeting(unittest.TestCase):
         with subprocess.Popen([engine_path(), *arguments], **streams) as engine:
             os.close(slave)
             if "stdin" in terminals:
-                os.write(master, b"isready\nquit\n")
-            out, err = engine.communicate(None if "stdin" in terminals else b"isready\nquit\n",
+                os.write(master, typed.encode())
+            out, err = engine.communicate(None if "stdin" in terminals else typed.encode(),
                                           DEADLINE)
             self.assertEqual(engine.returncode, 0)
         shown = self.read_all(master).replace("\r\n", "\n") if terminals else ""
         os.close(master)
-        shown = shown.replace("isready\nquit\n", "", 1)  # the terminal's echo
+        shown = shown.replace(typed, "", 1)  # the terminal's echo
         return (shown if "stdout" in terminals else out.decode(),
                 shown if "stderr" in terminals else err.decode())
 
@@ -98,6 +99,19 @@ class Greeting(unittest.TestCase):
             self.assertIn(word, err)
         everything = self.told({"stdin", "stdout", "stderr"})[0]
         self.assertEqual(everything, err + "readyok\n")
+
+    def test_unknown_commands(self) -> None:
+        typed = "help\n\nisready\nGo depth 3\nquit\n"
+        out, err = self.told({"stdin", "stderr"}, typed=typed)
+        self.assertEqual(out, "readyok\n")
+        greeting, remarks = err.splitlines()[:2], err.splitlines()[2:]
+        self.assertEqual(greeting, self.told({"stdin", "stderr"})[1].splitlines())
+        self.assertEqual([remark.partition(":")[0] for remark in remarks],
+                         ['Unknown command "help"', 'Unknown command "Go"'])
+        for remark in remarks:
+            self.assertIn('"quit"', remark)
+        for terminals in (set(), {"stdin"}, {"stderr"}):
+            self.assertEqual(self.told(terminals, typed=typed), ("readyok\n", ""))
 
     def test_nobody_else_is_greeted(self) -> None:
         for terminals in (set(), {"stdin"}, {"stderr"}, {"stdin", "stdout"}, {"stdout"}):
