@@ -27,6 +27,9 @@ TYPICAL = 0.1  # seconds until most processes are gone
 LIMIT = 60.0 if is_instrumented() else 2.0  # seconds that a busy machine excuses
 LATEST_MOMENT = 0.03  # seconds until the end comes
 
+# A shell has what it runs in the background ignore this signal, and the engines would inherit that.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
 RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"
 ENDLESS = f"{RICH}\ngo infinite\n"
 BENCH_DEPTH = "6" if is_instrumented() else "11"  # over a second, the first line in a tenth of one
