@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import math
 import os
+import shutil
 import unittest
 
 from client import engine_path
-from programs import ProgramTest, require
+from programs import PATH, ProgramTest, require
 from test_rules import OPENINGS, lines_of
 
 
@@ -43,6 +44,19 @@ class Match(ProgramTest):
         self.assertEqual(done.status, 2)
         self.assertIn(message, done.stdout + done.stderr)
 
+    def test_a_game_that_is_missing(self) -> None:
+        """A display and a referee that end after a game."""
+        self.write("one.pgn", game("engine", "morvane", "1-0").encode())
+        self.write("xvfb-run", f"""#!/bin/sh
+while [ "$1" != -sgf ]; do shift; done
+cp '{self.path("one.pgn")}' "$2"
+""".encode())
+        os.chmod(self.path("xvfb-run"), 0o755)
+        done = self.script("match", "./engine", engine_path(), "2", "1", PGN="games.pgn",
+                           PATH=f"{self.folder}:{PATH}")
+        self.assertEqual((done.status, done.stderr), (1, "match: only 1 of 2 games were played\n"), done.stdout)
+        self.assertIn("Games: ", done.stdout)
+
     def test_what_is_refused(self) -> None:
         self.write("match.pgn", b"old games")
         self.assert_refused("match.pgn exists", "./engine", "./engine", "2")
@@ -50,12 +64,31 @@ class Match(ProgramTest):
         new = {"PGN": "new.pgn"}
         self.assert_refused("which two engines?", "./engine", **new)
         self.assert_refused("is no program", "./engine", "./nothing", "2", **new)
+        for engines in (("./engine", "/bin/cat"), ("/bin/true", "./engine")):
+            self.assert_refused(f"{engines[engines[0] == './engine']} is no UCI engine", *engines, "2", "1", **new)
         self.assert_refused("GAMES must be", "./engine", "./engine", "many", **new)
         self.assert_refused("TIME must be", "./engine", "./engine", "2", "0", **new)
         self.assert_refused("INC must be", "./engine", "./engine", "2", "1", "x", **new)
         self.write("empty", b"# no position\n")
         self.assert_refused("no position", "./engine", "./engine", OPENINGS="empty", **new)
         self.assertFalse(os.path.exists(self.path("new.pgn")))
+
+
+class Packages(ProgramTest):
+    def test_what_is_missing_is_named_with_its_package(self) -> None:
+        """One program after another is installed, as it were, in a folder that is all of the PATH."""
+        os.mkdir(self.path("bin"))
+        for name in ("bash", "dirname", "readlink"):
+            os.symlink(shutil.which(name), self.path(f"bin/{name}"))
+        for name, package in (("xboard", "xboard"), ("polyglot", "polyglot"), ("xvfb-run", "xvfb"),
+                              ("xauth", "xauth"), ("python3", "python3")):
+            if name in ("xboard", "polyglot") and os.path.exists(f"/usr/games/{name}"):
+                continue
+            done = self.script("match", "./engine", "./engine", PATH=self.path("bin"))
+            self.assertEqual((done.status, done.stderr),
+                             (2, f"match: {name} is not installed (Debian package: {package})\n"))
+            self.write(f"bin/{name}", b"#!/bin/sh\n")
+            os.chmod(self.path(f"bin/{name}"), 0o755)
 
 
 class Score(ProgramTest):
