@@ -21,6 +21,7 @@ import os
 import random
 import re
 import resource
+import shutil
 import statistics
 import subprocess
 import sys
@@ -197,6 +198,8 @@ def compare(paths):
 
 
 def instructions(path):
+    if not shutil.which("valgrind"):
+        commandline.refuse("valgrind is not installed (Debian package: valgrind)")
     with tempfile.TemporaryDirectory() as folder:
         profile = os.path.join(folder, "profile")
         run = subprocess.run(

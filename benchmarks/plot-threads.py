@@ -40,7 +40,7 @@ def arguments() -> argparse.Namespace:
 
 def read(path: str) -> tuple[int, list[tuple[int, float, float, float]]]:
     """Number of processors; threads, median, least and greatest ratio of each row."""
-    with open(path, encoding="ascii") as file:
+    with open(path, encoding="ascii", errors="replace") as file:
         text = file.read()
     heading = re.match(r"(\d+) processors", text)
     if not heading:

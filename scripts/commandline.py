@@ -70,8 +70,8 @@ class Parser(argparse.ArgumentParser):
 
 
 def program(text: str) -> str:
-    """A program by its path, or by its name on the PATH.  Returns the path."""
-    path = shutil.which(text)
+    """A program by its path, or by its name: on the PATH, or else in this folder.  Returns the path."""
+    path = shutil.which(text) or shutil.which(os.path.join(os.curdir, text))
     if not path:
         raise argparse.ArgumentTypeError(f"{text} is no program")
     return path

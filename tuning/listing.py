@@ -48,8 +48,13 @@ def parse(text: str) -> Listing:
 
 
 def read(path: str) -> Listing:
-    with open(path, encoding="ascii") as file:
-        return parse(file.read())
+    """What is no listing is an error that names the file."""
+    with open(path, encoding="ascii", errors="replace") as file:
+        text = file.read()
+    try:
+        return parse(text)
+    except ValueError as error:
+        raise ValueError(f"{path}: {error}") from None
 
 
 @dataclasses.dataclass

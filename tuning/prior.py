@@ -22,9 +22,12 @@ class Spread:
     @classmethod
     def parse(cls, text: str) -> Spread:
         """From "10:1"."""
-        together, alone = map(float, text.split(":"))
+        try:
+            together, alone = map(float, text.split(":"))
+        except ValueError:
+            together = alone = -1
         if together < 0 or alone <= 0:
-            raise ValueError(f"not a spread: {text}")
+            raise ValueError(f"not a spread, TOGETHER:ALONE: {text}")
         return cls(together, alone)
 
     def __str__(self) -> str:

@@ -10,6 +10,7 @@ import io
 import os
 import shutil
 import sys
+import tempfile
 import unittest
 import unittest.mock
 
@@ -59,6 +60,13 @@ class Measure(unittest.TestCase):
         self.assertRegex(self.printed("compare", engine_path()),
                          r": \d+\.\d{3} s; 1\.000 times as fast as .* \(middle half 1\.000 to 1\.000\)")
 
+    def test_an_engine_in_this_folder(self) -> None:
+        self.addCleanup(os.chdir, os.getcwd())
+        with tempfile.TemporaryDirectory() as folder:
+            os.symlink(os.path.realpath(engine_path()), f"{folder}/before-engine")
+            os.chdir(folder)
+            self.assertRegex(self.printed("hash", "before-engine", "16"), "^16 MiB: ")
+
     @unittest.skipUnless(shutil.which("valgrind"), "valgrind is not installed")
     def test_instructions(self) -> None:
         try:
@@ -67,6 +75,14 @@ class Measure(unittest.TestCase):
             self.skipTest("valgrind does not know the instructions of this build")
         self.assertRegex(printed, r"^\d+ instructions per node over benchsearch 3 \(\d+ nodes\)\n")
         self.assertRegex(printed, r"\n +\d+\.\d +\d+\.\d%  seeGE\n")
+
+    def test_instructions_without_valgrind(self) -> None:
+        errors = io.StringIO()
+        with (unittest.mock.patch.dict(os.environ, PATH="/none"), contextlib.redirect_stderr(errors),
+              self.assertRaises(SystemExit) as ended):
+            self.printed("instructions", os.path.realpath(engine_path()))
+        self.assertEqual(ended.exception.code, 2)
+        self.assertRegex(errors.getvalue(), r"^\S+: valgrind is not installed \(Debian package: valgrind\)\n$")
 
     def test_hash(self) -> None:
         self.assertRegex(self.printed("hash", engine_path(), "16"),

@@ -117,6 +117,15 @@ class Usage(TreeTest):
             self.assertIn(missing, self.refuse(program, *arguments))
             self.assertEqual(self.call(program, "--help").returncode, 0)
 
+    def test_what_is_no_table_is_refused_by_the_name_of_the_file(self) -> None:
+        (self.tree / "page.md").write_text("# Морване\n")
+        for program, arguments in (("tuning/picture", ("page.md", "page.md", "x")),
+                                   ("benchmarks/plot-threads.py", ("page.md", "x"))):
+            line = self.refuse(program, *arguments)
+            if "Debian packages" in line:
+                self.skipTest(line)
+            self.assertIn("page.md", line)
+
 
 class OwnFilesAlone(TreeTest):
     """Nothing is deleted or written over but what the same program has made."""

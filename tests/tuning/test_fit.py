@@ -6,6 +6,7 @@ import os
 import re
 import shutil
 import subprocess
+import tempfile
 import unittest
 from collections import Counter
 
@@ -36,6 +37,13 @@ class Listings(unittest.TestCase):
     def test_are_written_as_the_engine_prints_them(self) -> None:
         text = run_mode("tuneparams").stdout.decode()
         self.assertEqual(listing.parse(text).text(), text)
+
+    def test_that_are_none_are_refused_by_the_name_of_the_file(self) -> None:
+        with tempfile.NamedTemporaryFile() as file:
+            file.write("Морване\n".encode())
+            file.flush()
+            with self.assertRaisesRegex(ValueError, f"^{re.escape(file.name)}: no listing of 0 weights"):
+                listing.read(file.name)
 
     def test_that_are_none_are_refused(self) -> None:
         text = run_mode("tuneparams").stdout.decode()
@@ -233,7 +241,8 @@ class Data(FolderTest):
         self.assert_refused("failed with status 1", "--engine", "/bin/false")
         self.assert_refused("is no program", "--selfcheck", self.data)
         self.assert_refused("not a rule", "--choice", self.data)
-        self.assert_refused("not a spread", "--spread=-1:1")
+        for spread in ("-1:1", "5", "a:b", "1:2:3"):
+            self.assert_refused(f"not a spread, TOGETHER:ALONE: {spread}", f"--spread={spread}")
         for option, value in (("--held-out", "1"), ("--mix", "2"), ("--patience", "0"), ("--scores-alone", "x")):
             self.assert_refused(option, option, value)
 
