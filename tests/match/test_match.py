@@ -152,7 +152,8 @@ class Score(ProgramTest):
         self.assertIn("2 without the other game", done.stdout)
         done = self.score(game("A", "B", "1-0"), "D")
         self.assertEqual((done.status, done.stdout), (2, ""))
-        self.assertEqual(done.stderr, "match-score: no game of D in games.pgn\n")
+        self.assertEqual(done.stderr, "match-score: no game of D in games.pgn, which has games of A, B\n")
+        self.assertEqual(self.score("", "D").stderr, "match-score: no game of D in games.pgn\n")
 
     def test_what_is_no_file(self) -> None:
         done = self.script("match-score", "nothing.pgn")
@@ -161,12 +162,25 @@ class Score(ProgramTest):
 
     def test_other_endings(self) -> None:
         done = self.score(game("A", "B", "1-0", "Black forfeits on\ntime") + game("B", "A", "1-0"))
-        self.assertEqual(done.stdout.splitlines()[-1], "1 ended so: Black forfeits on time")
+        self.assertEqual(done.stdout.splitlines()[-1], "1 ended so: Black forfeits on time (B lost)")
         self.assertEqual(done.status, 0)
         done = self.score(game("A", "B", "1-0") + game("B", "A", "*", "Game aborted"))
         self.assertEqual(done.stdout.splitlines()[-1], "1 without a result")
         self.assertEqual(done.status, 1)
-        self.assertEqual(self.score("").status, 1)
+        done = self.score("")
+        self.assertEqual((done.status, done.stdout), (1, "no game in games.pgn has a result\n"))
+
+    def test_endings_in_a_tag(self) -> None:
+        """Without a comment at the end, as tuning/compare writes games."""
+        def tagged(white: str, black: str, result: str, reason: str) -> str:
+            return (f'[Event "?"]\n[White "{white}"]\n[Black "{black}"]\n[Result "{result}"]\n'
+                    f'[Termination "{reason}"]\n\n1. e4 e5 {result}\n\n')
+
+        done = self.score(2 * tagged("A", "B", "1-0", "time") + tagged("A", "B", "0-1", "time")
+                          + tagged("B", "A", "1/2-1/2", "length") + tagged("B", "A", "1-0", "mate")
+                          + tagged("B", "A", "1/2-1/2", "the fifty-move rule"))
+        self.assertEqual([line for line in done.stdout.splitlines() if "ended so" in line], [
+            "2 ended so: time (B lost)", "1 ended so: time (A lost)", "1 ended so: length"])
 
 
 if __name__ == "__main__":
