@@ -44,12 +44,20 @@ def find_engine() -> str:
     return found.stdout.removesuffix("\n")
 
 
+class Help(argparse.RawDescriptionHelpFormatter):
+    """Tells the defaults of options that have one."""
+
+    def _get_help_string(self, action: argparse.Action) -> str | None:
+        if action.option_strings and action.default not in (None, argparse.SUPPRESS):
+            return f"{action.help} (default: %(default)s)"
+        return action.help
+
+
 class Parser(argparse.ArgumentParser):
     """Refuses in one line, and takes no option but by its whole name."""
 
     def __init__(self, description: str | None) -> None:
-        super().__init__(description=description, allow_abbrev=False,
-                         formatter_class=argparse.RawDescriptionHelpFormatter)
+        super().__init__(description=description, allow_abbrev=False, formatter_class=Help)
 
     def parse_args(self) -> argparse.Namespace:
         """As usual, but help comes first, and what is unknown is told before what is missing."""

@@ -97,6 +97,14 @@ class Usage(TreeTest):
                     self.assertEqual(self.called(), [])
         self.assertEqual(self.files(), before)
 
+    def test_help_tells_defaults(self) -> None:
+        for program, *told in (("tuning/compare", "(default: 500)", "(default: 10+0.1)", "(default: 20)"),
+                               ("tuning/fit", "(default: 0.5)", "(default: weights.txt)", "(default: 15)")):
+            said = " ".join(self.call(program, "--help").stdout.split())
+            for default in told:
+                self.assertIn(default, said)
+            self.assertNotIn("None", said)
+
     def test_what_is_unknown_is_refused(self) -> None:
         for program in programs():
             self.assertIn("--none", self.refuse(program, "--none"))

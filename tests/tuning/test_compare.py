@@ -43,7 +43,7 @@ class Compare(FolderTest):
             [f"{ROOT}/tuning/compare", first, second, "--openings", openings, "--pairs", str(len(fens)),
              "--pgn", self.path("games.pgn"), *options],
             capture_output=True, text=True, timeout=300, check=False)
-        return done.returncode, done.stdout + done.stderr
+        return done.returncode, done.stderr + done.stdout
 
     def test_an_engine_is_as_strong_as_itself(self) -> None:
         with open(f"{ROOT}/scripts/openings.epd", encoding="ascii") as file:
@@ -61,7 +61,20 @@ class Compare(FolderTest):
         status, said = self.compare(more, engine_path(), fens, "--nodes", "50", "--sprt", "0,100",
                                     "--jobs", "2")
         self.assertEqual(status, 0, said)
-        self.assertIn("decided: +100 rather than +0", said)
+        self.assertIn("\ndecided: +100 rather than +0", said)
+
+    def test_it_says_what_it_plays_and_what_it_does_not_know(self) -> None:
+        engine = engine_path()
+        status, said = self.compare(engine, engine, [MATE_IN_1], "--nodes", "100", "--sprt", "0,10", "--jobs", "1")
+        remark, first, _, verdict, *_ = said.splitlines()
+        self.assertEqual((status, remark), (0, "compare: both engines are the same file"))
+        self.assertEqual(first, f"{engine} against {engine}: 2 games at most, 100 nodes a move, 1 at a time")
+        self.assertEqual(verdict, "undecided: +0 or +10")
+        status, said = self.compare(engine, self.mock("mate", "echo bestmove a1a8"), [MATE_IN_1],
+                                    "--clock", "2+0.05", "--jobs", "1")
+        self.assertEqual(said.splitlines()[0],
+                         f"{engine} against {self.path('mate')}: 2 games, 2 s and 0.05 s a move, 1 at a time")
+        self.assertNotIn("undecided", said)
 
     def test_no_game_is_played_twice(self) -> None:
         with open(f"{ROOT}/scripts/openings.epd", encoding="ascii") as file:
@@ -100,19 +113,20 @@ class Compare(FolderTest):
         self.assertEqual(len(re.findall(r"1\. Ra8# 1-0", text)), 2)
         self.assertEqual(text.count("insufficient material"), 2)
 
-    def assert_refused(self, message: str, *arguments: str) -> None:
+    def assert_refused(self, message: str, *arguments: str, begun: bool = False) -> None:
         done = subprocess.run([f"{ROOT}/tuning/compare", *arguments], capture_output=True, text=True,
                               timeout=60, check=False)
         with self.subTest(arguments):
-            self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (2, "", 1), done.stderr)
+            self.assertEqual((done.returncode, done.stdout.count("\n"), done.stderr.count("\n")),
+                             (2, int(begun), 1), done.stderr)
             self.assertIn(message, done.stderr)
 
     def test_what_cannot_be_compared_is_a_line(self) -> None:
         engine = engine_path()
         self.assert_refused("none is no program", self.path("none"), engine)
         self.assert_refused("README.md is no program", engine, f"{ROOT}/README.md")
-        self.assert_refused("/bin/true is no UCI engine", "/bin/true", engine)
-        self.assert_refused("/bin/true is no UCI engine", engine, "/bin/true", "--jobs", "2")
+        self.assert_refused("/bin/true is no UCI engine", "/bin/true", engine, begun=True)
+        self.assert_refused("/bin/true is no UCI engine", engine, "/bin/true", "--jobs", "2", begun=True)
         self.assert_refused("No such file", engine, engine, "--openings", self.path("none"))
         self.assert_refused("no position", engine, engine, "--openings", "/dev/null")
         self.assert_refused("no FEN: x # Contributing", engine, engine, "--openings",
@@ -130,7 +144,8 @@ class Compare(FolderTest):
 
     def test_an_engine_that_ends_ends_the_match(self) -> None:
         status, said = self.compare(self.mock("mock", "exit"), engine_path(), [MATE_IN_1] * 4, "--jobs", "1")
-        self.assertEqual((status, said), (1, f"no pair was played\ncompare: {self.path('mock')} has ended\n"))
+        self.assertEqual((status, said.splitlines()[0], said.splitlines()[-1]),
+                         (1, f"compare: {self.path('mock')} has ended", "no pair was played"))
 
 
 if __name__ == "__main__":
