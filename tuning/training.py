@@ -88,7 +88,8 @@ def gather(options: argparse.Namespace, place: str, weights: listing.Listing, fr
             wrong = np.flatnonzero(found.values[-1] * signs != told[: len(signs)])
             told = told[len(signs):]
             if len(wrong) or (part.result != positions.result[here]).any():
-                sys.exit(f"{path}: {len(wrong)} rows do not give the engine's evaluation")
+                sys.exit(f"{path}: {len(wrong)} rows do not give the engine's evaluation (is morvane_selfcheck older"
+                         " than the engine? cmake --build --preset test --target morvane_selfcheck)")
             done = here.stop
             say(f"{done} of {total} positions read, all as the engine evaluates them", end="\r")
         os.remove(features)
@@ -177,6 +178,8 @@ def run(options: argparse.Namespace) -> None:
                              np.maximum(choice.high[choice.free] - present, 0))
     found = fit_spreads(options, spreads, names, *samples, unit, bounds)
     change = np.rint(found.change)
+    if not found.steps:
+        say("no step was better on the held-out games: the weights are unchanged; more games are needed")
     report(samples[1], unit, change)
 
     values = weights.values.copy()

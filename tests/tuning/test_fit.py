@@ -184,6 +184,7 @@ class Data(FolderTest):
         moved = fitted.values != self.weights.values
         self.assertFalse(moved[~choice.free].any())
         self.assertGreater(moved.sum(), 50)
+        self.assertNotIn("no step", done.stdout)
         self.assertTrue((fitted.values <= choice.high)[choice.free].all())
         self.assertEqual(self.read("new.h").decode(), tables.source(fitted))
         before, after = re.search(r" 0 to 24 +\d+ +([\d.]+) +([\d.]+)", done.stdout).groups()
@@ -192,6 +193,18 @@ class Data(FolderTest):
         third, fifth = (sum(change[fitted.index(f"{block}{8 * row}"):][:8].sum()
                             for block in ("pstMg_P_", "pawnEg_")) for row in (5, 3))
         self.assertLess(third, fifth)
+
+    def test_a_fit_that_learns_nothing_says_so(self) -> None:
+        """The games held out tell the opposite of the others."""
+        self.let_far_pawns_win(r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
+        lines = self.read("data.txt").decode().splitlines()
+        self.write("data.txt", "".join(
+            (re.sub(r"\[(-?)300\]$", lambda told: f"[{'' if told[1] else '-'}300]", line) if game % 3 == 2 else line)
+            + "\n" for line, game in zip(lines, self.positions.game)).encode())
+        done = self.fit("--scores-alone", "210", "--spread", "10:10", "--held-out", "3", "--patience", "2")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn("no step was better on the held-out games: the weights are unchanged", done.stdout)
+        self.assertTrue((listing.read(self.path("new.txt")).values == self.weights.values).all())
 
     def test_the_program_may_look_at_scores_alone(self) -> None:
         self.let_far_pawns_win(r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
@@ -274,7 +287,7 @@ class Data(FolderTest):
         os.chmod(engine, 0o755)
         done = self.fit("--engine", engine)
         self.assertEqual(done.returncode, 1)
-        self.assertIn("do not give the engine's evaluation", done.stderr)
+        self.assertIn("do not give the engine's evaluation (is morvane_selfcheck older than the engine?", done.stderr)
         self.assertFalse(os.path.exists(self.path("new.txt")))
 
 
