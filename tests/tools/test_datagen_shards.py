@@ -194,14 +194,17 @@ class OneMachine(ShardTest):
             self.fail_with("run or join? (see --help)", *arguments, status=2)
 
     def test_a_folder_of_other_things_stays(self) -> None:
-        for name in ("engine", "joblog", "shards/1.gz"):
+        for name in ("engine", "joblog", "shards/1.gz", "README.md", "plans/plan"):
             path = self.folder / "other" / name
             path.parent.mkdir(parents=True)
             path.write_text("of earlier days\n")
             self.fail_with("other holds other things: no run was begun there", "run", "other",
                            f"engine={engine_path()}", "games=1")
             self.assertEqual(path.read_text(), "of earlier days\n")
+            self.assertEqual([each for each in (self.folder / "other").rglob("*") if each.is_file()], [path])
             shutil.rmtree(self.folder / "other")
+        (self.folder / "file").touch()
+        self.fail_with("file is no folder", "run", "file", f"engine={engine_path()}", "games=1")
 
     def test_joining_writes_over_nothing_else(self) -> None:
         self.run_shards("games=2", "shard=1")
@@ -219,9 +222,16 @@ class OneMachine(ShardTest):
         played = self.present()
         self.run_shards("games=3", "seed=8", "shard=2")
         self.succeed("run", "shards")
-        other = "shards holds a run with other settings"
-        for settings in (["games=4", "seed=8", "shard=2", QUICK], ["games=3"], ["nodes=60"]):
-            self.fail_with(other, "run", "shards", *settings)
+        self.run_shards("shard=2", "games=3", "seed=8")
+        for settings, told in (
+            (["games=4", "seed=8", "shard=2", QUICK], "games=3 there, games=4 here"),
+            (["games=3"], "nodes=50 seed=8 shard=2 there, seed=1 here"),
+            (["games=3", "seed=8", "shard=2", "nodes=60"], "nodes=50 there, nodes=60 here"),
+            (["games=3", "seed=8", "shard=2"], "nodes=50 there, nothing here"),
+            (["games=3", "seed=8", "shard=2", QUICK, "skipcheck=0"], "nothing there, skipcheck=0 here"),
+        ):
+            self.fail_with(f"shards holds a run with other settings: {told}; take another folder, or give the same"
+                           " settings, or none", "run", "shards", *settings)
         stranger = "engine=" + self.write_program("stranger", MOODY_ENGINE, mood="exit 1")
         settings = (stranger, QUICK, "games=3", "seed=8", "shard=2")
         self.fail_with("shards holds a run of another engine", "run", "shards", *settings)
