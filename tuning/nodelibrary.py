@@ -36,7 +36,8 @@ def install(name: str, version: str) -> str:
              "--prefix", fresh, f"{name}@{version}"],
             capture_output=True, text=True, timeout=300, check=False)
         if npm.returncode != 0:
-            raise Unavailable(f"npm cannot install {name} {version}: {npm.stderr.strip().splitlines()[-1:]}")
+            reason = next(iter(npm.stderr.strip().splitlines()), "no reason told")
+            raise Unavailable(f"npm cannot install {name} {version}: {reason}")
         try:
             os.rename(fresh, folder)
         except OSError:

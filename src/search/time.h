@@ -22,7 +22,7 @@ struct SearchLimits {
     bool hasTime() const { return movetime >= 1 || wtime >= 1 || btime >= 1; }
 };
 
-inline constexpr std::int32_t kDefaultMoveOverhead = 10;
+inline constexpr std::int32_t kDefaultMoveOverhead = 10; // milliseconds
 
 /// Milliseconds kept back from every budget for the way to the client and back. Set by the UCI
 /// loop, also while a search runs.

@@ -18,7 +18,7 @@ from collections.abc import Iterator
 import grammar
 from client import Engine, EngineError, EngineTest, FolderTest
 from conditions import STRACE, is_instrumented, needs_plain_build, needs_strace
-from test_options import PAGE_FETCHER, OptionTest
+from test_options import OptionTest
 
 KIB, MIB = 1 << 10, 1 << 20
 NOBODY = 54321  # a user without other processes; the system does not count those of root
@@ -96,8 +96,7 @@ class LimitTest(OptionTest):
         return found // 1024
 
     def pool_size(self) -> int:
-        self.threads()  # waits for the threads that only fetch pages
-        return sum(name != PAGE_FETCHER for name in self.task_names()) - self.other_threads
+        return self.threads() - self.other_threads
 
     def begin(self, **options) -> None:
         self.engine = self.start(**options)
@@ -123,11 +122,7 @@ class LimitTest(OptionTest):
         return not said
 
     def check(self) -> None:
-        # On a busy machine a thread may wait long for its name, and longer than `threads` waits for it.
-        deadline = time.monotonic() + 2.0
-        while (size := self.pool_size()) != self.pool and time.monotonic() < deadline:
-            pass
-        self.assertEqual(size, self.pool)
+        self.assertEqual(self.pool_size(), self.pool)
         self.assertLessEqual(abs(self.table_mib() - self.table), 2)
         best = self.engine.best_move("ucinewgame", RICH, "go movetime 50")
         self.assert_legal(self.engine, best)
@@ -261,7 +256,7 @@ class Processes(LimitTest):
         self.assertTrue(self.request("Threads", 3))
         self.assertFalse(self.request("Threads", 256))
         self.assertTrue(self.request("Threads", 2))
-        self.request_all("Hash", 300, 64)  # no thread may be left to fetch its pages
+        self.request_all("Hash", 300, 64)  # no thread may be left to prefault its pages
 
     def test_control_group(self) -> None:
         group = self.group(8)

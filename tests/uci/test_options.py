@@ -15,7 +15,7 @@ from conditions import needs_plain_build, needs_proc
 
 MIB = 1 << 20
 RICH = "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"
-PAGE_FETCHER = "page prefaulter"  # threads of this name come and go
+PREFAULTER = "page prefaulter"  # threads of this name come and go
 
 
 def bad_value(name: str, value: str) -> str:
@@ -27,24 +27,27 @@ class OptionTest(EngineTest):
         with open(f"/proc/{self.engine.pid}/status", encoding="ascii") as file:
             return next(int(line.split()[1]) for line in file if line.startswith(field + ":"))
 
-    def task_names(self) -> list[str]:
-        names = []
+    def tasks(self) -> list[tuple[str, str]]:
+        """Name and state of each thread."""
+        tasks = []
         for task in os.listdir(f"/proc/{self.engine.pid}/task"):
             try:
-                with open(f"/proc/{self.engine.pid}/task/{task}/comm", encoding="ascii") as file:
-                    names.append(file.read().strip())
+                with open(f"/proc/{self.engine.pid}/task/{task}/stat", encoding="ascii") as file:
+                    before, _, after = file.read().rpartition(") ")
+                    tasks.append((before.partition("(")[2], after[0]))
             except (FileNotFoundError, ProcessLookupError):
                 pass  # it has just ended
-        return names
+        return tasks
 
     def threads(self) -> int:
-        """Threads of the process once all commands are served and the table's pages are there."""
+        """Threads of the process once all commands are served and the table's pages are there. No search may
+        run: all threads that stay sleep then, while one that is new and has no name yet does not."""
         self.engine.answers()
-        for _ in range(2):  # a new thread may not have its name yet
-            while PAGE_FETCHER in self.task_names():
-                time.sleep(0.01)
-            time.sleep(0.02)
-        return len(self.task_names())
+        while True:
+            tasks = self.tasks()
+            if all(name != PREFAULTER and state == "S" for name, state in tasks):
+                return len(tasks)
+            time.sleep(0.01)
 
     def address_space(self) -> int:
         """In MiB."""
