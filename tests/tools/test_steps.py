@@ -16,8 +16,8 @@ import unittest
 from client import FolderTest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-STEPS = ["formatting", "release", "package", "arm64", "tests", "analysis", "addresses", "threads", "fuzzing",
-         "profiled"]
+STEPS = ["formatting", "release", "package", "arm64", "tests", "instructions", "analysis", "addresses", "threads",
+         "fuzzing", "profiled"]
 SMALL = {"cmake", "ninja-build", "make", "g++", "python3", "libgtest-dev"}  # packages
 SILENT = ("cmake", "clang-format", "clang-tidy", "shellcheck", "npm")
 SCRIPTS = ("run", ".ci/run", "benchmarks/run", "fuzz/run", "scripts/make-package", "scripts/build-profiled")
@@ -45,6 +45,7 @@ class Steps(FolderTest):
         shutil.copy(ROOT / "test", self.tree)
         shutil.copy(ROOT / "tests" / "skipped.py", self.tree / "tests")
         (self.tree / "tests/uci/run.py").write_text("")
+        (self.tree / "benchmarks/measure.py").write_text("")
         (self.tree / "scripts/ensure-packages.sh").write_text(INSTALL)
         for name in SCRIPTS + tuple(f"bin/{program}" for program in SILENT):
             self.place(name, SUCCESS)
@@ -120,6 +121,11 @@ class Steps(FolderTest):
                 done = self.call(*arguments, FAILING="test")
                 self.assertEqual(done.returncode, 8)
                 self.assertNotIn("passed", done.stdout)
+
+    def test_too_many_instructions_fail(self) -> None:
+        (self.tree / "benchmarks/measure.py").write_text("raise SystemExit(1)\n")
+        done = self.call("instructions", "formatting")
+        self.assertEqual((done.returncode, self.steps(done.stdout)), (1, ["instructions"]))
 
     def assert_skipped(self, line: str) -> None:
         done = self.call("all")
