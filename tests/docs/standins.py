@@ -171,6 +171,9 @@ def apt(arguments: list[str]) -> str:
 
 
 def measure(arguments: list[str]) -> str:
+    _size, bound = take(arguments, "--hash"), take(arguments, "--bound")
+    if bound and not pathlib.Path(bound).is_file():
+        raise Wrong(f"there is no file {bound}")
     command, *engines = arguments or [""]
     text = (ROOT / "benchmarks" / "measure.py").read_text(encoding="utf-8")
     if not re.search(rf"^    measure\.py {re.escape(command)} ", text, re.MULTILINE):
@@ -183,6 +186,7 @@ def measure(arguments: list[str]) -> str:
 
 
 def benchmarks(arguments: list[str]) -> str:
+    _revision = take(arguments, "--compare")
     sources = "".join(s.read_text() for s in (ROOT / "benchmarks").glob("*.cpp"))
     names = re.findall(r'(?:\bBENCHMARK\(|Name\(")(\w+)', sources)
     for pattern in arguments:
