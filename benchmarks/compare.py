@@ -139,6 +139,7 @@ class Row:
     name: str
     costs: list[tuple[float, float]]
     show: Callable[[float], str]
+    remark: str = ""
 
     def line(self, width: int) -> str:
         before, after = (self.show(statistics.median(column)) for column in zip(*self.costs))
@@ -219,10 +220,9 @@ def whole_search(both: tuple[Side, Side]) -> Row:
         return (after.ru_utime - before.ru_utime + after.ru_stime - before.ru_stime) / counts[side.name]
 
     costs = in_turn(measured, both, ROUNDS + 1)[1:]  # the first warms up
-    if len({*counts.values()}) > 1:
-        print("play differs, so all that searches is another work: "
-              + ", ".join(f"{count} nodes in {name}" for name, count in counts.items()), flush=True)
-    return Row(WHOLE_SEARCH, costs, lambda seconds: f"{1e-6 / seconds:.2f} M/s")
+    told = ", ".join(f"{count} nodes in {name}" for name, count in sorted(counts.items()))
+    remark = f"play differs, so searches are other work: {told}" if len({*counts.values()}) > 1 else ""
+    return Row(WHOLE_SEARCH, costs, lambda seconds: f"{1e-6 / seconds:.2f} M/s", remark)
 
 
 def why_uncounted() -> str:
@@ -279,19 +279,24 @@ def build_both(both: tuple[Side, Side], wanted: re.Pattern) -> tuple[list[str], 
 def report(both: tuple[Side, Side], wanted: re.Pattern) -> None:
     todo, left_out = plan(build_both(both, wanted), wanted)
     jobs: dict[str, Callable[[], Row]] = {name: lambda name=name: micro_benchmark(name, both) for name in todo}
-    jobs |= {name: lambda job=job: job(both) for name, job in ((WHOLE_SEARCH, whole_search), (INSTRUCTIONS, count_both))
-             if wanted.search(name)}
+    others = ((WHOLE_SEARCH, whole_search), (INSTRUCTIONS, count_both))
+    jobs |= {name: lambda job=job: job(both) for name, job in others if wanted.search(name)}
     if not jobs and not left_out:
         commandline.refuse(f"nothing is named so: {wanted.pattern}")
     width = max(map(len, [*jobs, *left_out]))
     print(f"{both[1].name} against {both[0].name}: medians, and how many times as fast the tree is, with the middle half"
           f"\nof {ROUNDS} rounds in turn\n\n"
           f"{'':{width}} {'revision':>12} {'tree':>12} {'ratio':>9}   middle half", flush=True)
+    remarks = []
     for name, job in jobs.items():
         try:
-            print(job().line(width), flush=True)
+            row = job()
+            print(row.line(width), flush=True)
+            remarks += [row.remark] if row.remark else []
         except LeftOut as reason:
             left_out[name] = str(reason)
+    for remark in remarks:
+        print(f"\n{remark}")
     if left_out:
         print("\nleft out:")
         for name, reason in left_out.items():
