@@ -129,10 +129,15 @@ constexpr unsigned filesOf(Bitboard b) {
     return static_cast<unsigned>(b & rankBB(Rank1));
 }
 
-/// All squares that the pawns of one side attack.
+/// All squares that the pawns of one side attack, on one side of their files or on both.
+constexpr Bitboard pawnAttackSetEast(Color c, Bitboard pawns) {
+    return shiftEast(shiftForward(c, pawns));
+}
+constexpr Bitboard pawnAttackSetWest(Color c, Bitboard pawns) {
+    return shiftWest(shiftForward(c, pawns));
+}
 constexpr Bitboard pawnAttackSet(Color c, Bitboard pawns) {
-    const Bitboard ahead = shiftForward(c, pawns);
-    return shiftEast(ahead) | shiftWest(ahead);
+    return pawnAttackSetEast(c, pawns) | pawnAttackSetWest(c, pawns);
 }
 
 constexpr int popcount(Bitboard b) {

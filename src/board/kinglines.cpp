@@ -16,7 +16,7 @@ bool LegalityInfo::isLegalKingMoveOrEnPassant(Move m) const {
     const Square to = toSquare(m);
     if (from == king_) // castling is only generated where no square on the king's way is attacked
         return isCastling(m) || !board_.isAttacked(to, them, board_.occupied ^ bit(from));
-    const Bitboard after = (board_.occupied ^ bit(from) ^ bit(enPassantVictim(m))) | bit(to);
+    const Bitboard after = occupiedAfterEnPassant(board_.occupied, m);
     return !(board_.attackersTo(king_, after) & board_.colorBB[them] & after);
 }
 
@@ -34,7 +34,7 @@ bool CheckInfo::specialGivesCheck(Move m) const {
     Bitboard after = (board_.occupied ^ bit(from)) | bit(to);
     Bitboard direct = squares_[Pawn];
     if (isEnPassant(m)) {
-        after ^= bit(enPassantVictim(m));
+        after = occupiedAfterEnPassant(board_.occupied, m);
     } else {
         const Bitboard attacks[] = {Attacks::knightAttacks[to], Attacks::bishopAttacks(to, after),
                                     Attacks::rookAttacks(to, after),

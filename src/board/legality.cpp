@@ -1,23 +1,7 @@
 #include "board/kinglines.h"
+#include "board/rules.h"
 
 namespace {
-
-constexpr Bitboard squares(std::initializer_list<Square> list) {
-    Bitboard set = 0;
-    for (const Square sq : list)
-        set |= bit(sq);
-    return set;
-}
-
-// Squares that must not be attacked, and squares that must be empty, by colour. On the queen's side
-// the knight's square may be attacked: only the rook passes over it.
-constexpr Bitboard kCastleKingSafe[kColors] = {squares({E1, F1, G1}), squares({E8, F8, G8})};
-constexpr Bitboard kCastleQueenSafe[kColors] = {squares({C1, D1, E1}), squares({C8, D8, E8})};
-constexpr Bitboard kCastleKingOcc[kColors] = {squares({F1, G1}), squares({F8, G8})};
-constexpr Bitboard kCastleQueenOcc[kColors] = {squares({B1, C1, D1}), squares({B8, C8, D8})};
-
-constexpr std::uint8_t kKingSideRight[kColors] = {WhiteKingSide, BlackKingSide};
-constexpr std::uint8_t kQueenSideRight[kColors] = {WhiteQueenSide, BlackQueenSide};
 
 bool noneAttacked(const Board& board, Bitboard set, Color by) {
     while (set)
@@ -30,14 +14,17 @@ constexpr bool isUnused(std::uint32_t flag) {
     return flag > FlagEnPassant && flag < FlagPromotion;
 }
 
+bool haveSameSquares(Move a, Move b) {
+    return ((a ^ b) & MoveCode::kFromToMask) == 0;
+}
+
 bool isPseudoLegalCastling(const Board& board, Move m) {
     const Color us = board.sideToMove;
-    const Square home = relativeSquare(us, E1);
-    if (fromSquare(m) != home || !(board.pieces[us][King] & bit(home)))
+    if (!(board.pieces[us][King] & bit(fromSquare(m))))
         return false;
     if (moveFlag(m) == FlagCastleKing)
-        return toSquare(m) == relativeSquare(us, G1) && board.canCastleKS(us);
-    return toSquare(m) == relativeSquare(us, C1) && board.canCastleQS(us);
+        return haveSameSquares(m, kKingSideCastling[us].move) && board.canCastleKS(us);
+    return haveSameSquares(m, kQueenSideCastling[us].move) && board.canCastleQS(us);
 }
 
 /// Attacks of a piece other than a pawn on the current occupancy.
@@ -59,13 +46,13 @@ Bitboard pieceAttacks(const Board& board, Piece piece, Square sq) {
 } // namespace
 
 bool Board::canCastleKS(Color c) const {
-    return (castling & kKingSideRight[c]) && !(occupied & kCastleKingOcc[c]) &&
-           noneAttacked(*this, kCastleKingSafe[c], ~c);
+    return isOpen(kKingSideCastling[c], castling, occupied) &&
+           noneAttacked(*this, kKingSideCastling[c].safe, ~c);
 }
 
 bool Board::canCastleQS(Color c) const {
-    return (castling & kQueenSideRight[c]) && !(occupied & kCastleQueenOcc[c]) &&
-           noneAttacked(*this, kCastleQueenSafe[c], ~c);
+    return isOpen(kQueenSideCastling[c], castling, occupied) &&
+           noneAttacked(*this, kQueenSideCastling[c].safe, ~c);
 }
 
 template <Color Us>

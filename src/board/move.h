@@ -81,6 +81,11 @@ constexpr Square enPassantVictim(Move m) {
     return makeSquare(fileOf(toSquare(m)), rankOf(fromSquare(m)));
 }
 
+/// Squares that are occupied after an en-passant capture.
+constexpr Bitboard occupiedAfterEnPassant(Bitboard occupied, Move m) {
+    return (occupied ^ bit(fromSquare(m)) ^ bit(enPassantVictim(m))) | bit(toSquare(m));
+}
+
 constexpr Move encodeMove(Square from, Square to, std::uint32_t flag = FlagQuiet) {
     assert(isOnBoard(from) && isOnBoard(to) && MoveCode::flagBits(flag) <= MoveCode::kFlagMask);
     return static_cast<Move>(from) | static_cast<Move>(to) << MoveCode::kToShift |

@@ -1,25 +1,21 @@
 #include "board/movegen.h"
 
 #include "board/kinglines.h"
+#include "board/rules.h"
 
 namespace {
 
 enum class Kind { All, Captures, Quiets };
 
-constexpr Bitboard kThirdRank[kColors] = {rankBB(Rank3), rankBB(Rank6)};
-constexpr Bitboard kPromotionRank[kColors] = {rankBB(Rank7), rankBB(Rank2)};
-
 template <Color Us>
 void addPawnPushes(const Board& board, Bitboard pawns, MoveList& list) {
     constexpr int kStep = forward(Us);
-    const Bitboard empty = ~board.occupied;
-    const Bitboard single = shiftForward(Us, pawns) & empty;
-    const Bitboard twice = shiftForward(Us, single & kThirdRank[Us]) & empty;
-    for (Bitboard targets = single; targets;) {
+    const PawnPushes pushes = pawnPushes(Us, pawns, ~board.occupied);
+    for (Bitboard targets = pushes.once; targets;) {
         const Square to = popLowest(targets);
         list.add(encodeMove(to - kStep, to));
     }
-    for (Bitboard targets = twice; targets;) {
+    for (Bitboard targets = pushes.twice; targets;) {
         const Square to = popLowest(targets);
         list.add(encodeMove(to - 2 * kStep, to, FlagDoublePush));
     }
@@ -38,7 +34,7 @@ void addPawnCaptures(const Board& board, Bitboard pawns, MoveList& list) {
 }
 
 void addPromotions(Square from, Square to, std::uint32_t flag, MoveList& list) {
-    for (const Piece piece : {Queen, Rook, Bishop, Knight})
+    for (const Piece piece : kPromotions)
         list.add(encodeMove(from, to, flag + static_cast<std::uint32_t>(piece - Knight)));
 }
 
@@ -87,13 +83,12 @@ void addPieceMoves(const Board& board, MoveList& list) {
 
 template <Color Us>
 void addCastling(const Board& board, MoveList& list) {
-    constexpr Square kHome = relativeSquare(Us, E1);
     if (!board.castling)
         return;
     if (board.canCastleKS(Us))
-        list.add(encodeMove(kHome, relativeSquare(Us, G1), FlagCastleKing));
+        list.add(kKingSideCastling[Us].move);
     if (board.canCastleQS(Us))
-        list.add(encodeMove(kHome, relativeSquare(Us, C1), FlagCastleQueen));
+        list.add(kQueenSideCastling[Us].move);
 }
 
 template <Color Us, Kind K>
