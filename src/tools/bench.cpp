@@ -1,7 +1,7 @@
 #include "tools/bench.h"
 
 #include "base/output.h"
-#include "board/perft.h"
+#include "board/leafcount.h"
 #include "search/iterate.h"
 #include "search/report.h"
 #include "search/thread.h"
@@ -83,7 +83,7 @@ void runBenchPerft() {
     for (const std::string_view fen : kPerftPositions) {
         board->setFen(fen);
         gTT.clear();
-        const std::uint64_t count = perft(*board, kPerftDepth);
+        const std::uint64_t count = countLeaves(*board, kPerftDepth);
         total += count;
         Output::write("pos " + std::to_string(++number) + ": " + std::to_string(count) +
                       " nodes\n");

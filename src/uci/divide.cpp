@@ -2,7 +2,7 @@
 
 #include "base/output.h"
 #include "board/movegen.h"
-#include "board/perft.h"
+#include "board/leafcount.h"
 
 #include <string>
 
@@ -18,7 +18,7 @@ void printDivide(Board& board, int depth) {
     for (const Move m : list) {
         board.makeMove(m);
         if (!board.inCheck(us)) {
-            const std::uint64_t count = perft(board, depth - 1);
+            const std::uint64_t count = countLeaves(board, depth - 1);
             total += count;
             Output::write(moveToString(m) + ": " + std::to_string(count) + "\n");
         }
