@@ -1,8 +1,8 @@
 #include "uci/divide.h"
 
 #include "base/output.h"
-#include "board/movegen.h"
 #include "board/leafcount.h"
+#include "board/movegen.h"
 
 #include <string>
 
