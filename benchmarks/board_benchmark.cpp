@@ -1,5 +1,6 @@
 #include "positions.h"
 
+#include "board/leafcount.h"
 #include "board/movegen.h"
 #include "board/perft.h"
 #include "search/see.h"
@@ -10,25 +11,50 @@
 
 namespace {
 
-/// Every leaf made and tested; the rate is in leaves per second of processor time.
-void perftFrom(benchmark::State& state, std::string_view fen, int depth) {
+struct Tree {
+    std::string_view fen;
+    int depth;
+};
+
+constexpr Tree kStartTree = {kStartFen, 6};
+constexpr Tree kMiddleGameTree = {kBenchPositions[1], 5};
+constexpr Tree kEndGameTree = {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", 7};
+constexpr Tree kPromotionTree = {"n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1", 6};
+
+/// The rate is in leaves per second of processor time.
+template <const Tree& From, std::uint64_t (*Count)(Board&, int)>
+void countTree(benchmark::State& state) {
     const auto board = std::make_unique<Board>();
-    board->setFen(fen);
+    board->setFen(From.fen);
     std::uint64_t leaves = 0;
     for (auto _ : state)
-        leaves += perft(*board, depth);
+        leaves += Count(*board, From.depth);
     state.SetItemsProcessed(static_cast<std::int64_t>(leaves));
 }
 
-void perftStart(benchmark::State& state) {
-    perftFrom(state, kStartFen, 6);
-}
-void perftMiddleGame(benchmark::State& state) {
-    perftFrom(state, kBenchPositions[1], 5);
+std::uint64_t countAtOnce(Board& board, int depth) {
+    return countLeaves(board, depth);
 }
 
-BENCHMARK(perftStart)->Unit(benchmark::kMillisecond);
-BENCHMARK(perftMiddleGame)->Unit(benchmark::kMillisecond);
+// Every leaf made and tested.
+BENCHMARK(countTree<kStartTree, perft>)->Name("perftStart")->Unit(benchmark::kMillisecond);
+BENCHMARK(countTree<kMiddleGameTree, perft>)
+    ->Name("perftMiddleGame")
+    ->Unit(benchmark::kMillisecond);
+
+// The last ply counted.
+BENCHMARK(countTree<kStartTree, countAtOnce>)
+    ->Name("countLeavesStart")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(countTree<kMiddleGameTree, countAtOnce>)
+    ->Name("countLeavesMiddleGame")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(countTree<kEndGameTree, countAtOnce>)
+    ->Name("countLeavesEndGame")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(countTree<kPromotionTree, countAtOnce>)
+    ->Name("countLeavesPromotions")
+    ->Unit(benchmark::kMillisecond);
 
 /// Lists of all benchmark positions; each is one list.
 template <void (*Generate)(const Board&, MoveList&)>

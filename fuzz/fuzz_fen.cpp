@@ -1,4 +1,5 @@
 #include "board/kinglines.h"
+#include "board/leafcount.h"
 #include "board/movegen.h"
 #include "eval/evaluate.h"
 #include "fen_mutator.h"
@@ -113,6 +114,8 @@ void checkMoves(Board& board, const Board& before) {
                 "legal is what leaves the own king out of check", moveToString(m));
     }
     require(next == legal.count, "legal moves come in the order of all moves");
+    require(countLeaves(board, 1) == static_cast<std::uint64_t>(legal.count),
+            "legal moves are as many when they are counted", board.fen());
 }
 
 void checkEvaluation(const Board& board) {

@@ -1,5 +1,7 @@
 #include "board/kinglines.h"
+#include "board/leafcount.h"
 #include "board/movegen.h"
+#include "board/perft.h"
 #include "support.h"
 #include "support/board_checks.h"
 
@@ -10,7 +12,8 @@
 
 /// The input begins with a position: one of a list, and moves played from there. The bytes behind
 /// it are taken for codes of moves, as they might come out of a damaged table, and for texts of
-/// moves. What the board says of either must be what its generated moves say.
+/// moves. What the board says of either must be what its generated moves say. And the leaves below
+/// the position are counted in both ways.
 namespace {
 
 using Fuzz::require;
@@ -34,6 +37,8 @@ constexpr std::string_view kPositions[] = {
     "qqqqqqqq/qqqqqqqq/1q4q1/8/2P5/1PPP2p1/PPPPP1k1/K7 b - - 0 1",
     "5rk1/6P1/7K/8/8/8/8/8 w - - 0 1",
 };
+
+constexpr int kCountedDepth = 2;
 
 // One input in this many asks for every code of 16 bits.
 constexpr std::uint64_t kExhaustiveShare = 1024;
@@ -187,6 +192,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MoveList moves;
     generateMoves(*board, moves);
 
+    require(countLeaves(*board, kCountedDepth) == perft(*board, kCountedDepth),
+            "leaves are as many when the last ply is counted", board->fen());
     for (const Move m : moves)
         require(matchMove(*board, parseUCIMove(moveToString(m))) == m,
                 "a written move means itself", moveToString(m));
