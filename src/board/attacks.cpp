@@ -11,6 +11,8 @@ Bitboard rankMask[kSquares];
 Bitboard fileMask[kSquares];
 Bitboard diagMask[kSquares];
 Bitboard adiagMask[kSquares];
+Bitboard rookLines[kSquares];
+Bitboard bishopLines[kSquares];
 MagicEntry rookMagic[kSquares];
 MagicEntry bishopMagic[kSquares];
 
@@ -85,6 +87,8 @@ void initLeapersAndLines() {
         fileMask[sq] = line(sq, {0, 1});
         diagMask[sq] = line(sq, {1, 1});
         adiagMask[sq] = line(sq, {-1, 1});
+        rookLines[sq] = rankMask[sq] | fileMask[sq];
+        bishopLines[sq] = diagMask[sq] | adiagMask[sq];
     }
 }
 
@@ -124,9 +128,9 @@ void init() {
 void initBetween() {
     for (Square a = 0; a < kSquares; ++a)
         for (Square b = 0; b < kSquares; ++b) {
-            if ((rankMask[a] | fileMask[a]) & bit(b))
+            if (rookLines[a] & bit(b))
                 gBetweenBB[a][b] = rookAttacks(a, bit(b)) & rookAttacks(b, bit(a));
-            else if ((diagMask[a] | adiagMask[a]) & bit(b))
+            else if (bishopLines[a] & bit(b))
                 gBetweenBB[a][b] = bishopAttacks(a, bit(b)) & bishopAttacks(b, bit(a));
         }
 }

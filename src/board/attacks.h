@@ -39,6 +39,8 @@ extern Bitboard rankMask[kSquares]; // the lines through a square, without the s
 extern Bitboard fileMask[kSquares];
 extern Bitboard diagMask[kSquares];  // the direction a1-h8
 extern Bitboard adiagMask[kSquares]; // the direction a8-h1
+extern Bitboard rookLines[kSquares]; // both lines of each kind: attacks on an empty board
+extern Bitboard bishopLines[kSquares];
 extern MagicEntry rookMagic[kSquares];
 extern MagicEntry bishopMagic[kSquares];
 

@@ -25,7 +25,8 @@ void Board::reset() {
     halfmoveClock = 0;
     fullmoveNumber = 1;
     key = pawnKey = 0;
-    psqMg = psqEg = 0;
+    nonPawnHash[White] = nonPawnHash[Black] = 0;
+    psq = 0;
     nonPawnMaterial[White] = nonPawnMaterial[Black] = 0;
     phase = 0;
     historyCount = 0;

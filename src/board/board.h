@@ -22,14 +22,14 @@ enum CastlingRight : std::uint8_t {
 /// copy.
 struct MoveState {
     std::uint64_t key;
-    std::uint32_t epSquare; // square behind a pawn that just moved two ranks, `kNoSquare` if none
-    std::uint8_t castling;  // set of `CastlingRight`
-    std::uint8_t halfmoveClock; // plies since the last capture or pawn move
-    std::uint64_t pawnKey;      // of the pawns alone
-    std::int32_t psqMg;         // sums of `kPsq`, White's point of view
-    std::int32_t psqEg;
+    std::uint64_t pawnKey;                 // of the pawns alone
+    PackedPair psq;                        // sum of `kPsq`, White's point of view
     std::int32_t nonPawnMaterial[kColors]; // sums of `kNonPawnValue`
-    std::int32_t phase; // sum of `kPhaseWeight`, `kFullPhase` in the start position
+    std::int32_t phase;     // sum of `kPhaseWeight`, `kFullPhase` in the start position
+    std::uint32_t epSquare; // square behind a pawn that just moved two ranks, `kNoSquare` if none
+    std::uint16_t nonPawnHash[kColors]; // of the squares of each side's pieces without pawns
+    std::uint8_t castling;              // set of `CastlingRight`
+    std::uint8_t halfmoveClock;         // plies since the last capture or pawn move
 };
 
 /// The state before a move, on a cache line of its own, and what the move took. Repetition tests
@@ -37,6 +37,9 @@ struct MoveState {
 struct alignas(64) UndoInfo : MoveState {
     Piece captured; // `kNoPiece` if none
 };
+
+/// Values of `nonPawnHash` lie below this.
+inline constexpr int kNonPawnHashes = 1 << 14;
 
 /// Moves that a board can remember.
 inline constexpr int kMaxHistory = 1024;
@@ -82,9 +85,12 @@ struct Board : MoveState {
     /// Takes back `m`, which must be the move played last.
     void unmakeMove(Move m);
 
-    /// The same where the side that moves is known beforehand (board/makemove-inl.h).
-    template <Color Us>
-    void makeMoveOf(Move m);
+    // In board/makemove-inl.h:
+
+    /// The same where the side that moves is known beforehand. `onKey` is called with the new key
+    /// as soon as it is known: what depends on it can be fetched while the move is made.
+    template <Color Us, class OnKey>
+    void makeMoveOf(Move m, OnKey onKey);
     template <Color Us>
     void unmakeMoveOf(Move m);
 
@@ -137,6 +143,11 @@ struct Board : MoveState {
     bool quietGivesCheck(Move m) const;
 
   private:
+    template <Color Us, class OnKey>
+    void makeSpecialMove(Move m, UndoInfo& record, OnKey onKey);
+    template <Color Us>
+    void unmakeSpecialMove(Move m, Piece captured);
+
     template <Color Us>
     bool isPseudoLegalPawnMove(Move m) const;
 
@@ -144,6 +155,10 @@ struct Board : MoveState {
     UndoInfo& pushRecord();
     const UndoInfo& popRecord();
     void togglePlacement(Color c, Piece p, Bitboard squares);
+    void toggleHashes(Color c, Piece p, Bitboard squares, std::uint64_t change);
+    void place(Color c, Piece p, Square sq);
+    void lift(Color c, Piece p, Square sq);
+    void shift(Color c, Piece p, Square from, Square to);
 };
 
 static_assert(std::is_trivially_copyable_v<Board>);
@@ -163,43 +178,79 @@ inline bool Board::holds(Color c, Piece p, Square sq) const {
     return mailbox[sq] == p && (pieces[c][p] & bit(sq));
 }
 
-inline void Board::putPiece(Color c, Piece p, Square sq) {
+/// Spread the squares of each piece over `nonPawnHash`.
+inline constexpr std::uint64_t kNonPawnMultiplier[kPieces] = {
+    0, // pawns do not count
+    0x9E3779B97F4A7C15,
+    0xC2B2AE3D27D4EB4F,
+    0x165667B19E3779F9,
+    0xD6E8FEB86659FD93,
+    0xFF51AFD7ED558CCD,
+};
+
+/// What a kind of piece on a set of squares contributes to `nonPawnHash`.
+constexpr std::uint32_t nonPawnHashOf(Piece p, Bitboard squares) {
+    constexpr int kShift = 64 - std::countr_zero(unsigned{kNonPawnHashes});
+    return static_cast<std::uint32_t>(squares * kNonPawnMultiplier[p] >> kShift);
+}
+
+/// What depends on the placement of `p` besides the position key, for squares that are already
+/// toggled: `change` is their part of the key.
+[[gnu::always_inline]] inline void Board::toggleHashes(Color c, Piece p, Bitboard squares,
+                                                       std::uint64_t change) {
+    if (p == Pawn)
+        pawnKey ^= change;
+    else
+        nonPawnHash[c] =
+            static_cast<std::uint16_t>(nonPawnHash[c] ^ nonPawnHashOf(p, pieces[c][p]) ^
+                                       nonPawnHashOf(p, pieces[c][p] ^ squares));
+}
+
+// The same as the functions that edit a board, without the position key.
+
+inline void Board::place(Color c, Piece p, Square sq) {
     assert(isOnBoard(sq) && p != kNoPiece && mailbox[sq] == kNoPiece);
     togglePlacement(c, p, bit(sq));
+    toggleHashes(c, p, bit(sq), Zobrist::pieceSquare[c][p][sq]);
     mailbox[sq] = p;
-    key ^= Zobrist::pieceSquare[c][p][sq];
-    if (p == Pawn)
-        pawnKey ^= Zobrist::pieceSquare[c][p][sq];
-    psqMg += kPsq[c][p][sq].mg;
-    psqEg += kPsq[c][p][sq].eg;
+    psq += kPsq[c][p][sq];
     nonPawnMaterial[c] += kNonPawnValue[p];
     phase += EvalParams::kPhaseWeight[p];
 }
 
-inline void Board::removePiece(Color c, Piece p, Square sq) {
+[[gnu::always_inline]] inline void Board::lift(Color c, Piece p, Square sq) {
     assert(p != kNoPiece && holds(c, p, sq));
     togglePlacement(c, p, bit(sq));
+    toggleHashes(c, p, bit(sq), Zobrist::pieceSquare[c][p][sq]);
     mailbox[sq] = kNoPiece;
-    key ^= Zobrist::pieceSquare[c][p][sq];
-    if (p == Pawn)
-        pawnKey ^= Zobrist::pieceSquare[c][p][sq];
-    psqMg -= kPsq[c][p][sq].mg;
-    psqEg -= kPsq[c][p][sq].eg;
+    psq -= kPsq[c][p][sq];
     nonPawnMaterial[c] -= kNonPawnValue[p];
     phase -= EvalParams::kPhaseWeight[p];
 }
 
-inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
+[[gnu::always_inline]] inline void Board::shift(Color c, Piece p, Square from, Square to) {
     assert(p != kNoPiece && holds(c, p, from) && mailbox[to] == kNoPiece);
     togglePlacement(c, p, bit(from) | bit(to));
+    toggleHashes(c, p, bit(from) | bit(to),
+                 Zobrist::pieceSquare[c][p][from] ^ Zobrist::pieceSquare[c][p][to]);
     mailbox[from] = kNoPiece;
     mailbox[to] = p;
-    const std::uint64_t change = Zobrist::pieceSquare[c][p][from] ^ Zobrist::pieceSquare[c][p][to];
-    key ^= change;
-    if (p == Pawn)
-        pawnKey ^= change;
-    psqMg += kPsq[c][p][to].mg - kPsq[c][p][from].mg;
-    psqEg += kPsq[c][p][to].eg - kPsq[c][p][from].eg;
+    psq += kPsq[c][p][to] - kPsq[c][p][from];
+}
+
+inline void Board::putPiece(Color c, Piece p, Square sq) {
+    place(c, p, sq);
+    key ^= Zobrist::pieceSquare[c][p][sq];
+}
+
+inline void Board::removePiece(Color c, Piece p, Square sq) {
+    lift(c, p, sq);
+    key ^= Zobrist::pieceSquare[c][p][sq];
+}
+
+inline void Board::movePiece(Color c, Piece p, Square from, Square to) {
+    shift(c, p, from, to);
+    key ^= Zobrist::pieceSquare[c][p][from] ^ Zobrist::pieceSquare[c][p][to];
 }
 
 // Every second record is of the same side to move.

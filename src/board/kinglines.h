@@ -11,8 +11,8 @@
 inline Bitboard snipers(const Board& board, Square sq, Color by) {
     using namespace Attacks;
     const Bitboard(&own)[kPieces] = board.pieces[by];
-    return ((own[Bishop] | own[Queen]) & (diagMask[sq] | adiagMask[sq])) |
-           ((own[Rook] | own[Queen]) & (rankMask[sq] | fileMask[sq]));
+    return ((own[Bishop] | own[Queen]) & bishopLines[sq]) |
+           ((own[Rook] | own[Queen]) & rookLines[sq]);
 }
 
 /// Pieces of either colour that are alone between a square and a slider of colour `by`.
@@ -92,6 +92,14 @@ class CheckInfo {
         return (squares_[board_.mailbox[from]] & bit(to)) ||
                ((discoverers_ & bit(from)) && !staysOnLine(king_, from, to));
     }
+
+    /// Squares from which some kind of piece attacks the enemy king.
+    Bitboard targets() const {
+        return squares_[Pawn] | squares_[Knight] | squares_[Queen] | squares_[King];
+    }
+
+    /// Pieces of either colour that uncover an attack on the enemy king when they leave its line.
+    Bitboard discoverers() const { return discoverers_; }
 
   private:
     bool specialGivesCheck(Move m) const;

@@ -24,6 +24,12 @@ constexpr CastlingMask buildCastlingMask() {
 
 inline constexpr CastlingMask kCastlingMask = buildCastlingMask();
 
+/// Whether a move changes nothing but its two squares: neither a double push nor castling, a
+/// promotion or en passant.
+constexpr bool isPlain(Move m) {
+    return (m & MoveCode::kFlagMask & ~kCaptureBit) == 0;
+}
+
 struct RookMove {
     Square from;
     Square to;
@@ -54,98 +60,134 @@ inline const UndoInfo& Board::popRecord() {
     return history[--historyCount];
 }
 
-template <Color Us>
-void Board::makeMoveOf(Move m) {
+// Most moves change nothing but their two squares. The others are made elsewhere, so that these
+// need few registers.
+
+template <Color Us, class OnKey>
+void Board::makeMoveOf(Move m, OnKey onKey) {
     using namespace MoveDetail;
     constexpr Color Them = ~Us;
+    const auto& own = Zobrist::pieceSquare[Us];
     const Square from = fromSquare(m);
     const Square to = toSquare(m);
-    const std::uint32_t flag = moveFlag(m);
     const Piece moved = mailbox[from];
     assert(sideToMove == Us && moved != kNoPiece);
 
     UndoInfo& record = pushRecord();
-    key ^= Zobrist::castling[castling] ^ Zobrist::sideToMove;
-    if (epSquare != kNoSquare)
+    const std::uint64_t change = own[moved][from] ^ own[moved][to];
+    key ^= Zobrist::sideToMove ^ change;
+    if (castling != 0) {
+        key ^= Zobrist::castling[castling];
+        castling = castling & kCastlingMask.mask[from] & kCastlingMask.mask[to];
+        key ^= Zobrist::castling[castling];
+    }
+    if (epSquare != kNoSquare) {
         key ^= Zobrist::enPassant[epFile(epSquare)];
+        epSquare = kNoSquare;
+    }
+    if constexpr (Us == Black)
+        ++fullmoveNumber;
+    sideToMove = Them;
     ++halfmoveClock;
-    epSquare = kNoSquare;
+    if (!isPlain(m)) [[unlikely]]
+        return makeSpecialMove<Us>(m, record, onKey);
 
-    if (flag == FlagQuiet || flag == FlagCapture || flag == FlagDoublePush) {
-        if (flag == FlagCapture) {
-            record.captured = mailbox[to];
-            removePiece(Them, record.captured, to);
-            halfmoveClock = 0;
-        }
-        movePiece(Us, moved, from, to);
-        if (moved == Pawn)
-            halfmoveClock = 0;
-        if (flag == FlagDoublePush) {
-            // Set whether or not a pawn could capture there; reading a FEN does the same.
-            epSquare = static_cast<std::uint32_t>(from + forward(Us));
-            key ^= Zobrist::enPassant[fileOf(from)];
-        }
-    } else if (flag >= FlagPromotion) {
+    const Piece captured = mailbox[to];
+    if (captured != kNoPiece)
+        key ^= Zobrist::pieceSquare[Them][captured][to];
+    onKey(key);
+    if (captured != kNoPiece) {
+        record.captured = captured;
+        lift(Them, captured, to);
+        halfmoveClock = 0;
+    }
+    if (moved == Pawn)
+        halfmoveClock = 0;
+    shift(Us, moved, from, to);
+}
+
+/// The rest of a promotion, an en-passant capture, castling or a double push. The key takes the
+/// piece to be moved to the target.
+template <Color Us, class OnKey>
+[[gnu::noinline]] void Board::makeSpecialMove(Move m, UndoInfo& record, OnKey onKey) {
+    using namespace MoveDetail;
+    constexpr Color Them = ~Us;
+    const auto& own = Zobrist::pieceSquare[Us];
+    const Square from = fromSquare(m);
+    const Square to = toSquare(m);
+    if (isPromotion(m)) {
         if (isCapture(m)) {
             record.captured = mailbox[to];
             removePiece(Them, record.captured, to);
         }
-        removePiece(Us, Pawn, from);
-        putPiece(Us, promotedPiece(m), to);
+        lift(Us, Pawn, from);
+        place(Us, promotedPiece(m), to);
+        key ^= own[Pawn][to] ^ own[promotedPiece(m)][to];
         halfmoveClock = 0;
-    } else if (flag == FlagEnPassant) {
+    } else if (isEnPassant(m)) {
         // Of all captures and pawn moves, en passant alone does not reset the clock.
         record.captured = Pawn;
         removePiece(Them, Pawn, enPassantVictim(m));
-        movePiece(Us, Pawn, from, to);
-    } else {
-        movePiece(Us, King, from, to);
+        shift(Us, Pawn, from, to);
+    } else if (isCastling(m)) {
+        shift(Us, King, from, to);
         const RookMove rook = castlingRook(Us, m);
         movePiece(Us, Rook, rook.from, rook.to);
+    } else {
+        shift(Us, Pawn, from, to);
+        halfmoveClock = 0;
+        // Set whether or not a pawn could capture there; reading a FEN does the same.
+        epSquare = static_cast<std::uint32_t>(from + forward(Us));
+        key ^= Zobrist::enPassant[fileOf(from)];
     }
-
-    castling = castling & kCastlingMask.mask[from] & kCastlingMask.mask[to];
-    key ^= Zobrist::castling[castling];
-    if constexpr (Us == Black)
-        ++fullmoveNumber;
-    sideToMove = Them;
+    onKey(key);
 }
 
+// Placement by hand, everything else from the record.
 template <Color Us>
 void Board::unmakeMoveOf(Move m) {
     using namespace MoveDetail;
     constexpr Color Them = ~Us;
     const Square from = fromSquare(m);
     const Square to = toSquare(m);
-    const std::uint32_t flag = moveFlag(m);
     const UndoInfo& record = popRecord();
     assert(sideToMove == Them && (colorBB[Us] & bit(to)) && mailbox[from] == kNoPiece);
 
+    static_cast<MoveState&>(*this) = record;
     sideToMove = Us;
     if constexpr (Us == Black)
         --fullmoveNumber;
+    if (!isPlain(m)) [[unlikely]]
+        return unmakeSpecialMove<Us>(m, record.captured);
 
-    // Placement by hand, everything else from the record.
-    const Piece onTarget = mailbox[to];
-    if (flag >= FlagPromotion) {
-        togglePlacement(Us, onTarget, bit(to));
-        togglePlacement(Us, Pawn, bit(from));
-        mailbox[from] = Pawn;
-    } else {
-        togglePlacement(Us, onTarget, bit(from) | bit(to));
-        mailbox[from] = onTarget;
-    }
+    const Piece moved = mailbox[to];
+    togglePlacement(Us, moved, bit(from) | bit(to));
+    mailbox[from] = moved;
+    mailbox[to] = record.captured;
+    if (record.captured != kNoPiece)
+        togglePlacement(Them, record.captured, bit(to));
+}
+
+template <Color Us>
+[[gnu::noinline]] void Board::unmakeSpecialMove(Move m, Piece captured) {
+    using namespace MoveDetail;
+    constexpr Color Them = ~Us;
+    const Square from = fromSquare(m);
+    const Square to = toSquare(m);
+    const Piece placed = mailbox[to];
+    const Piece moved = isPromotion(m) ? Pawn : placed;
+    togglePlacement(Us, placed, bit(to));
+    togglePlacement(Us, moved, bit(from));
+    mailbox[from] = moved;
     mailbox[to] = kNoPiece;
-    if (record.captured != kNoPiece) {
-        const Square victim = flag == FlagEnPassant ? enPassantVictim(m) : to;
-        togglePlacement(Them, record.captured, bit(victim));
-        mailbox[victim] = record.captured;
+    if (captured != kNoPiece) {
+        const Square victim = isEnPassant(m) ? enPassantVictim(m) : to;
+        togglePlacement(Them, captured, bit(victim));
+        mailbox[victim] = captured;
     } else if (isCastling(m)) {
         const RookMove rook = castlingRook(Us, m);
         togglePlacement(Us, Rook, bit(rook.from) | bit(rook.to));
         mailbox[rook.to] = kNoPiece;
         mailbox[rook.from] = Rook;
     }
-
-    static_cast<MoveState&>(*this) = record;
 }

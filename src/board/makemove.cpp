@@ -1,10 +1,11 @@
 #include "board/makemove-inl.h"
 
 void Board::makeMove(Move m) {
+    const auto ignoreKey = [](std::uint64_t) {};
     if (sideToMove == White)
-        makeMoveOf<White>(m);
+        makeMoveOf<White>(m, ignoreKey);
     else
-        makeMoveOf<Black>(m);
+        makeMoveOf<Black>(m, ignoreKey);
 }
 
 void Board::unmakeMove(Move m) {

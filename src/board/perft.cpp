@@ -17,7 +17,7 @@ std::uint64_t perftOf(Board& board, int depth) {
     for (const Move m : list) {
         if (!legality.isLegal(m))
             continue;
-        board.makeMoveOf<Us>(m);
+        board.makeMoveOf<Us>(m, [](std::uint64_t) {});
         leaves += depth == 1 ? 1 : perftOf<~Us>(board, depth - 1);
         board.unmakeMoveOf<Us>(m);
     }

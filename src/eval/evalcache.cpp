@@ -1,19 +1,23 @@
 #include "eval/evalcache.h"
 
-#include "eval/evaluate.h"
-
 namespace Eval {
 
-int EvalCache::evaluate(const Board& board) {
-    std::uint64_t& entry = entries_[board.key % kSize];
-    int value = static_cast<std::int16_t>(entry);
-    if ((entry ^ board.key) > kValueMask) {
-        value = evaluateUnfaded(board);
-        // Boards with dozens of queens may be worth more than an entry holds.
-        if (value == static_cast<std::int16_t>(value))
-            entry = (board.key & ~kValueMask) | static_cast<std::uint16_t>(value);
+// Bit `kValueBits` of a key is part of both the place and the entry. With an entry where the two
+// differ, no key hits: the cache is empty.
+EvalCache::EvalCache() {
+    for (std::uint64_t place = 0; place < kPlaces; ++place)
+        places_[place].fill({~place & (std::uint64_t{1} << kValueBits)});
+}
+
+// Boards with five queens more may be worth more than an entry holds.
+int EvalCache::evaluateAndKeep(const Board& board, Place& place) {
+    const int value = evaluateUnfaded(board);
+    const Entry entry{(board.key & ~kValueMask) | (static_cast<std::uint64_t>(value) & kValueMask)};
+    if (entry.value() == value) {
+        place[1] = place[0];
+        place[0] = entry;
     }
-    return fadedForSideToMove(board, value);
+    return value;
 }
 
 } // namespace Eval

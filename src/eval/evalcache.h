@@ -1,9 +1,10 @@
 #pragma once
 
 #include "board/board.h"
+#include "eval/evaluate.h"
 
 #include <array>
-#include <limits>
+#include <bit>
 
 namespace Eval {
 
@@ -11,29 +12,47 @@ namespace Eval {
 /// iterations and by transposition. What is kept depends on the position key alone, so entries
 /// never become stale.
 ///
-/// An entry is one word: the upper 48 bits of the key and a 16-bit value. Together with its place,
-/// the lower bits of the key, it holds the whole key.
+/// An entry is one word: the upper bits of the key and a value. Together with its place, the lower
+/// bits of the key, it holds the whole key. Two entries share a place, the later one first. The
+/// cache takes half of a second-level cache of 512 KiB: it is read at every node.
 class EvalCache {
   public:
-    EvalCache() {
-        // Bit 16 of a key is part of both the place and the entry. With an entry where the two
-        // differ, no key hits: the table is empty.
-        for (std::uint64_t place = 0; place < kSize; ++place)
-            entries_[place] = ~place & (std::uint64_t{1} << kValueBits);
-    }
+    EvalCache();
 
     /// What `::evaluate` returns, from the cache if it holds the position.
-    int evaluate(const Board& board);
+    int evaluate(const Board& board) {
+        Place& place = places_[board.key % kPlaces];
+        const int value = place[0].holds(board.key)   ? place[0].value()
+                          : place[1].holds(board.key) ? place[1].value()
+                                                      : evaluateAndKeep(board, place);
+        return fadedForSideToMove(board, value);
+    }
 
-    /// Prefetches the entry of a key that will be looked up soon.
-    void prefetch(std::uint64_t key) const { __builtin_prefetch(&entries_[key % kSize]); }
+    /// Prefetches the place of a key that will be looked up soon. Always inlined: as a function it
+    /// has no effect that g++ knows of, and calls of it would be dropped.
+    [[gnu::always_inline]] void prefetch(std::uint64_t key) const {
+        __builtin_prefetch(&places_[key % kPlaces]);
+    }
 
   private:
-    static constexpr int kValueBits = 16;
-    static constexpr std::uint64_t kSize = 1 << (kValueBits + 1);
-    static constexpr std::uint64_t kValueMask = std::numeric_limits<std::uint16_t>::max();
+    static constexpr int kValueBits = 13;
+    static constexpr std::uint64_t kPlaces = 1 << (kValueBits + 1);
+    static constexpr std::uint64_t kValueMask = (std::uint64_t{1} << kValueBits) - 1;
 
-    std::array<std::uint64_t, kSize> entries_;
+    struct Entry {
+        std::uint64_t word;
+
+        bool holds(std::uint64_t key) const { return (word ^ key) <= kValueMask; }
+        int value() const {
+            constexpr int kOtherBits = 64 - kValueBits;
+            return static_cast<int>(std::bit_cast<std::int64_t>(word << kOtherBits) >> kOtherBits);
+        }
+    };
+    using Place = std::array<Entry, 2>;
+
+    static int evaluateAndKeep(const Board& board, Place& place);
+
+    alignas(64) std::array<Place, kPlaces> places_;
 };
 
 } // namespace Eval

@@ -102,29 +102,13 @@ consteval auto builtInWeights() {
 
 inline constexpr auto kWeights = builtInWeights();
 
-/// A pair in one 64-bit number, end game above middle game: sums and multiples of such numbers are
-/// sums and multiples of the pairs, at the price of one addition.
-using PackedPair = std::int64_t;
-
-constexpr PackedPair pack(int mg, int eg) {
-    return static_cast<PackedPair>(static_cast<std::uint64_t>(static_cast<std::int64_t>(eg))
-                                   << 32) +
-           mg;
-}
-
-constexpr ScorePair unpack(PackedPair packed) {
-    // A negative middle-game half has borrowed 1 from the end-game half; rounding gives it back.
-    constexpr PackedPair kHalf = PackedPair{1} << 31;
-    return {static_cast<std::int32_t>(packed), static_cast<std::int32_t>((packed + kHalf) >> 32)};
-}
-
 template <Feature F>
 consteval auto packedCells() {
     std::array<PackedPair, F.cells> cells{};
     for (int cell = 0; cell < F.cells; ++cell)
         cells[static_cast<std::size_t>(cell)] =
-            pack(F.mg == kNoWeight ? 0 : kWeights[static_cast<std::size_t>(F.mg + cell)],
-                 F.eg == kNoWeight ? 0 : kWeights[static_cast<std::size_t>(F.eg + cell)]);
+            packPair(F.mg == kNoWeight ? 0 : kWeights[static_cast<std::size_t>(F.mg + cell)],
+                     F.eg == kNoWeight ? 0 : kWeights[static_cast<std::size_t>(F.eg + cell)]);
     return cells;
 }
 
@@ -147,13 +131,19 @@ class SumSink {
     /// Adds an amount that is not a multiple of a weight, from White's point of view.
     template <Term>
     void addConstant(int mg, int eg) {
-        sum_ += Detail::pack(mg, eg);
+        sum_ += packPair(mg, eg);
     }
 
-    ScorePair total() const { return Detail::unpack(sum_); }
+    /// The same for a pair that is packed already.
+    template <Term>
+    void addPacked(PackedPair pair) {
+        sum_ += pair;
+    }
+
+    ScorePair total() const { return unpackPair(sum_); }
 
   private:
-    Detail::PackedPair sum_ = 0;
+    PackedPair sum_ = 0;
 };
 
 } // namespace Eval

@@ -23,8 +23,14 @@ class TermSink {
     template <Term T, Feature F>
     void use(int cell, int count) {
         assert(cell >= 0 && cell < F.cells);
-        const ScorePair weights = Detail::unpack(Detail::kCells<F>[static_cast<std::size_t>(cell)]);
+        const ScorePair weights = unpackPair(Detail::kCells<F>[static_cast<std::size_t>(cell)]);
         addConstant<T>(weights.mg * count, weights.eg * count);
+    }
+
+    template <Term T>
+    void addPacked(PackedPair pair) {
+        const ScorePair values = unpackPair(pair);
+        addConstant<T>(values.mg, values.eg);
     }
 
     template <Term T>

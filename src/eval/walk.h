@@ -97,11 +97,11 @@ void addRookFile(const Board& board, Square sq, Sink& sink) {
 
 /// Mobility: reachable squares that no own piece occupies and no enemy pawn attacks; few cost, many
 /// gain. The attacks on the enemy king are counted on the way, for king safety.
-template <Piece P, Color Us, class Sink>
+template <Piece P, Color Us, bool Pinned, class Sink>
 void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSquares],
                Sink& sink) {
     static_assert(EvalParams::kKsRingUnits == 2 * EvalParams::kKsZoneUnits);
-    for (Bitboard pieces = board.pieces[Us][P]; pieces;) {
+    for (Bitboard pieces = board.pieces[Us][P] & (Pinned ? walk.pinned : ~walk.pinned); pieces;) {
         const Square sq = popLowest(pieces);
         Bitboard attacks = Attacks::attacksOf<P>(sq, board.occupied);
         walk.attackedBy |= attacks;
@@ -111,7 +111,7 @@ void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSq
             KingDanger{(attacks & walk.enemyRing) != 0} + ((attacks & walk.enemyZone) != 0);
         walk.danger += pressure * kZoneAttack<P>;
 
-        if (walk.pinned & bit(sq)) [[unlikely]]
+        if constexpr (Pinned)
             attacks &= pinRays[sq];
         sink.template use<Term::Mobility, kMobility[P]>(popcount(attacks & walk.mobilityArea),
                                                         signOf(Us));
@@ -120,15 +120,23 @@ void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSq
     }
 }
 
+template <Color Us, bool Pinned, class Sink>
+void addAllPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSquares],
+                  Sink& sink) {
+    addPieces<Knight, Us, Pinned>(board, walk, pinRays, sink);
+    addPieces<Bishop, Us, Pinned>(board, walk, pinRays, sink);
+    addPieces<Rook, Us, Pinned>(board, walk, pinRays, sink);
+    addPieces<Queen, Us, Pinned>(board, walk, pinRays, sink);
+}
+
 template <Color Us, class Sink>
 void addSide(const Board& board, PieceWalk& walk, Sink& sink) {
     SideWalk side = beginSide<Us>(board);
     Bitboard pinRays[kSquares]; // set for pinned pieces only
     computeAbsolutePins(board, Us, side.pinned, pinRays);
-    addPieces<Knight, Us>(board, side, pinRays, sink);
-    addPieces<Bishop, Us>(board, side, pinRays, sink);
-    addPieces<Rook, Us>(board, side, pinRays, sink);
-    addPieces<Queen, Us>(board, side, pinRays, sink);
+    addAllPieces<Us, false>(board, side, pinRays, sink);
+    if (side.pinned) [[unlikely]]
+        addAllPieces<Us, true>(board, side, pinRays, sink);
     walk.attackedBy[Us] = side.attackedBy;
     walk.danger[~Us] = side.danger;
 }
@@ -237,7 +245,7 @@ void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
 /// cache; everything else is counted.
 template <class Sink>
 void walkIncremental(const Board& board, Sink& sink) {
-    sink.template addConstant<Term::Material>(board.psqMg, board.psqEg);
+    sink.template addPacked<Term::Material>(board.psq);
     const PawnEntry& pawns = pawnEntry(board);
     sink.template addConstant<Term::Pawns>(pawns.mg, pawns.eg);
     walkPieces(board, pawns.passed, sink);

@@ -10,6 +10,22 @@ struct ScorePair {
     constexpr bool operator==(const ScorePair&) const = default;
 };
 
+/// A pair in one 64-bit number, end game above middle game: sums and multiples of such numbers are
+/// sums and multiples of the pairs, at the price of one addition.
+using PackedPair = std::int64_t;
+
+constexpr PackedPair packPair(int mg, int eg) {
+    return static_cast<PackedPair>(static_cast<std::uint64_t>(static_cast<std::int64_t>(eg))
+                                   << 32) +
+           mg;
+}
+
+constexpr ScorePair unpackPair(PackedPair packed) {
+    // A negative middle-game half has borrowed 1 from the end-game half; rounding gives it back.
+    constexpr PackedPair kHalf = PackedPair{1} << 31;
+    return {static_cast<std::int32_t>(packed), static_cast<std::int32_t>((packed + kHalf) >> 32)};
+}
+
 namespace EvalParams {
 
 /// Material and placement of a White piece, pawn to queen, on a square.
@@ -27,7 +43,7 @@ constexpr ScorePair materialAndPlacement(Piece piece, Square sq) {
 namespace Detail {
 
 struct PsqTable {
-    ScorePair entry[kColors][kPieces][kSquares];
+    PackedPair entry[kColors][kPieces][kSquares];
 };
 
 constexpr PsqTable buildPsq() {
@@ -35,8 +51,8 @@ constexpr PsqTable buildPsq() {
     for (const Piece piece : {Pawn, Knight, Bishop, Rook, Queen}) // the evaluation places kings
         for (Square sq = 0; sq < kSquares; ++sq) {
             const ScorePair white = EvalParams::materialAndPlacement(piece, sq);
-            table.entry[White][piece][sq] = white;
-            table.entry[Black][piece][flipRank(sq)] = {-white.mg, -white.eg};
+            table.entry[White][piece][sq] = packPair(white.mg, white.eg);
+            table.entry[Black][piece][flipRank(sq)] = packPair(-white.mg, -white.eg);
         }
     return table;
 }
@@ -44,7 +60,6 @@ constexpr PsqTable buildPsq() {
 } // namespace Detail
 
 /// Material and placement together by colour, piece and square, from White's point of view: what
-/// the board sums up as pieces move. The two phases of an entry lie side by side because every
-/// update needs both.
+/// the board sums up as pieces move.
 inline constexpr Detail::PsqTable kPsqTable = Detail::buildPsq();
 inline constexpr const auto& kPsq = kPsqTable.entry;

@@ -3,7 +3,6 @@
 #include "search/thread.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <cstdlib>
 
@@ -11,25 +10,13 @@
 /// positions with the same pawns, and with the same pieces of either colour.
 namespace Search {
 
-/// 14-bit hash of one side's pieces without pawns: an index of a correction table.
-inline std::uint32_t nonPawnHash(const Board& board, Color c) {
-    const Bitboard(&p)[kPieces] = board.pieces[c];
-    const std::uint64_t mixed =
-        (p[Knight] * 0x9E3779B97F4A7C15ULL) ^ (p[Bishop] * 0xC2B2AE3D27D4EB4FULL) ^
-        (p[Rook] * 0x165667B19E3779F9ULL) ^ (p[Queen] * 0xD6E8FEB86659FD93ULL) ^
-        (p[King] * 0xFF51AFD7ED558CCDULL);
-    constexpr int kIndexBits = std::countr_zero(unsigned{kCorrectionSize});
-    static_assert(kCorrectionSize == 1 << kIndexBits);
-    return static_cast<std::uint32_t>(mixed >> (64 - kIndexBits));
-}
-
 /// The three entries that apply to one position.
 class Correction {
   public:
     Correction(Thread& thread, const Board& board)
         : pawns_(&thread.pawnCorrection[board.sideToMove][board.pawnKey & (kCorrectionSize - 1)]),
-          white_(&thread.nonPawnCorrection[board.sideToMove][White][nonPawnHash(board, White)]),
-          black_(&thread.nonPawnCorrection[board.sideToMove][Black][nonPawnHash(board, Black)]) {}
+          white_(&thread.nonPawnCorrection[board.sideToMove][White][board.nonPawnHash[White]]),
+          black_(&thread.nonPawnCorrection[board.sideToMove][Black][board.nonPawnHash[Black]]) {}
 
     /// Centipawns to add to the static evaluation.
     int value() const { return (2 * *pawns_ + *white_ + *black_) / kGrain; }

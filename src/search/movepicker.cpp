@@ -1,7 +1,6 @@
 #include "search/movepicker.h"
 
-#include "board/kinglines.h"
-#include "board/movegen.h"
+#include "board/generate.h"
 #include "search/thread.h"
 
 using namespace Ordering;
@@ -25,8 +24,7 @@ Move MovePicker::next() {
             return ttMove_;
         [[fallthrough]];
     case Stage::GenerateCaptures:
-        generateCaptures(*board_, moves_);
-        scoreCaptures();
+        generateCaptures();
         stage_ = Stage::GoodCaptures;
         [[fallthrough]];
     case Stage::GoodCaptures:
@@ -35,9 +33,8 @@ Move MovePicker::next() {
         stage_ = Stage::GenerateQuiets;
         [[fallthrough]];
     case Stage::GenerateQuiets:
-        generateQuiets(*board_, moves_);
-        scoreQuiets();
-        if (quietChecksOnly_)
+        generateQuiets();
+        if (checks_)
             dropQuietsWithoutCheck();
         stage_ = Stage::Quiets;
         [[fallthrough]];
@@ -57,31 +54,27 @@ Move MovePicker::next() {
     return 0;
 }
 
-void MovePicker::keepQuietChecksOnly() {
-    quietChecksOnly_ = true;
+void MovePicker::keepQuietChecksOnly(const CheckInfo& checks) {
+    checks_ = &checks;
     if (stage_ == Stage::Quiets)
         dropQuietsWithoutCheck();
 }
 
-void MovePicker::scoreCaptures() {
-    captureEnd_ = moves_.count;
-    for (int i = 0; i < captureEnd_; ++i) {
-        const Move m = moves_.moves[i];
-        keys_[i] = m == ttMove_ ? kNoMoveKey : makeKey(captureScore(*board_, m), i);
-    }
-    captureKeysEnd_ = closeGroup(keys_, captureEnd_);
+void MovePicker::generateCaptures() {
+    const CaptureSink captures =
+        MoveGen::generate<MoveGen::Kind::Captures>(*board_, CaptureSink{*board_, moves_, keys_});
+    captureKeysEnd_ = closeGroup(keys_, captures.count);
 }
 
-void MovePicker::scoreQuiets() {
-    const auto& history = thread_->quietHistory[board_->sideToMove];
-    quietGap_ = captureKeysEnd_ - captureEnd_;
-    for (int i = captureEnd_; i < moves_.count; ++i) {
-        const Move m = moves_.moves[i];
-        const int place = i + quietGap_;
-        keys_[place] = m == ttMove_ ? kNoMoveKey : makeKey(quietScore(history, m), place);
-    }
-    quietKeysEnd_ = closeGroup(keys_, moves_.count + quietGap_);
+void MovePicker::generateQuiets() {
+    const int begin = captureKeysEnd_;
+    const QuietSink quiets = MoveGen::generate<MoveGen::Kind::Quiets>(
+        *board_,
+        QuietSink{thread_->quietHistory[board_->sideToMove], moves_ + begin, keys_ + begin});
+    quietKeysEnd_ = makeQuietKeys(keys_, begin, static_cast<int>(quiets.key - keys_));
 }
+
+// The table move is among the captures or the quiet moves, too, and is passed over there.
 
 Move MovePicker::nextGoodCapture() {
     for (;;) {
@@ -89,33 +82,45 @@ Move MovePicker::nextGoodCapture() {
         if (scoreOf(best) < kGoodCaptureBound)
             return 0;
         const int place = placeOf(best);
-        const Move m = moves_.moves[place];
-        if (needsExchangeTest(*board_, m) && !seeGE(*board_, m, 0)) {
+        const Move m = moves_[place];
+        if (m != ttMove_ && needsExchangeTest(*board_, m) && !seeGE(*board_, m, 0)) {
             keys_[place] = makeKey(scoreOf(best) - 2 * kCaptureBand, place);
             continue;
         }
         keys_[place] = kNoMoveKey;
-        return m;
+        if (m != ttMove_)
+            return m;
     }
 }
 
 Move MovePicker::nextQuiet() {
-    const Key best = takeGreatestKey(keys_, captureKeysEnd_, quietKeysEnd_);
-    return best == kNoMoveKey ? 0 : quietAt(placeOf(best));
+    for (;;) {
+        const Key best = takeGreatestKey(keys_, captureKeysEnd_, quietKeysEnd_);
+        if (best == kNoMoveKey)
+            return 0;
+        if (const Move m = moves_[placeOf(best)]; m != ttMove_)
+            return m;
+    }
 }
 
 Move MovePicker::nextBadCapture() {
     const Key best = takeGreatestKey(keys_, 0, captureKeysEnd_);
-    return best == kNoMoveKey ? 0 : moves_.moves[placeOf(best)];
+    return best == kNoMoveKey ? 0 : moves_[placeOf(best)];
 }
 
+// Most moves are told by their targets, before their piece is looked at, unless some piece may
+// uncover a check.
 void MovePicker::dropQuietsWithoutCheck() {
-    const CheckInfo checks(*board_);
+    const Color us = board_->sideToMove;
+    Bitboard targets = checks_->targets();
+    if (board_->castling)
+        targets |=
+            bit(toSquare(kKingSideCastling[us].move)) | bit(toSquare(kQueenSideCastling[us].move));
+    if (checks_->discoverers() & board_->colorBB[us])
+        targets = ~Bitboard{0};
     for (int place = captureKeysEnd_; place < quietKeysEnd_; ++place) {
-        if (keys_[place] == kNoMoveKey)
-            continue;
-        const Move m = quietAt(place);
-        if (!isCastling(m) && !checks.givesCheck(m))
+        const Move m = moves_[place];
+        if (!(targets >> toSquare(m) & 1) || !(isCastling(m) || checks_->givesCheck(m)))
             keys_[place] = kNoMoveKey;
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "board/kinglines.h"
 #include "search/ordering.h"
 
 #include <cassert>
@@ -17,8 +18,9 @@ class MovePicker {
     /// The next move, pseudo-legal; 0 when there are no more.
     Move next();
 
-    /// From now on skips quiet moves that neither castle nor give check.
-    void keepQuietChecksOnly();
+    /// From now on skips quiet moves that neither castle nor give check. `checks` must be the
+    /// node's, and outlive the picker.
+    void keepQuietChecksOnly(const CheckInfo& checks);
 
   private:
     enum class Stage {
@@ -31,28 +33,21 @@ class MovePicker {
         Done
     };
 
-    void scoreCaptures();
-    void scoreQuiets();
+    void generateCaptures();
+    void generateQuiets();
     Move nextGoodCapture();
     Move nextQuiet();
     Move nextBadCapture();
     void dropQuietsWithoutCheck();
 
-    Move quietAt(int place) const {
-        assert(captureEnd_ <= place - quietGap_ && place - quietGap_ < moves_.count);
-        return moves_.moves[place - quietGap_];
-    }
-
-    bool quietChecksOnly_ = false;
+    const CheckInfo* checks_ = nullptr; // set where only checks are left among the quiet moves
     const Thread* thread_;
     const Board* board_;
     Move ttMove_;
     Stage stage_ = Stage::TableMove;
-    MoveList moves_; // captures, then quiet moves behind them
-    // Their keys; those of the quiet moves begin with a new group.
+    // Captures, and behind them, from a new group of keys on, quiet moves.
+    Move moves_[Ordering::kKeyCapacity];
     alignas(sizeof(Ordering::Key) * Ordering::kLanes) Ordering::Key keys_[Ordering::kKeyCapacity];
-    int captureEnd_ = 0;
     int captureKeysEnd_ = 0;
-    int quietGap_ = 0; // how much farther back a quiet move's key stands than the move
     int quietKeysEnd_ = 0;
 };

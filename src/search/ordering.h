@@ -39,20 +39,24 @@ inline Piece victimOf(const Board& board, Move m) {
     return isEnPassant(m) ? Pawn : board.mailbox[toSquare(m)];
 }
 
-/// Score of a capture or promotion before any exchange is played out.
-inline int captureScore(const Board& board, Move m) {
-    if (!isCapture(m))
-        return kQuietPromotion;
-    const Piece attacker = board.mailbox[fromSquare(m)];
-    const Piece victim = victimOf(board, m);
-    assert(attacker != kNoPiece && victim != kNoPiece);
+/// Score of a capture or promotion by `attacker` before any exchange is played out.
+template <Piece attacker>
+int captureScore(const Board& board, Square to, std::uint32_t flag) {
+    if constexpr (attacker == Pawn) {
+        if (flag == FlagEnPassant)
+            return kMVVLVA[Pawn][Pawn] + kCaptureBand;
+        if (flag >= FlagPromotion && flag < FlagCapturePromotion)
+            return kQuietPromotion;
+    }
+    const Piece victim = board.mailbox[to];
+    assert(victim != kNoPiece);
     const int score = kMVVLVA[attacker][victim] + kCaptureBand;
-    return isPromotion(m) ? score + kCapturePromotion : score;
+    return attacker == Pawn && flag >= FlagCapturePromotion ? score + kCapturePromotion : score;
 }
 
-/// Score of a quiet move by the history of the side to move.
-inline int quietScore(const std::int32_t (&history)[kSquares][kSquares], Move m) {
-    return std::min(history[fromSquare(m)][toSquare(m)], kHistoryCap);
+/// Score of a quiet move by its history.
+constexpr int quietScore(int history) {
+    return std::min(history, kHistoryCap);
 }
 
 /// A move's score and its place in a list in one number: the greatest key is the best move, the
@@ -76,8 +80,9 @@ constexpr int wholeGroups(int count) {
     return (count + kLanes - 1) & ~(kLanes - 1);
 }
 
-/// Room for the keys of any list of moves, in two parts that are filled up to whole groups each.
-inline constexpr int kKeyCapacity = MoveList::kCapacity + 2 * kLanes;
+/// Room for the keys of any list of moves, in two parts that are filled up to whole groups each,
+/// and for what is written behind the last.
+inline constexpr int kKeyCapacity = MoveList::kCapacity + 3 * kLanes;
 static_assert(kKeyCapacity <= kPlaceMask + 1);
 
 constexpr Key makeKey(int score, int place) {
@@ -92,13 +97,75 @@ constexpr int placeOf(Key key) {
     return kPlaceMask - (key & kPlaceMask);
 }
 
-/// Fills up the last group of a list that ends at `end`; returns the end of the group.
+/// Fills up the last group of a list that ends at `end`; returns the end of the group. As many keys
+/// as fill a group are written, whatever is missing.
 inline int closeGroup(Key* keys, int end) {
     const int groupEnd = wholeGroups(end);
     assert(groupEnd <= kKeyCapacity);
-    while (end < groupEnd)
-        keys[end++] = kNoMoveKey;
+    std::fill_n(keys + end, kLanes, kNoMoveKey);
     return groupEnd;
+}
+
+struct CaptureKeyTable {
+    Key key[kPieces][kPieces];
+};
+
+constexpr CaptureKeyTable buildCaptureKeys() {
+    CaptureKeyTable table{};
+    for (int attacker = Pawn; attacker <= King; ++attacker)
+        for (int victim = Pawn; victim <= King; ++victim)
+            table.key[attacker][victim] = makeKey(kMVVLVA[attacker][victim] + kCaptureBand, 0);
+    return table;
+}
+
+/// Keys of plain captures at the first place, by attacker and victim.
+inline constexpr CaptureKeyTable kCaptureKeys = buildCaptureKeys();
+
+/// Key at the first place of a capture or promotion by `attacker`.
+template <Piece attacker>
+Key captureKey(const Board& board, Square to, std::uint32_t flag) {
+    if (flag == FlagCapture)
+        return kCaptureKeys.key[attacker][board.mailbox[to]];
+    return makeKey(captureScore<attacker>(board, to, flag), 0);
+}
+
+/// Collects captures and promotions and their keys, both from the first place on.
+struct CaptureSink {
+    const Board& board;
+    Move* moves;
+    Key* keys;
+    int count = 0;
+
+    template <Piece P>
+    void add(Square from, Square to, std::uint32_t flag) {
+        moves[count] = encodeMove(from, to, flag);
+        keys[count] = captureKey<P>(board, to, flag) - count;
+        ++count;
+    }
+};
+
+/// Collects quiet moves and, in place of their keys, their history: `makeQuietKeys` makes keys of
+/// many at once.
+struct QuietSink {
+    const std::int32_t (*history)[kSquares]; // of the side to move, by from and to
+    Move* move;
+    Key* key;
+
+    template <Piece>
+    void add(Square from, Square to, std::uint32_t flag) {
+        *move++ = encodeMove(from, to, flag);
+        *key++ = history[from][to];
+    }
+};
+
+/// Makes keys of the histories that stand in [begin, end) and fills up the last group; returns the
+/// end of the group.
+inline int makeQuietKeys(Key* keys, int begin, int end) {
+    assert(begin % kLanes == 0);
+    for (int group = begin; group < end; group += kLanes)
+        for (int place = group; place < group + kLanes; ++place) // at once
+            keys[place] = makeKey(quietScore(keys[place]), place);
+    return closeGroup(keys, end);
 }
 
 /// The greatest key of the groups in [begin, end), `kNoMoveKey` if there is none left. The keys
@@ -108,11 +175,13 @@ inline Key greatestKey(const Key* keys, int begin, int end) {
     // Vectors are compared, and the greater keys chosen, lane by lane.
     using Group [[gnu::vector_size(kLanes * sizeof(Key)), gnu::may_alias]] = Key;
     using Half [[gnu::vector_size(kLanes / 2 * sizeof(Key))]] = Key;
-    Group best = Group{} + kNoMoveKey;
-    for (int i = begin; i < end; i += kLanes) {
-        const Group& group = *reinterpret_cast<const Group*>(keys + i);
-        best = best > group ? best : group;
-    }
+    if (begin == end)
+        return kNoMoveKey;
+    const Group* group = reinterpret_cast<const Group*>(keys + begin);
+    const Group* const groupsEnd = reinterpret_cast<const Group*>(keys + end);
+    Group best = *group;
+    while (++group != groupsEnd)
+        best = best > *group ? best : *group;
     Half halves[2];
     std::memcpy(halves, &best, sizeof best);
     Half half = halves[0] > halves[1] ? halves[0] : halves[1];

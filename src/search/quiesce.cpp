@@ -1,9 +1,10 @@
 #include "search/quiesce.h"
 
+#include "board/generate.h"
 #include "board/kinglines.h"
-#include "board/movegen.h"
 #include "search/correction.h"
 #include "search/ordering.h"
+#include "search/playmove.h"
 #include "search/score.h"
 #include "search/stop.h"
 
@@ -31,22 +32,26 @@ void storeUnlessStopped(const Board& board, Move move, int score, TTFlag flag, i
 class CapturePicker {
   public:
     CapturePicker(const Board& board, Move ttMove) {
-        generateCaptures(board, moves_);
-        for (int i = 0; i < moves_.count; ++i) {
-            const Move m = moves_.moves[i];
-            const int score = m == ttMove ? kTableMoveScore : Ordering::captureScore(board, m);
-            keys_[i] = Ordering::makeKey(score, i);
+        const Ordering::CaptureSink captures = MoveGen::generate<MoveGen::Kind::Captures>(
+            board, Ordering::CaptureSink{board, moves_, keys_});
+        if (ttMove != 0) {
+            const int place =
+                static_cast<int>(std::find(moves_, moves_ + captures.count, ttMove) - moves_);
+            if (place < captures.count)
+                keys_[place] = Ordering::makeKey(kTableMoveScore, place);
         }
-        keysEnd_ = Ordering::closeGroup(keys_, moves_.count);
+        keysEnd_ = Ordering::closeGroup(keys_, captures.count);
     }
+
+    bool isEmpty() const { return keysEnd_ == 0; }
 
     Move next() {
         const Ordering::Key best = Ordering::takeGreatestKey(keys_, 0, keysEnd_);
-        return best == Ordering::kNoMoveKey ? 0 : moves_.moves[Ordering::placeOf(best)];
+        return best == Ordering::kNoMoveKey ? 0 : moves_[Ordering::placeOf(best)];
     }
 
   private:
-    MoveList moves_;
+    Move moves_[Ordering::kKeyCapacity];
     alignas(sizeof(Ordering::Key) * Ordering::kLanes) Ordering::Key keys_[Ordering::kKeyCapacity];
     int keysEnd_;
 };
@@ -96,18 +101,20 @@ int quiesce(Thread& thread, Board& board, int alpha, int beta, int ply, int qdep
     }
     int best = std::max(staticEval, alpha);
     Move bestMove = 0;
+    CapturePicker picker(board, tt.move);
+    if (picker.isEmpty()) {
+        storeUnlessStopped(board, 0, best, TTUpper, ply);
+        return best;
+    }
+
     const bool inCheck = board.inCheck(board.sideToMove);
     const LegalityInfo legality(board, inCheck);
-
-    CapturePicker picker(board, tt.move);
     while (const Move m = picker.next()) {
         if (!inCheck && isHopeless(board, m, staticEval, best))
             continue;
         if (!legality.isLegal(m))
             continue;
-        board.makeMove(m);
-        gTT.prefetch(board.key);
-        thread.evalCache.prefetch(board.key);
+        playMove(thread, board, m);
         const int score = -quiesce(thread, board, -beta, -best, ply + 1, qdepth + 1);
         board.unmakeMove(m);
         if (score >= beta) {

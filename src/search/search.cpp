@@ -4,6 +4,7 @@
 #include "search/correction.h"
 #include "search/history.h"
 #include "search/movepicker.h"
+#include "search/playmove.h"
 #include "search/quiesce.h"
 #include "search/score.h"
 #include "search/stop.h"
@@ -243,9 +244,7 @@ int MoveLoop::run() {
         // 13.3 Make the move, if it is legal.
         if (!legality_.isLegal(m))
             continue;
-        board.makeMove(m);
-        gTT.prefetch(board.key);
-        n_.thread.evalCache.prefetch(board.key);
+        playMove(n_.thread, board, m);
 
         // 13.4 Remember the quiet moves: if a later move causes a cutoff, they lose history.
         if (quiet)
@@ -261,7 +260,7 @@ int MoveLoop::run() {
 
         // 13.7 From here on only the checks among the quiet moves are left.
         if (mayPrune_ && movesSearched_ + 1 == lateMoveCount_)
-            picker_.keepQuietChecksOnly();
+            picker_.keepQuietChecksOnly(checks_);
 
         // 13.8 A stopped search has found nothing.
         if (stopped())

@@ -106,36 +106,39 @@ void TranspositionTable::recordWrites(bool on) {
         written_.reserve(bucketCount_ / kRecordedShare);
 }
 
-void TranspositionTable::record(std::uint64_t bucket) {
+void TranspositionTable::record(const Bucket* bucket) {
     if (written_.size() < written_.capacity())
-        written_.push_back(bucket);
+        written_.push_back(static_cast<std::uint64_t>(bucket - buckets_));
     else
         recordIsComplete_ = false;
 }
 
 bool TranspositionTable::probe(std::uint64_t key, TTData& out) const {
-    if (bucketCount_ == 0)
+    const Bucket* bucket = bucketOf(key);
+    if (!bucket)
         return false;
-    for (const Entry& entry : buckets_[index(key)].entries) {
+    const auto readIfFound = [&](const Entry& entry) {
         const std::uint64_t keyXorData = load(entry.keyXorData);
         const std::uint64_t data = load(entry.data);
         // Two zero words are an empty place, also for the key 0.
-        if ((keyXorData ^ data) == key && (keyXorData | data) != 0) {
-            out = unpack(data);
-            return true;
-        }
-    }
-    return false;
+        if ((keyXorData ^ data) != key || (keyXorData | data) == 0)
+            return false;
+        out = unpack(data);
+        return true;
+    };
+    const auto& entries = bucket->entries;
+    return readIfFound(entries[0]) || readIfFound(entries[1]) || readIfFound(entries[2]) ||
+           readIfFound(entries[3]);
 }
 
 void TranspositionTable::store(std::uint64_t key, std::uint32_t move, int score, int depth,
                                TTFlag flag, int ply) {
-    if (bucketCount_ == 0)
+    Bucket* bucket = bucketOf(key);
+    if (!bucket)
         return;
-    const std::uint64_t bucket = index(key);
     Entry* victim = nullptr;
     int victimWorth = 0;
-    for (Entry& entry : buckets_[bucket].entries) {
+    for (Entry& entry : bucket->entries) {
         const std::uint64_t keyXorData = load(entry.keyXorData);
         const std::uint64_t data = load(entry.data);
         if ((keyXorData | data) == 0) {

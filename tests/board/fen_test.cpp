@@ -43,6 +43,7 @@ TEST(Reset, LeavesAnEmptyBoardWithZeroKeysAndSums) {
         for (const Bitboard set : board.pieces[c])
             EXPECT_EQ(set, 0u);
         EXPECT_EQ(board.colorBB[c], 0u);
+        EXPECT_EQ(board.nonPawnHash[c], 0);
         EXPECT_EQ(board.nonPawnMaterial[c], 0);
     }
     EXPECT_EQ(board.occupied, 0u);
@@ -55,8 +56,7 @@ TEST(Reset, LeavesAnEmptyBoardWithZeroKeysAndSums) {
     EXPECT_EQ(board.fullmoveNumber, 1);
     EXPECT_EQ(board.key, 0u);
     EXPECT_EQ(board.pawnKey, 0u);
-    EXPECT_EQ(board.psqMg, 0);
-    EXPECT_EQ(board.psqEg, 0);
+    EXPECT_EQ(board.psq, 0);
     EXPECT_EQ(board.phase, 0);
     EXPECT_EQ(board.historyCount, 0);
 }
@@ -81,8 +81,7 @@ TEST(SetFen, OfTheStartPositionFillsEveryField) {
     EXPECT_EQ(board.epSquare, 64u);
     EXPECT_EQ(board.halfmoveClock, 0);
     EXPECT_EQ(board.fullmoveNumber, 1);
-    EXPECT_EQ(board.psqMg, 0);
-    EXPECT_EQ(board.psqEg, 0);
+    EXPECT_EQ(board.psq, 0);
     EXPECT_EQ(board.nonPawnMaterial[White], 2 * 380 + 2 * 374 + 2 * 493 + 1283);
     EXPECT_EQ(board.nonPawnMaterial[Black], board.nonPawnMaterial[White]);
     EXPECT_EQ(board.phase, 24);

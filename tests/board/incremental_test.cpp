@@ -1,3 +1,4 @@
+#include "board/makemove-inl.h"
 #include "board/movegen.h"
 
 #include "support/board_checks.h"
@@ -8,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -56,13 +58,16 @@ TEST(Incremental, KeysSumsAndSetsAreThoseOfAComputationFromScratchAtEveryNode) {
     checkWalks([](const Board& board) { ASSERT_EQ(inconsistencies(board), "") << board.fen(); });
 }
 
-TEST(Incremental, KeysAreThoseOfTheWrittenFenAtEveryNode) {
+TEST(Incremental, KeysAndSumsAreThoseOfTheWrittenFenAtEveryNode) {
     Board read{};
     checkWalks([&read](const Board& board) {
         const std::string fen = board.fen();
         ASSERT_TRUE(read.setFen(fen)) << fen;
         ASSERT_EQ(read.key, board.key) << fen;
         ASSERT_EQ(read.pawnKey, board.pawnKey) << fen;
+        ASSERT_EQ(read.nonPawnHash[White], board.nonPawnHash[White]) << fen;
+        ASSERT_EQ(read.nonPawnHash[Black], board.nonPawnHash[Black]) << fen;
+        ASSERT_EQ(read.psq, board.psq) << fen;
         ASSERT_EQ(read.fen().substr(0, fen.find(' ')), fen.substr(0, fen.find(' ')));
     });
 }
@@ -80,6 +85,28 @@ TEST(Incremental, MakingAndUnmakingAnyPseudoLegalMoveRestoresEveryField) {
         }
     };
     checkWalks(makeAndUnmakeAll, kTreeDepth - 1);
+}
+
+TEST(Incremental, EveryPseudoLegalMoveTellsTheKeyThatTheBoardThenHasOnce) {
+    const auto compareKeys = [](Board& board) {
+        for (const Move m : movesOf(board)) {
+            std::uint64_t told = 0;
+            int calls = 0;
+            const auto onKey = [&](std::uint64_t key) {
+                told = key;
+                ++calls;
+            };
+            if (board.sideToMove == White)
+                board.makeMoveOf<White>(m, onKey);
+            else
+                board.makeMoveOf<Black>(m, onKey);
+            const std::uint64_t key = board.key;
+            board.unmakeMove(m);
+            ASSERT_EQ(told, key) << board.fen() << ' ' << describe(m);
+            ASSERT_EQ(calls, 1) << board.fen() << ' ' << describe(m);
+        }
+    };
+    checkWalks(compareKeys, kTreeDepth - 1);
 }
 
 TEST(Incremental, TheNullMoveRestoresEveryFieldAtEveryNode) {

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <vector>
+
 namespace {
 
 using namespace Notation;
@@ -112,8 +115,9 @@ TEST(MakeMove, PushesOneRecordOfWhatTheMoveDestroys) {
         EXPECT_EQ(record.halfmoveClock, before.halfmoveClock) << step.what;
         EXPECT_EQ(record.captured, step.captured) << step.what;
         EXPECT_EQ(record.pawnKey, before.pawnKey) << step.what;
-        EXPECT_EQ(record.psqMg, before.psqMg) << step.what;
-        EXPECT_EQ(record.psqEg, before.psqEg) << step.what;
+        EXPECT_EQ(record.nonPawnHash[White], before.nonPawnHash[White]) << step.what;
+        EXPECT_EQ(record.nonPawnHash[Black], before.nonPawnHash[Black]) << step.what;
+        EXPECT_EQ(record.psq, before.psq) << step.what;
         EXPECT_EQ(record.nonPawnMaterial[White], before.nonPawnMaterial[White]) << step.what;
         EXPECT_EQ(record.nonPawnMaterial[Black], before.nonPawnMaterial[Black]) << step.what;
         EXPECT_EQ(record.phase, before.phase) << step.what;
@@ -129,18 +133,22 @@ TEST(UnmakeMove, RestoresEveryField) {
     }
 }
 
-TEST(MakeMove, OfAKnownSideDoesTheSame) {
+TEST(MakeMove, OfAKnownSideDoesTheSameAndTellsTheNewKeyOnce) {
     for (const Step& step : kSteps) {
         Board board = boardOf(step.before);
-        if (board.sideToMove == White) {
-            board.makeMoveOf<White>(step.move);
-            EXPECT_EQ(board.fen(), step.after) << step.what;
+        std::vector<std::uint64_t> told;
+        const auto onKey = [&told](std::uint64_t key) { told.push_back(key); };
+        if (board.sideToMove == White)
+            board.makeMoveOf<White>(step.move, onKey);
+        else
+            board.makeMoveOf<Black>(step.move, onKey);
+        EXPECT_EQ(board.fen(), step.after) << step.what;
+        EXPECT_EQ(inconsistencies(board), "") << step.what;
+        EXPECT_EQ(told, std::vector<std::uint64_t>{board.key}) << step.what;
+        if (board.sideToMove == Black)
             board.unmakeMoveOf<White>(step.move);
-        } else {
-            board.makeMoveOf<Black>(step.move);
-            EXPECT_EQ(board.fen(), step.after) << step.what;
+        else
             board.unmakeMoveOf<Black>(step.move);
-        }
         EXPECT_EQ(differences(board, boardOf(step.before)), "") << step.what;
     }
 }

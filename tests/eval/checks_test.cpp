@@ -98,8 +98,7 @@ TEST(StateCheck, AgreesAfterEveryMoveMadeAndTakenBack) {
 
 TEST(StateCheck, ReportsTheStoredNumbersInTheirOrder) {
     Board board = boardOf("4k3/8/8/8/8/8/8/R3K3 w - - 0 1");
-    board.psqMg = 11;
-    board.psqEg = 12;
+    board.psq = packPair(11, 12);
     board.nonPawnMaterial[White] = 13;
     board.nonPawnMaterial[Black] = 14;
     board.phase = 15;
@@ -122,7 +121,7 @@ TEST(StateCheck, TellsStoredNumbersThatAreWrong) {
     constexpr int kFullArmy = 2 * 380 + 2 * 374 + 2 * 493 + 1283;
     EXPECT_TRUE((checkState(good).fresh == State{0, 0, kFullArmy, kFullArmy, 24}));
     Board wrong = good;
-    ++wrong.psqEg;
+    wrong.psq += packPair(0, 1);
     EXPECT_FALSE(checkState(wrong).stored == checkState(wrong).fresh);
 }
 

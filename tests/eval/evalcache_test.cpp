@@ -19,8 +19,10 @@ using Notation::boardOf;
 
 namespace {
 
-constexpr int kPlaceBits = 17; // of a key, the lowest
+constexpr int kPlaceBits = 14; // of a key, the lowest
 constexpr std::uint64_t kPlaces = std::uint64_t{1} << kPlaceBits;
+constexpr int kLeast = -4096; // value that an entry can hold
+constexpr int kGreatest = 4095;
 
 // Positions of different worth.
 constexpr const char* kUpFen = "4k3/pppp4/8/8/8/8/PPPP4/Q3K3 w - - 0 1";
@@ -44,8 +46,7 @@ bool otherSideToMove(const std::string& fen, Board& board) {
 Board boardWorth(int value) {
     Board board = boardOf(kStartFen);
     const int change = value - Eval::evaluateUnfaded(board);
-    board.psqMg += change;
-    board.psqEg += change;
+    board.psq += packPair(change, change);
     return board;
 }
 
@@ -157,13 +158,18 @@ TEST_F(EvalCacheTest, RemembersPositionsThatDifferInTheirPlaceSideBySide) {
     }
 }
 
-TEST_F(EvalCacheTest, RemembersTheLaterOfTwoPositionsWithOnePlace) {
-    for (int differing = kPlaceBits; differing < 64; ++differing) {
+TEST_F(EvalCacheTest, RemembersTheLastTwoPositionsWithOnePlace) {
+    for (int differing = kPlaceBits; differing + 1 < 64; ++differing) {
         const std::uint64_t key = random_();
         const std::uint64_t laterKey = key ^ (std::uint64_t{1} << differing);
+        const std::uint64_t lastKey = key ^ (std::uint64_t{2} << differing);
         cache_->evaluate(withKey(boardWorth(150), key));
         cache_->evaluate(withKey(boardWorth(-70), laterKey));
+        EXPECT_TRUE(remembers(*cache_, key, 150)) << differing;
         EXPECT_TRUE(remembers(*cache_, laterKey, -70)) << differing;
+        cache_->evaluate(withKey(boardWorth(33), lastKey));
+        EXPECT_TRUE(remembers(*cache_, laterKey, -70)) << differing;
+        EXPECT_TRUE(remembers(*cache_, lastKey, 33)) << differing;
         EXPECT_FALSE(remembers(*cache_, key, 150)) << differing;
     }
 }
@@ -207,19 +213,22 @@ namespace {
 /// A new cache in memory that held something else before.
 class CacheInUsedMemory {
   public:
-    explicit CacheInUsedMemory(std::uint64_t formerWord)
-        : words_(sizeof(EvalCache) / sizeof(std::uint64_t)) {
+    explicit CacheInUsedMemory(std::uint64_t formerWord) : memory_(std::make_unique<Memory>()) {
         // Stores to memory that a constructor is about to take over count for nothing unless they
         // are volatile.
-        for (volatile std::uint64_t& word : words_)
+        for (volatile std::uint64_t& word : memory_->words)
             word = formerWord;
-        cache_ = new (words_.data()) EvalCache;
+        cache_ = new (memory_->words) EvalCache;
     }
 
     EvalCache& operator*() const { return *cache_; }
 
   private:
-    std::vector<std::uint64_t> words_;
+    struct Memory {
+        alignas(EvalCache) std::uint64_t words[sizeof(EvalCache) / sizeof(std::uint64_t)];
+    };
+
+    std::unique_ptr<Memory> memory_;
     EvalCache* cache_;
 };
 
@@ -252,8 +261,8 @@ TEST(NewEvalCache, KnowsNothingUnderKeyZero) {
 
 // --- values at and beyond the limits of an entry ---
 
-TEST_F(EvalCacheTest, RemembersEveryValueOfSixteenBits) {
-    for (int value = -32768; value <= 32767; value += value % 64 == 0 ? 63 : 1) {
+TEST_F(EvalCacheTest, RemembersEveryValueThatFits) {
+    for (int value = kLeast; value <= kGreatest; ++value) {
         const std::uint64_t key = random_();
         const Board board = withKey(boardWorth(value), key);
         ASSERT_EQ(Eval::evaluateUnfaded(board), value);
@@ -264,8 +273,8 @@ TEST_F(EvalCacheTest, RemembersEveryValueOfSixteenBits) {
 }
 
 TEST_F(EvalCacheTest, ComputesLargerValuesAnewEachTime) {
-    for (const int value : {32768, -32769, 32769, -32770, 40000, -40000, 65535, -65535, 65536,
-                            -65536, 65537, 98304, -98304, 200000, -200000}) {
+    for (const int value : {kGreatest + 1, kLeast - 1, kGreatest + 2, kLeast - 2, 8191, -8191, 8192,
+                            -8192, 8193, 12288, -12288, 32768, -32768, 65536, 200000, -200000}) {
         const std::uint64_t key = random_();
         const Board board = withKey(boardWorth(value), key);
         ASSERT_EQ(Eval::evaluateUnfaded(board), value);
@@ -276,7 +285,7 @@ TEST_F(EvalCacheTest, ComputesLargerValuesAnewEachTime) {
 }
 
 TEST_F(EvalCacheTest, AnswersForNoOtherPositionAfterALargeValue) {
-    for (const int large : {32768, -32769, 65536, -65536, 70000, -70000}) {
+    for (const int large : {kGreatest + 1, kLeast - 1, 8192, -8192, 70000, -70000}) {
         const std::uint64_t key = random_();
         const std::uint64_t otherKey = key ^ (std::uint64_t{1} << 40);
         cache_->evaluate(withKey(boardWorth(150), otherKey));

@@ -200,7 +200,7 @@ TEST(Evaluate, MorePiecesThanAFullBoardCountAsAFullMiddleGame) {
     // The end-game half is left out altogether: it may be anything.
     Board board = boardOf("4k3/8/8/8/8/8/QQQQQQ2/4K3 b - - 0 1");
     const int value = evaluate(board);
-    board.psqEg += 5000;
+    board.psq += packPair(0, 5000);
     EXPECT_EQ(evaluate(board), value);
     board.phase = 240;
     EXPECT_EQ(evaluate(board), value);

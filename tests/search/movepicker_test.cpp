@@ -165,7 +165,8 @@ void PickerTest::expectTail(const Board& board, Move tableMove, const Moves& all
     Moves picked;
     while (picked.size() < taken)
         picked.push_back(picker.next());
-    picker.keepQuietChecksOnly();
+    const CheckInfo checks(board);
+    picker.keepQuietChecksOnly(checks);
     for (const Move m : drain(picker))
         picked.push_back(m);
     ASSERT_EQ(text(picked), text(expected)) << board.fen() << " after " << taken;
@@ -207,9 +208,10 @@ TEST_F(PickerTest, AskingForChecksTwiceChangesNothing) {
         once.next();
         twice.next();
     }
-    once.keepQuietChecksOnly();
-    twice.keepQuietChecksOnly();
-    twice.keepQuietChecksOnly();
+    const CheckInfo checks(board);
+    once.keepQuietChecksOnly(checks);
+    twice.keepQuietChecksOnly(checks);
+    twice.keepQuietChecksOnly(checks);
     EXPECT_EQ(drain(once), drain(twice));
 }
 

@@ -1,5 +1,7 @@
 #include "search/ordering.h"
 
+#include "board/generate.h"
+#include "board/movegen.h"
 #include "helpers.h"
 
 #include <algorithm>
@@ -42,6 +44,18 @@ int bestPlaceByLoop(const std::vector<int>& scores, const std::vector<bool>& str
             best = place;
     }
     return best;
+}
+
+/// Score with which a capture or promotion is collected.
+int collectedScore(const Board& board, Move m) {
+    Move moves[kKeyCapacity];
+    KeyList list;
+    const CaptureSink captures =
+        MoveGen::generate<MoveGen::Kind::Captures>(board, CaptureSink{board, moves, list.keys});
+    const auto place = std::find(moves, moves + captures.count, m) - moves;
+    EXPECT_LT(place, captures.count) << moveToString(m);
+    EXPECT_EQ(placeOf(list.keys[place]), place);
+    return scoreOf(list.keys[place]);
 }
 
 class OrderingTest : public testing::Test {
@@ -100,7 +114,7 @@ TEST(OrderingKey, OfNoMoveIsLessThanEveryOther) {
 
 // --- groups ---
 
-TEST_F(OrderingTest, AListIsFilledUpToItsLastGroupAndNoFurther) {
+TEST_F(OrderingTest, AListIsFilledUpToItsLastGroupAndNoFurtherThanAGroup) {
     constexpr Key kUntouched = 12345;
     KeyList list;
     for (int length = 0; length <= kLongestList; ++length) {
@@ -111,7 +125,7 @@ TEST_F(OrderingTest, AListIsFilledUpToItsLastGroupAndNoFurther) {
         ASSERT_EQ(wholeGroups(length), groupEnd);
         ASSERT_EQ(closeGroup(list.keys, length), groupEnd);
         for (int i = 0; i < kKeyCapacity; ++i)
-            ASSERT_EQ(list.keys[i], i < length || i >= groupEnd ? kUntouched : kNoMoveKey)
+            ASSERT_EQ(list.keys[i], i < length || i >= length + kLanes ? kUntouched : kNoMoveKey)
                 << length << ' ' << i;
     }
 }
@@ -224,26 +238,49 @@ TEST(OrderingScore, IsMostValuableVictimThenLeastValuableAttacker) {
 TEST(OrderingScore, OfACaptureNamesVictimAndAttacker) {
     const Board board = boardOf("3qk3/4P3/8/1r1pP3/P7/8/8/R3K3 w Q d6 0 1");
     const auto score = [&](std::string_view text) {
-        return captureScore(board, moveOf(board, text));
+        return collectedScore(board, moveOf(board, text));
     };
     EXPECT_EQ(score("a4b5"), kCaptureBand + kMVVLVA[Pawn][Rook]);
     EXPECT_EQ(score("e5d6"), kCaptureBand + kMVVLVA[Pawn][Pawn]) << "en passant";
     EXPECT_EQ(score("e7d8q"), kCaptureBand + kMVVLVA[Pawn][Queen] + kCapturePromotion);
     EXPECT_EQ(score("e7d8n"), kCaptureBand + kMVVLVA[Pawn][Queen] + kCapturePromotion);
     const Board quiet = boardOf("k7/4P3/8/8/8/8/8/K7 w - - 0 1");
-    EXPECT_EQ(captureScore(quiet, moveOf(quiet, "e7e8q")), kQuietPromotion);
+    EXPECT_EQ(collectedScore(quiet, moveOf(quiet, "e7e8q")), kQuietPromotion);
 }
 
 TEST(OrderingScore, OfAQuietMoveIsItsHistoryUpToTheCap) {
-    std::int32_t history[64][64] = {};
-    const Move m = encodeMove(12, 28);
-    for (const int value : {-16384, -1, 0, 5, kHistoryCap - 1, kHistoryCap}) {
-        history[12][28] = value;
-        EXPECT_EQ(quietScore(history, m), value);
+    for (const int value : {-16384, -1, 0, 5, kHistoryCap - 1, kHistoryCap})
+        EXPECT_EQ(quietScore(value), value);
+    EXPECT_EQ(quietScore(kHistoryCap + 1), kHistoryCap);
+    EXPECT_EQ(quietScore(899999), kHistoryCap);
+}
+
+TEST_F(OrderingTest, CollectedQuietMovesHaveTheKeysOfTheirHistories) {
+    static std::int32_t history[kSquares][kSquares];
+    for (auto& row : history)
+        for (std::int32_t& value : row)
+            value = below(4) == 0 ? below(900000) : below(2 * kHistoryCap) - kHistoryCap;
+    for (const std::string& fen : testPositions()) {
+        const Board board = boardOf(fen);
+        MoveList expected;
+        generateQuiets(board, expected);
+        for (const int begin : {0, kLanes, 5 * kLanes}) {
+            Move moves[kKeyCapacity];
+            KeyList list;
+            const QuietSink quiets = MoveGen::generate<MoveGen::Kind::Quiets>(
+                board, QuietSink{history, moves + begin, list.keys + begin});
+            const int end = begin + expected.count;
+            ASSERT_EQ(quiets.key - list.keys, end) << fen;
+            ASSERT_EQ(makeQuietKeys(list.keys, begin, end), wholeGroups(end)) << fen;
+            for (int place = begin; place < wholeGroups(end); ++place) {
+                const Move m = place < end ? expected.moves[place - begin] : 0;
+                const int score = std::min(history[fromSquare(m)][toSquare(m)], kHistoryCap);
+                ASSERT_EQ(list.keys[place], place < end ? makeKey(score, place) : kNoMoveKey)
+                    << fen << ' ' << place;
+                ASSERT_TRUE(place >= end || moves[place] == m) << fen << ' ' << place;
+            }
+        }
     }
-    history[12][28] = kHistoryCap + 1;
-    EXPECT_EQ(quietScore(history, m), kHistoryCap);
-    EXPECT_EQ(quietScore(history, encodeMove(28, 12)), 0);
 }
 
 TEST(OrderingScore, KeepsTheKindsOfMovesInTheirBands) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/output.h"
+#include "board/kinglines.h"
 #include "board/movegen.h"
 #include "search/ordering.h"
 #include "search/thread.h"
@@ -108,12 +109,22 @@ class PickerCheck {
         if (m == tableMove)
             return kTableMoveScore;
         if (!isCaptureOrPromotion(m))
-            return Ordering::quietScore(thread_->quietHistory[board().sideToMove], m);
+            return std::min(thread_->quietHistory[board().sideToMove][fromSquare(m)][toSquare(m)],
+                            Ordering::kHistoryCap);
         const bool loses = isCapture(m) && !isPromotion(m) &&
                            SEE::kValue[board().mailbox[fromSquare(m)]] >
                                SEE::kValue[Ordering::victimOf(board(), m)] &&
                            !seeGE(board(), m, 0);
-        return Ordering::captureScore(board(), m) - (loses ? 2 * Ordering::kCaptureBand : 0);
+        return captureScore(m) - (loses ? 2 * Ordering::kCaptureBand : 0);
+    }
+
+    int captureScore(Move m) {
+        if (!isCapture(m))
+            return Ordering::kQuietPromotion;
+        const Piece attacker = board().mailbox[fromSquare(m)];
+        const Piece victim = Ordering::victimOf(board(), m);
+        return Ordering::kMVVLVA[attacker][victim] + Ordering::kCaptureBand +
+               (isPromotion(m) ? Ordering::kCapturePromotion : 0);
     }
 
     static void drain(Picker& picker, Moves& moves) {
@@ -147,7 +158,8 @@ class PickerCheck {
                 break;
             picked.push_back(m);
         }
-        picker.keepQuietChecksOnly();
+        const CheckInfo checks(board());
+        picker.keepQuietChecksOnly(checks);
         drain(picker, picked);
 
         Moves expected;

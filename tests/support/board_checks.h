@@ -3,6 +3,7 @@
 #include "board/board.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <string>
@@ -23,12 +24,22 @@ void note(std::string& text, const char* field, const Value& found, const Value&
 inline bool sameRecord(const UndoInfo& a, const UndoInfo& b) {
     return a.key == b.key && a.epSquare == b.epSquare && a.castling == b.castling &&
            a.halfmoveClock == b.halfmoveClock && a.captured == b.captured &&
-           a.pawnKey == b.pawnKey && a.psqMg == b.psqMg && a.psqEg == b.psqEg &&
-           a.nonPawnMaterial[0] == b.nonPawnMaterial[0] &&
+           a.pawnKey == b.pawnKey && a.psq == b.psq && a.nonPawnHash[0] == b.nonPawnHash[0] &&
+           a.nonPawnHash[1] == b.nonPawnHash[1] && a.nonPawnMaterial[0] == b.nonPawnMaterial[0] &&
            a.nonPawnMaterial[1] == b.nonPawnMaterial[1] && a.phase == b.phase;
 }
 
 } // namespace Detail
+
+/// The hash of one side's pieces without pawns, from all of them at once.
+inline std::uint32_t nonPawnHashAtOnce(const Board& board, Color c) {
+    const Bitboard(&p)[kPieces] = board.pieces[c];
+    const std::uint64_t mixed =
+        (p[Knight] * 0x9E3779B97F4A7C15ULL) ^ (p[Bishop] * 0xC2B2AE3D27D4EB4FULL) ^
+        (p[Rook] * 0x165667B19E3779F9ULL) ^ (p[Queen] * 0xD6E8FEB86659FD93ULL) ^
+        (p[King] * 0xFF51AFD7ED558CCDULL);
+    return static_cast<std::uint32_t>(mixed >> 50);
+}
 
 /// Names of the fields in which two boards differ. Records of moves that were taken back are left
 /// over in the history and mean nothing; they are not compared.
@@ -50,8 +61,9 @@ inline std::string differences(const Board& a, const Board& b) {
     note(text, "fullmoveNumber", a.fullmoveNumber, b.fullmoveNumber);
     note(text, "key", a.key, b.key);
     note(text, "pawnKey", a.pawnKey, b.pawnKey);
-    note(text, "psqMg", a.psqMg, b.psqMg);
-    note(text, "psqEg", a.psqEg, b.psqEg);
+    note(text, "nonPawnHash[White]", a.nonPawnHash[White], b.nonPawnHash[White]);
+    note(text, "nonPawnHash[Black]", a.nonPawnHash[Black], b.nonPawnHash[Black]);
+    note(text, "psq", a.psq, b.psq);
     note(text, "nonPawnMaterial[White]", a.nonPawnMaterial[White], b.nonPawnMaterial[White]);
     note(text, "nonPawnMaterial[Black]", a.nonPawnMaterial[Black], b.nonPawnMaterial[Black]);
     note(text, "phase", a.phase, b.phase);
@@ -83,8 +95,8 @@ inline std::string inconsistencies(const Board& board) {
                 mailbox[sq] = static_cast<Piece>(piece);
                 key ^= Zobrist::pieceSquare[c][piece][sq];
                 pawnKey ^= piece == Pawn ? Zobrist::pieceSquare[c][Pawn][sq] : 0;
-                mg += kPsq[c][piece][sq].mg;
-                eg += kPsq[c][piece][sq].eg;
+                mg += unpackPair(kPsq[c][piece][sq]).mg;
+                eg += unpackPair(kPsq[c][piece][sq]).eg;
                 material[c] += kNonPawnValue[piece];
                 phase += EvalParams::kPhaseWeight[piece];
             }
@@ -102,8 +114,10 @@ inline std::string inconsistencies(const Board& board) {
     note(text, "key", board.key, key);
     note(text, "pawnKey", board.pawnKey, pawnKey);
     note(text, "computePawnKey", board.computePawnKey(), pawnKey);
-    note(text, "psqMg", board.psqMg, mg);
-    note(text, "psqEg", board.psqEg, eg);
+    for (const Color c : {White, Black})
+        note(text, c == White ? "nonPawnHash[White]" : "nonPawnHash[Black]",
+             std::uint32_t{board.nonPawnHash[c]}, nonPawnHashAtOnce(board, c));
+    note(text, "psq", board.psq, packPair(mg, eg));
     note(text, "nonPawnMaterial[White]", board.nonPawnMaterial[White], material[White]);
     note(text, "nonPawnMaterial[Black]", board.nonPawnMaterial[Black], material[Black]);
     note(text, "phase", board.phase, phase);

@@ -9,8 +9,8 @@
 inline void evalStateCheck(const Board& board, int& storedMg, int& storedEg,
                            int& storedWhiteMaterial, int& storedBlackMaterial, int& storedPhase,
                            int& mg, int& eg, int& whiteMaterial, int& blackMaterial, int& phase) {
-    storedMg = board.psqMg;
-    storedEg = board.psqEg;
+    storedMg = unpackPair(board.psq).mg;
+    storedEg = unpackPair(board.psq).eg;
     storedWhiteMaterial = board.nonPawnMaterial[White];
     storedBlackMaterial = board.nonPawnMaterial[Black];
     storedPhase = std::min(board.phase, EvalParams::kFullPhase);

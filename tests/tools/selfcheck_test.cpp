@@ -67,7 +67,7 @@ class ShortPicker : public MovePicker {
 class DeafPicker : public MovePicker {
   public:
     using MovePicker::MovePicker;
-    void keepQuietChecksOnly() {}
+    void keepQuietChecksOnly(const CheckInfo&) {}
 };
 
 template <class Picker>

@@ -271,8 +271,7 @@ TEST(Extract, CountsOnlyWhatThePiecesShow) {
     Board board = boardOf("r1bqk2r/pppp1ppp/2n2n2/2b1p3/2B1P3/2N2N2/PPPP1PPP/R1BQK2R w KQkq - 0 1");
     const Trace before = traceOf(board);
     // Neither the sums that the board keeps nor castling rights and clocks are part of it.
-    board.psqMg += 100;
-    board.psqEg -= 100;
+    board.psq += packPair(100, -100);
     board.castling = 0;
     board.halfmoveClock = 77;
     board.sideToMove = Black;
