@@ -120,26 +120,35 @@ if(NOT MORVANE_SANITIZE)
   endif()
 endif()
 
-# A profile says how often each branch was taken in a training run (scripts/build-profiled).
+# A profile says how often each branch was taken while the engine trained (scripts/profile.sh). Its files are named
+# by the objects' places in the build folder, so that they serve, and the bytes are the same, whatever that folder is.
 set(MORVANE_PROFILE_FOLDER ${PROJECT_BINARY_DIR}/profile)
 if(MORVANE_PROFILE STREQUAL "GENERATE")
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set(MORVANE_PROFILE_FLAGS -fprofile-generate -fprofile-dir=${MORVANE_PROFILE_FOLDER})
+    set(MORVANE_PROFILE_FLAGS -fprofile-generate -fprofile-update=single -fprofile-dir=${MORVANE_PROFILE_FOLDER}
+      -fprofile-prefix-path=${PROJECT_BINARY_DIR})
   else()
     set(MORVANE_PROFILE_FLAGS -fprofile-generate=${MORVANE_PROFILE_FOLDER})
   endif()
 elseif(MORVANE_PROFILE STREQUAL "USE")
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # What the training run did not reach has no profile.
-    set(MORVANE_PROFILE_FLAGS -fprofile-use=${MORVANE_PROFILE_FOLDER} -Wno-missing-profile)
+    set(MORVANE_PROFILE_FLAGS -fprofile-use=${MORVANE_PROFILE_FOLDER} -fprofile-prefix-path=${PROJECT_BINARY_DIR}
+      -Werror=missing-profile)
   else()
     set(MORVANE_PROFILE_FLAGS -fprofile-use=${MORVANE_PROFILE_FOLDER}/merged.profdata)
   endif()
 elseif(MORVANE_PROFILE)
   message(FATAL_ERROR "MORVANE_PROFILE must be GENERATE, USE or empty")
 endif()
-target_compile_options(morvane_options INTERFACE ${MORVANE_PROFILE_FLAGS})
 target_link_options(morvane_options INTERFACE ${MORVANE_PROFILE_FLAGS})
+
+# morvane_use_profile(TARGET): counts, or is optimised by counts, if it is a layer that a search passes through. What
+# the other layers do in training depends on the time it takes, and so would their bytes.
+function(morvane_use_profile target)
+  if(target MATCHES "_(board|eval|search)$")
+    target_compile_options(${target} PRIVATE ${MORVANE_PROFILE_FLAGS})
+  endif()
+endfunction()
 
 # Release means -O3 whatever the generator's default is.
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")

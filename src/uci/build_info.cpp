@@ -33,7 +33,7 @@ std::string describe() {
     return std::string(Messages::kName) + " " + std::string(kVersion) +
            (revision.empty() ? "" : ", revision " + revision) + "\n" +
            "Built by " MORVANE_COMPILER " for " MORVANE_PROCESSOR +
-           (sets.empty() ? "" : " with" + sets) + "\n";
+           (sets.empty() ? "" : " with" + sets) + MORVANE_GUIDED "\n";
 }
 
 } // namespace BuildInfo

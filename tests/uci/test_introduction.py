@@ -46,7 +46,7 @@ class Introduction(unittest.TestCase):
         text = self.told("--version")
         self.assertEqual(self.told("-v"), text)
         self.assertRegex(text, rf"\A{re.escape(NAME)}(, revision [0-9a-zA-Z._+-]+)?\n"
-                               r"Built by \w+ \d+\.\d+\S* for \w+( with( [a-z0-9.]+)+)?\n")
+                               r"Built by \w+ \d+\.\d+\S* for \w+( with( [a-z0-9.]+)+)?(, profile-guided)?\n")
 
     def test_unknown_words(self) -> None:
         for word in ("datagne", "uci", "", " ", "Perft", "--halp", "-V", "--", "ход"):
