@@ -51,10 +51,14 @@ class TreeTest(unittest.TestCase):
         self.environment = {name: value for name, value in os.environ.items()
                             if name not in UNWANTED}
 
-    def make(self, *arguments: str, **environment: str) -> str:
-        done = subprocess.run(["make", *arguments], cwd=self.tree, capture_output=True, text=True,
+    def call(self, *command: str, **environment: str) -> subprocess.CompletedProcess:
+        done = subprocess.run(command, cwd=self.tree, capture_output=True, text=True,
                               env=self.environment | environment, umask=0o077, check=False)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        return done
+
+    def make(self, *arguments: str, **environment: str) -> str:
+        done = self.call("make", *arguments, **environment)
         self.assertNotRegex(done.stderr, r"make(\[\d+\])?: ")  # a warning
         return done.stdout
 

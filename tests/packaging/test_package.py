@@ -101,6 +101,12 @@ class Package(unittest.TestCase):
         self.assertIn("bench: {} nodes {} qnodes ".format(*counts),
                       output(self.engine, "benchsearch", str(depth)))
 
+    def test_engine_was_built_by_a_profile(self) -> None:
+        """The compiler refuses to build it without one for each of its sources."""
+        told = subprocess.run([self.engine, "--version"], stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                              check=True, timeout=60).stderr
+        self.assertRegex(told, r"\nBuilt by .*, profile-guided\n")
+
     def test_engine_is_stripped_and_needs_the_c_library_alone(self) -> None:
         self.assertNotIn(".symtab", output("readelf", "-SW", self.engine))
         needed = re.findall(r"NEEDED.*\[(.*)\]", output("readelf", "-dW", self.engine))
@@ -127,11 +133,12 @@ class Package(unittest.TestCase):
         self.assertEqual(first, again)
 
     def test_portable_builds_are_compiled_as_this_one(self) -> None:
-        """So what holds for the engine in the package holds for `portable`."""
+        """But for the profile: so what holds for the engine in the package holds for `portable`."""
         if not shutil.which("ninja"):
             self.skipTest("Ninja is not installed")
         arguments = [f"-D{line}" for line in (BUILD / "CMakeCache.txt").read_text("utf-8")
-                     .splitlines() if line.startswith(("CMAKE_CXX_COMPILER:", "MORVANE_WERROR:"))]
+                     .splitlines()
+                     if line.startswith(("CMAKE_CXX_COMPILER:", "MORVANE_PROFILE:", "MORVANE_WERROR:"))]
         with tempfile.TemporaryDirectory() as folder:
             subprocess.run(["cmake", "--preset", "portable", "-B", folder, *arguments],
                            cwd=ROOT, capture_output=True, check=True)

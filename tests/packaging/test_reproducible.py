@@ -1,8 +1,8 @@
 """A build depends on the source, the compiler and the settings, and on nothing else.
 
 The engine under test is built once more: from a copy of the sources in a folder with another kind
-of name, by another build folder, under another locale, time zone, date and mask. It has to be the
-same byte for byte.
+of name, by another build folder, under another locale, time zone, date and mask. If it was built by a
+profile, the copy is trained anew. It has to be the same byte for byte.
 """
 
 import pathlib
@@ -27,14 +27,18 @@ def revision() -> str:
 
 class Reproducible(TreeTest):
     def test_the_same_bytes_elsewhere(self) -> None:
-        if setting("CMAKE_BUILD_TYPE") != "Release" or setting("MORVANE_PROFILE"):
-            self.skipTest("debug information and profiles name folders")
-        arguments = " ".join(f"-D{name}={setting(name)}" for name in SETTINGS)
-        arguments += f" -DMORVANE_REVISION={revision()}"
-        self.make("-j2", f"CXX={setting('CMAKE_CXX_COMPILER')}", f"CMAKE_ARGS={arguments}",
-                  **language("uk_UA.UTF-8"), **SURROUNDING)
-        built, given = self.tree / "morvane", pathlib.Path(engine_path())
-        self.assertTrue(built.read_bytes() == given.read_bytes(), "the bytes differ")
+        if setting("CMAKE_BUILD_TYPE") != "Release":
+            self.skipTest("debug information names folders")
+        arguments = [f"-D{name}={setting(name)}" for name in SETTINGS] + [f"-DMORVANE_REVISION={revision()}"]
+        compiler = setting("CMAKE_CXX_COMPILER")
+        surrounding = language("uk_UA.UTF-8") | SURROUNDING
+        if setting("MORVANE_PROFILE") == "USE":
+            self.call("scripts/build-profiled", f"-DCMAKE_CXX_COMPILER={compiler}", *arguments, **surrounding)
+            built = self.tree / "build" / "profiled" / "morvane"
+        else:
+            self.make("-j2", f"CXX={compiler}", f"CMAKE_ARGS={' '.join(arguments)}", **surrounding)
+            built = self.tree / "morvane"
+        self.assertTrue(built.read_bytes() == pathlib.Path(engine_path()).read_bytes(), "the bytes differ")
 
 
 if __name__ == "__main__":

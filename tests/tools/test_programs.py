@@ -21,6 +21,17 @@ echo "$(basename "$0") $*" >>{log}
 exit 1
 """
 
+# In CMake's place: leaves an engine in the preset's folder, by $2, and tells which of the steps it is.
+BUILDS = """#!/bin/sh
+echo "cmake $*" >>{log}
+[ "$1" = --preset ] || exit 0
+mkdir -p "build/$2" && cp {folder}/engine "build/$2/morvane" && chmod +x "build/$2/morvane"
+echo "$3" >"build/$2/step"
+"""
+ENGINE = """#!/bin/sh
+[ "$1" != benchsearch ] || echo "bench: 5 nodes 3 qnodes 1 ms 5000 nps"
+"""
+
 
 def programs() -> list[str]:
     """All that can be called, but `run`, which hands its arguments on to the engine."""
@@ -153,11 +164,13 @@ class OwnFilesAlone(TreeTest):
         before = self.files()
         self.assertNotEqual(self.call("scripts/make-package").returncode, 0)  # nothing can be built
         self.assertEqual(self.files(), before)
-        self.stand_in("cmake", "#!/bin/sh\n")
+        self.stand_in("cmake", BUILDS)
+        self.write("engine", ENGINE.encode())
         self.stand_in("dpkg-parsechangelog", "#!/bin/sh\necho 1\n")
         self.stand_in("cpack", "#!/bin/sh\ntouch build/package/morvane_0.2-1_all.deb\n")
         done = self.call("scripts/make-package")
-        self.assertEqual((done.returncode, done.stdout), (0, "build/package/morvane_0.2-1_all.deb\n"), done.stderr)
+        self.assertEqual((done.returncode, done.stdout.splitlines()[-1]),
+                         (0, "build/package/morvane_0.2-1_all.deb"), done.stderr)
         self.assertEqual(other.read_text(), "somebody else's\n")
 
     def test_fit_and_pictures(self) -> None:
@@ -169,6 +182,56 @@ class OwnFilesAlone(TreeTest):
             ("benchmarks/plot-threads.py", ("data.txt", "weights.txt")),
         ):
             self.assertIn("exists and is not of this program", self.refuse(program, *arguments))
+
+
+class Profiled(TreeTest):
+    """The two steps of a build by a profile, which build-profiled and make-package have in common."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.stand_in("cmake", BUILDS)
+        self.stand_in("dpkg-parsechangelog", "#!/bin/sh\necho 1\n")
+        self.stand_in("cpack", "#!/bin/sh\ntouch build/package/morvane_0.2-1_all.deb\n")
+
+    def build(self, engine: str) -> list[subprocess.CompletedProcess]:
+        """By both; the engine is the same in each step."""
+        self.write("engine", engine.encode())
+        self.log.unlink(missing_ok=True)
+        return [self.call(f"scripts/{program}") for program in ("build-profiled", "make-package")]
+
+    def steps(self) -> list[str]:
+        return [call.split()[3] for call in self.called() if call.startswith("cmake --preset")]
+
+    def assert_fails(self, engine: str, told: str) -> None:
+        (self.tree / "build/package/morvane_0.2-1_all.deb").unlink(missing_ok=True)
+        for done in self.build(engine):
+            self.assertNotEqual(done.returncode, 0)
+            self.assertRegex(done.stderr, told)
+        self.assertFalse((self.tree / "build/package/morvane_0.2-1_all.deb").exists())
+
+    def test_steps(self) -> None:
+        for done in self.build(ENGINE):
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(self.steps(), ["-DMORVANE_PROFILE=GENERATE", "-DMORVANE_PROFILE=USE"] * 2)
+
+    def test_a_failed_training_is_told_and_stops_the_build(self) -> None:
+        for mode in ("benchsearch", "datagen"):
+            self.assert_fails(f'{ENGINE}[ "$1" != {mode} ] || {{ echo "no memory" >&2; exit 3; }}\n',
+                              r"(?s)no memory\n.*the training of build/\w+/morvane failed\n")
+            self.assertEqual(self.steps(), ["-DMORVANE_PROFILE=GENERATE"] * 2)
+        self.assert_fails("#!/bin/sh\n", "the training of build/.* failed")  # it counts nothing
+
+    def test_a_build_that_searches_differently_is_refused(self) -> None:
+        self.assert_fails('#!/bin/sh\ngrep -q USE "$(dirname "$0")/step" && n=6 || n=5\n'
+                          '[ "$1" != benchsearch ] || echo "bench: $n nodes 3 qnodes 1 ms 5000 nps"\n',
+                          "searches differently: 6 nodes 3 qnodes, not 5 nodes 3 qnodes")
+
+    def test_an_engine_for_other_machines_has_no_profile(self) -> None:
+        for engine in ("#!/nowhere/ld.so\n", "\x7fELF of another kind", "#!/bin/sh\nexit 1\n"):
+            for done in self.build(engine):
+                self.assertEqual(done.returncode, 0, done.stderr)
+                self.assertIn("does not run on this machine, so it is built without a profile\n", done.stderr)
+            self.assertEqual(self.steps(), ["-DMORVANE_PROFILE=GENERATE", "-DMORVANE_PROFILE="] * 2)
 
 
 class FindsTheEngine(TreeTest):
