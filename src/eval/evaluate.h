@@ -29,7 +29,7 @@ int fade(int value, int halfmoveClock);
 /// A value from White's point of view, faded and turned to the side to move: what `evaluate`
 /// returns.
 inline int fadedForSideToMove(const Board& board, int value) {
-    const int faded = fade(value, board.halfmoveClock);
+    const int faded = board.halfmoveClock == 0 ? value : fade(value, board.halfmoveClock);
     return board.sideToMove == White ? faded : -faded;
 }
 

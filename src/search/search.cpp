@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <limits>
 
 namespace Search {
 
@@ -199,7 +200,7 @@ class MoveLoop {
     int run();
 
   private:
-    bool pastLateMoveLimit() const { return mayPrune_ && movesSearched_ >= lateMoveCount_; }
+    bool pastLateMoveLimit() const { return movesSearched_ >= lateMoveCount_; }
     int searchMove(Move m, bool givesCheck, int newDepth, bool reducible);
     int failHigh(Move m);
     int finish();
@@ -209,8 +210,9 @@ class MoveLoop {
     const LegalityInfo legality_;
     const CheckInfo checks_;
     QuietsTried quiets_;
-    const bool mayPrune_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveMaxDepth;
-    const int lateMoveCount_ = n_.depth * n_.depth + kLateMoveBase;
+    const int lateMoveCount_ = !n_.pv && !n_.inCheck && n_.depth <= kLateMoveMaxDepth
+                                   ? n_.depth * n_.depth + kLateMoveBase
+                                   : std::numeric_limits<int>::max(); // no limit
     int movesSearched_ = 0;
     int bestScore_ = -kInfinite;
     Move bestMove_ = 0;
@@ -259,7 +261,7 @@ int MoveLoop::run() {
         board.unmakeMove(m);
 
         // 13.7 From here on only the checks among the quiet moves are left.
-        if (mayPrune_ && movesSearched_ + 1 == lateMoveCount_)
+        if (movesSearched_ + 1 == lateMoveCount_)
             picker_.keepQuietChecksOnly(checks_);
 
         // 13.8 A stopped search has found nothing.
