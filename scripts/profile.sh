@@ -6,7 +6,7 @@
 # end game with shallow searches. On one thread, without a clock: the profile is the same each time. It leaves the node
 # counts of the first part in FOLDER/counts.
 train() {
-    "$1" benchsearch | counts >"$2/counts" && [ -s "$2/counts" ] &&
+    "$1" benchsearch 2>"$2/log" | counts >"$2/counts" && [ -s "$2/counts" ] &&
         "$1" datagen games=8 nodes=8000 maxplies=160 seed=1 progress=0 out="$2/games.txt" >"$2/log" 2>&1 || {
         cat "$2/log" >&2
         false

@@ -5,7 +5,9 @@
 #include "board/zobrist.h"
 #include "params/psq.h"
 
+#include <bit>
 #include <cassert>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -190,6 +192,7 @@ inline constexpr std::uint64_t kNonPawnMultiplier[kPieces] = {
 
 /// What a kind of piece on a set of squares contributes to `nonPawnHash`.
 constexpr std::uint32_t nonPawnHashOf(Piece p, Bitboard squares) {
+    static_assert(std::has_single_bit(unsigned{kNonPawnHashes}));
     constexpr int kShift = 64 - std::countr_zero(unsigned{kNonPawnHashes});
     return static_cast<std::uint32_t>(squares * kNonPawnMultiplier[p] >> kShift);
 }

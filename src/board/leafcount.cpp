@@ -134,8 +134,9 @@ class MakeSink {
         Side& us = child_.sides[Us];
         us.*kSet<P> = us_.*kSet<P> ^ change;
         if constexpr (P == Bishop || P == Rook) {
-            constexpr Bitboard Side::*kOther = kSet < P == Bishop ? Rook : Bishop > ;
-            us.*kOther = us_.*kOther ^ (us_.*kOther & bit(from) ? change : 0);
+            constexpr Piece kOther = P == Bishop ? Rook : Bishop;
+            const Bitboard other = us_.*kSet<kOther>;
+            us.*kSet<kOther> = other & bit(from) ? other ^ change : other;
         }
     }
 

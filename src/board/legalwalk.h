@@ -2,8 +2,6 @@
 
 #include "board/rules.h"
 
-#include <cassert>
-
 /// The legal moves of a position, found as sets of squares and written once for whatever is done
 /// with them: a sink counts them or makes them. The position is a placement of pieces without a
 /// board's keys, sums and history. Needs the attack tables and `gBetweenBB`.

@@ -3,6 +3,8 @@
 #include "board/generate.h"
 #include "search/thread.h"
 
+#include <cassert>
+
 using namespace Ordering;
 
 namespace {
@@ -63,6 +65,7 @@ void MovePicker::keepQuietChecksOnly(const CheckInfo& checks) {
 void MovePicker::generateCaptures() {
     const CaptureSink captures =
         MoveGen::generate<MoveGen::Kind::Captures>(*board_, CaptureSink{*board_, moves_, keys_});
+    assert(captures.count <= MoveList::kCapacity);
     captureKeysEnd_ = closeGroup(keys_, captures.count);
 }
 
@@ -71,7 +74,9 @@ void MovePicker::generateQuiets() {
     const QuietSink quiets = MoveGen::generate<MoveGen::Kind::Quiets>(
         *board_,
         QuietSink{thread_->quietHistory[board_->sideToMove], moves_ + begin, keys_ + begin});
-    quietKeysEnd_ = makeQuietKeys(keys_, begin, static_cast<int>(quiets.key - keys_));
+    quietEnd_ = static_cast<int>(quiets.key - keys_);
+    assert(quietEnd_ - begin + captureKeysEnd_ <= MoveList::kCapacity + kLanes);
+    quietKeysEnd_ = makeQuietKeys(keys_, begin, quietEnd_);
 }
 
 // The table move is among the captures or the quiet moves, too, and is passed over there.
@@ -118,7 +123,7 @@ void MovePicker::dropQuietsWithoutCheck() {
             bit(toSquare(kKingSideCastling[us].move)) | bit(toSquare(kQueenSideCastling[us].move));
     if (checks_->discoverers() & board_->colorBB[us])
         targets = ~Bitboard{0};
-    for (int place = captureKeysEnd_; place < quietKeysEnd_; ++place) {
+    for (int place = captureKeysEnd_; place < quietEnd_; ++place) {
         const Move m = moves_[place];
         if (!(targets >> toSquare(m) & 1) || !(isCastling(m) || checks_->givesCheck(m)))
             keys_[place] = kNoMoveKey;

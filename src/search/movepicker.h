@@ -3,8 +3,6 @@
 #include "board/kinglines.h"
 #include "search/ordering.h"
 
-#include <cassert>
-
 struct Thread;
 
 /// Hands out the moves of one node in stages: the table move before anything is generated, then
@@ -21,6 +19,7 @@ class MovePicker {
     /// From now on skips quiet moves that neither castle nor give check. `checks` must be the
     /// node's, and outlive the picker.
     void keepQuietChecksOnly(const CheckInfo& checks);
+    void keepQuietChecksOnly(CheckInfo&&) = delete;
 
   private:
     enum class Stage {
@@ -49,5 +48,6 @@ class MovePicker {
     Move moves_[Ordering::kKeyCapacity];
     alignas(sizeof(Ordering::Key) * Ordering::kLanes) Ordering::Key keys_[Ordering::kKeyCapacity];
     int captureKeysEnd_ = 0;
+    int quietEnd_ = 0; // of the moves; their keys fill up the group
     int quietKeysEnd_ = 0;
 };

@@ -39,19 +39,13 @@ inline Piece victimOf(const Board& board, Move m) {
     return isEnPassant(m) ? Pawn : board.mailbox[toSquare(m)];
 }
 
-/// Score of a capture or promotion by `attacker` before any exchange is played out.
-template <Piece attacker>
-int captureScore(const Board& board, Square to, std::uint32_t flag) {
-    if constexpr (attacker == Pawn) {
-        if (flag == FlagEnPassant)
-            return kMVVLVA[Pawn][Pawn] + kCaptureBand;
-        if (flag >= FlagPromotion && flag < FlagCapturePromotion)
-            return kQuietPromotion;
-    }
-    const Piece victim = board.mailbox[to];
-    assert(victim != kNoPiece);
-    const int score = kMVVLVA[attacker][victim] + kCaptureBand;
-    return attacker == Pawn && flag >= FlagCapturePromotion ? score + kCapturePromotion : score;
+/// Score of an en-passant capture or a promotion.
+inline int specialPawnScore(const Board& board, Square to, std::uint32_t flag) {
+    if (flag == FlagEnPassant)
+        return kMVVLVA[Pawn][Pawn] + kCaptureBand;
+    if (flag < FlagCapturePromotion)
+        return kQuietPromotion;
+    return kMVVLVA[Pawn][board.mailbox[to]] + kCaptureBand + kCapturePromotion;
 }
 
 /// Score of a quiet move by its history.
@@ -101,7 +95,7 @@ constexpr int placeOf(Key key) {
 /// as fill a group are written, whatever is missing.
 inline int closeGroup(Key* keys, int end) {
     const int groupEnd = wholeGroups(end);
-    assert(groupEnd <= kKeyCapacity);
+    assert(end + kLanes <= kKeyCapacity);
     std::fill_n(keys + end, kLanes, kNoMoveKey);
     return groupEnd;
 }
@@ -121,12 +115,14 @@ constexpr CaptureKeyTable buildCaptureKeys() {
 /// Keys of plain captures at the first place, by attacker and victim.
 inline constexpr CaptureKeyTable kCaptureKeys = buildCaptureKeys();
 
-/// Key at the first place of a capture or promotion by `attacker`.
+/// Key at the first place of a capture or promotion by `attacker`, before any exchange is played
+/// out.
 template <Piece attacker>
 Key captureKey(const Board& board, Square to, std::uint32_t flag) {
-    if (flag == FlagCapture)
-        return kCaptureKeys.key[attacker][board.mailbox[to]];
-    return makeKey(captureScore<attacker>(board, to, flag), 0);
+    if (flag != FlagCapture)
+        return makeKey(specialPawnScore(board, to, flag), 0);
+    assert(board.mailbox[to] != kNoPiece);
+    return kCaptureKeys.key[attacker][board.mailbox[to]];
 }
 
 /// Collects captures and promotions and their keys, both from the first place on.
@@ -162,6 +158,7 @@ struct QuietSink {
 /// end of the group.
 inline int makeQuietKeys(Key* keys, int begin, int end) {
     assert(begin % kLanes == 0);
+    std::fill_n(keys + end, kLanes, 0); // whole groups are read
     for (int group = begin; group < end; group += kLanes)
         for (int place = group; place < group + kLanes; ++place) // at once
             keys[place] = makeKey(quietScore(keys[place]), place);

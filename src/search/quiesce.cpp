@@ -8,6 +8,7 @@
 #include "search/score.h"
 #include "search/stop.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace Search {

@@ -15,8 +15,7 @@
 #include <vector>
 
 /// Entries of each correction table, by side to move.
-inline constexpr int kCorrectionSize = 16384;
-static_assert(kCorrectionSize == kNonPawnHashes);
+inline constexpr int kCorrectionSize = kNonPawnHashes;
 
 /// Index of the main thread: it alone keeps the clock and the node limit, prints and answers.
 inline constexpr int kMainThread = 0;
@@ -27,7 +26,7 @@ inline constexpr int kToolThread = 1;
 
 /// What one thread searches with: its copy of the position, what it learns, counts and finds. The
 /// search runs on the thread that calls it, whose stack must be as large as a worker's
-/// (`WorkerThread::kStackBytes`). An object is large: about 0.6 MiB.
+/// (`WorkerThread::kStackBytes`). An object is large: about 0.5 MiB.
 ///
 /// Objects begin on cache lines of their own, so no thread's counters disturb another's.
 struct alignas(kLineDistance) Thread {

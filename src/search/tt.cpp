@@ -114,7 +114,7 @@ void TranspositionTable::record(const Bucket* bucket) {
 }
 
 bool TranspositionTable::probe(std::uint64_t key, TTData& out) const {
-    const Bucket* bucket = bucketOf(key);
+    const Bucket* const bucket = bucketOf(key);
     if (!bucket)
         return false;
     const auto readIfFound = [&](const Entry& entry) {
@@ -133,7 +133,7 @@ bool TranspositionTable::probe(std::uint64_t key, TTData& out) const {
 
 void TranspositionTable::store(std::uint64_t key, std::uint32_t move, int score, int depth,
                                TTFlag flag, int ply) {
-    Bucket* bucket = bucketOf(key);
+    Bucket* const bucket = bucketOf(key);
     if (!bucket)
         return;
     Entry* victim = nullptr;

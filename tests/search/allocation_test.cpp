@@ -137,7 +137,8 @@ TEST_F(Allocations, DoNotHappenInThePickerAndTheExchange) {
         std::int64_t sum = 0;
         while (const Move m = picker.next())
             sum += see(b, m) + seeGE(b, m, 100);
-        picker.keepQuietChecksOnly(CheckInfo(b));
+        const CheckInfo checks(b);
+        picker.keepQuietChecksOnly(checks);
         gResult = sum;
     });
 }

@@ -24,6 +24,22 @@ constexpr std::string_view kFens[] = {
     kMiddleGameFen,
 };
 
+/// A picker in memory that is full of other things, none of which may matter.
+class PickerInUsedMemory {
+  public:
+    PickerInUsedMemory(const Thread& thread, const Board& board, Move tableMove) {
+        for (volatile std::uint32_t& word : words_)
+            word = 0x7FFF'5A5A;
+        picker_ = new (words_) MovePicker(thread, board, tableMove);
+    }
+
+    MovePicker& operator*() { return *picker_; }
+
+  private:
+    alignas(MovePicker) std::uint32_t words_[sizeof(MovePicker) / sizeof(std::uint32_t)];
+    MovePicker* picker_;
+};
+
 class PickerTest : public testing::Test {
   protected:
     /// Mostly small and positive, some beyond the cap, a quarter negative.
@@ -100,8 +116,8 @@ class PickerTest : public testing::Test {
     }
 
     Moves order(const Board& board, Move tableMove = 0) const {
-        MovePicker picker = pickerOf(board, tableMove);
-        return drain(picker);
+        PickerInUsedMemory picker(*thread, board, tableMove);
+        return drain(*picker);
     }
 
     static std::string text(const Moves& moves) {
@@ -151,6 +167,20 @@ TEST_F(PickerTest, OrdersLikeOneSortOnEveryTestPosition) {
     }
 }
 
+TEST_F(PickerTest, OrdersTheMostMovesThatABoardCanHave) {
+    const std::string_view fens[] = {
+        "knQQQQQQ/nnQ4Q/QQ5Q/Q6Q/Q6Q/Q6Q/Q6Q/QQQQQQQK w - - 0 1",
+        "Q7/PPPPPPPP/8/8/8/8/PPPPPPPP/k1K5 w - - 0 1",
+        "qqqqqqqk/q6q/q6q/q6q/q6q/qq5q/nnq4q/KNqqqqqq b - - 0 1",
+    };
+    std::mt19937_64 random(3);
+    for (const std::string_view fen : fens) {
+        const Board board = boardOf(fen);
+        fillHistory(random);
+        ASSERT_EQ(text(order(board)), text(expectedOrder(board, 0))) << fen;
+    }
+}
+
 /// After `taken` moves the rest holds castling, checks, captures and promotions, in order.
 void PickerTest::expectTail(const Board& board, Move tableMove, const Moves& all,
                             std::size_t taken) const {
@@ -161,13 +191,13 @@ void PickerTest::expectTail(const Board& board, Move tableMove, const Moves& all
             board.quietGivesCheck(m))
             expected.push_back(m);
     }
-    MovePicker picker = pickerOf(board, tableMove);
+    PickerInUsedMemory picker(*thread, board, tableMove);
     Moves picked;
     while (picked.size() < taken)
-        picked.push_back(picker.next());
+        picked.push_back((*picker).next());
     const CheckInfo checks(board);
-    picker.keepQuietChecksOnly(checks);
-    for (const Move m : drain(picker))
+    (*picker).keepQuietChecksOnly(checks);
+    for (const Move m : drain(*picker))
         picked.push_back(m);
     ASSERT_EQ(text(picked), text(expected)) << board.fen() << " after " << taken;
 }

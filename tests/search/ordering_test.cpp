@@ -267,6 +267,7 @@ TEST_F(OrderingTest, CollectedQuietMovesHaveTheKeysOfTheirHistories) {
         for (const int begin : {0, kLanes, 5 * kLanes}) {
             Move moves[kKeyCapacity];
             KeyList list;
+            std::fill(std::begin(list.keys), std::end(list.keys), kNoMoveKey); // of a list before
             const QuietSink quiets = MoveGen::generate<MoveGen::Kind::Quiets>(
                 board, QuietSink{history, moves + begin, list.keys + begin});
             const int end = begin + expected.count;
