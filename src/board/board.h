@@ -89,8 +89,12 @@ struct Board : MoveState {
 
     // In board/makemove-inl.h:
 
-    /// The same where the side that moves is known beforehand. `onKey` is called with the new key
-    /// as soon as it is known: what depends on it can be fetched while the move is made.
+    /// Plays a move and calls `onKey` with the new key as soon as it is known: what depends on it
+    /// can be fetched while the move is made.
+    template <class OnKey>
+    void makeMove(Move m, OnKey onKey);
+
+    /// The same, and taking back, where the side that moves is known beforehand.
     template <Color Us, class OnKey>
     void makeMoveOf(Move m, OnKey onKey);
     template <Color Us>

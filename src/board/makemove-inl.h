@@ -106,6 +106,14 @@ void Board::makeMoveOf(Move m, OnKey onKey) {
     shift(Us, moved, from, to);
 }
 
+template <class OnKey>
+[[gnu::always_inline]] inline void Board::makeMove(Move m, OnKey onKey) {
+    if (sideToMove == White)
+        makeMoveOf<White>(m, onKey);
+    else
+        makeMoveOf<Black>(m, onKey);
+}
+
 /// The rest of a promotion, an en-passant capture, castling or a double push. The key takes the
 /// piece to be moved to the target.
 template <Color Us, class OnKey>

@@ -1,11 +1,7 @@
 #include "board/makemove-inl.h"
 
 void Board::makeMove(Move m) {
-    const auto ignoreKey = [](std::uint64_t) {};
-    if (sideToMove == White)
-        makeMoveOf<White>(m, ignoreKey);
-    else
-        makeMoveOf<Black>(m, ignoreKey);
+    makeMove(m, [](std::uint64_t) {});
 }
 
 void Board::unmakeMove(Move m) {

@@ -75,7 +75,7 @@ void MovePicker::generateQuiets() {
         *board_,
         QuietSink{thread_->quietHistory[board_->sideToMove], moves_ + begin, keys_ + begin});
     quietEnd_ = static_cast<int>(quiets.key - keys_);
-    assert(quietEnd_ - begin + captureKeysEnd_ <= MoveList::kCapacity + kLanes);
+    assert(quietEnd_ <= MoveList::kCapacity + kLanes); // a group may be filled up before them
     quietKeysEnd_ = makeQuietKeys(keys_, begin, quietEnd_);
 }
 

@@ -10,10 +10,7 @@ void playMove(const Thread& thread, Board& board, Move m) {
         gTT.prefetch(key);
         thread.evalCache.prefetch(key);
     };
-    if (board.sideToMove == White)
-        board.makeMoveOf<White>(m, prefetch);
-    else
-        board.makeMoveOf<Black>(m, prefetch);
+    board.makeMove(m, prefetch);
 }
 
 } // namespace Search
