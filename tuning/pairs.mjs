@@ -1,13 +1,14 @@
 // Plays pairs of games between two UCI engines: the same opening, colours reversed.
 //
-//   node pairs.mjs FOLDER HASH BASE INCREMENT ENGINE ENGINE
+//   node pairs.mjs FOLDER HASH THREADS THREADS BASE INCREMENT ENGINE ENGINE
 //
 // reads lines of a number and an opening's FEN, and answers each with a line of JSON: the "points" of the
 // first engine in both games, how they ended ("reasons") and the games themselves ("pgn"); or why nothing can
-// be played ("refused") or no more ("failed"), and ends. The number is
-// that of nodes for each move; if it is 0, a side has BASE and INCREMENT milliseconds on a clock. HASH is
-// in MiB. The rules are those of the library in FOLDER/node_modules: who plays an illegal move or exceeds
-// the clock has lost, and so has who does not answer. A game of 400 plies is a draw.
+// be played ("refused") or no more ("failed"), and ends. The number is that of nodes for each move; if it is 0,
+// a side has BASE and INCREMENT milliseconds on a clock. HASH is in MiB; the first engine searches with the
+// first number of THREADS, the second with the other. The rules are those of the library in
+// FOLDER/node_modules: who plays an illegal move or exceeds the clock has lost, and so has who does not
+// answer. A game of 400 plies is a draw.
 
 import { spawn } from "node:child_process";
 import { once } from "node:events";
@@ -16,7 +17,7 @@ import { setTimeout } from "node:timers/promises";
 
 import { end, loadChess, play, result } from "./game.mjs";
 
-const [folder, hash, base, increment, ...names] = process.argv.slice(2).map((text) =>
+const [folder, hash, threads, otherThreads, base, increment, ...names] = process.argv.slice(2).map((text) =>
   /^\d+$/.test(text) ? Number(text) : text,
 );
 const Chess = loadChess(folder);
@@ -26,8 +27,9 @@ const WON = { w: "1-0", b: "0-1" };
 const POINTS = { "1-0": 1, "0-1": 0, "1/2-1/2": 0.5 };
 
 class Engine {
-  constructor(name) {
+  constructor(name, threads) {
     this.name = name;
+    this.threads = threads;
     this.process = spawn(name, { stdio: ["pipe", "pipe", "ignore"] });
     this.process.on("error", () => {}); // its end shows where its answer is read
     this.process.stdin.on("error", () => {});
@@ -63,8 +65,8 @@ class Engine {
     this.send("uci");
     const late = setTimeout(START_LIMIT, null, { ref: false });
     if ((await Promise.race([ready, late])) === null) throw new Error(`${this.name} is no UCI engine`);
-    // One thread: those of engines that take all processors by themselves would stand in each other's way.
-    await this.settle(`setoption name Hash value ${hash}`, "setoption name Threads value 1");
+    // One thread, too, is asked for: those of engines that take all processors would stand in each other's way.
+    await this.settle(`setoption name Hash value ${hash}`, `setoption name Threads value ${this.threads}`);
   }
 
   async move(position, go) {
@@ -132,7 +134,7 @@ async function playPair(line) {
 
 process.stdout.on("error", () => process.exit(1)); // nobody reads on
 
-const engines = names.map((name) => new Engine(name));
+const engines = names.map((name, place) => new Engine(name, [threads, otherThreads][place]));
 let fault = null;
 await Promise.all(engines.map((engine) => engine.start())).catch((error) => {
   fault = { refused: error.message };

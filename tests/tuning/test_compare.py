@@ -84,6 +84,19 @@ class Compare(FolderTest):
         games = [game.split("]\n\n")[1] for game in self.read("games.pgn").decode().split("[Event ")[1:]]
         self.assertEqual((len(games), len(set(games))), (12, 6))  # colours reversed, an engine and itself
 
+    def test_threads(self) -> None:
+        players = [self.path("two"), self.path("one")]
+        for player in players:
+            self.write(player, f"#!/bin/sh\ntee {player}.sent | '{engine_path()}'\n".encode())
+            os.chmod(player, 0o755)
+        status, said = self.compare(*players, [MATE_IN_1], "--nodes", "1000", "--threads", "2,1")
+        self.assertEqual(status, 0, said)
+        jobs = max(1, (os.cpu_count() or 1) // 2)
+        self.assertIn(f", {jobs} at a time, 2 threads against 1\n", said)
+        for player, count in zip(players, (2, 1)):
+            sent = self.read(f"{player}.sent").decode()
+            self.assertEqual(re.findall("Threads value (.*)", sent), [str(count)])
+
     def test_clocks(self) -> None:
         status, said = self.compare(engine_path(), engine_path(), [MATE_IN_1], "--clock", "2+0.05")
         self.assertEqual((status, said.splitlines()[-1]), (0, "ended by mate: 2"), said)
@@ -133,7 +146,8 @@ class Compare(FolderTest):
                             self.write("bad", b"x # Contributing\n"))
         self.assert_refused("cannot be written", engine, engine, "--pgn", self.path("none/games.pgn"))
         for option, value in (("--clock", "10"), ("--clock", "0+1"), ("--sprt", "5"), ("--sprt", "5,0"),
-                              ("--pairs", "0"), ("--nodes", "many"), ("--none", "1")):
+                              ("--pairs", "0"), ("--nodes", "many"), ("--threads", "1,0"), ("--threads", "1,2,3"),
+                              ("--none", "1")):
             self.assert_refused(option, engine, engine, option, value)
 
     def test_a_file_of_games_is_added_to(self) -> None:
