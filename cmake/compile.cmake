@@ -100,22 +100,34 @@ elseif(MORVANE_STATIC STREQUAL "ALL")
   set(MORVANE_PIE_LINK -static-pie)
   set(MORVANE_NO_PIE_LINK -no-pie -static)
 endif()
+if(WIN32) # code is position-independent there if the linker says so
+  set(MORVANE_PIE_LINK -Wl,--dynamicbase,--nxcompat,--high-entropy-va -fstack-protector-strong)
+  set(MORVANE_NO_PIE_LINK)
+  if(MORVANE_STATIC STREQUAL "ALL")
+    target_link_options(morvane_options INTERFACE -static)
+  endif()
+  target_link_options(morvane_options INTERFACE -Wno-stringop-overflow) # of std::string, where all is inlined
+endif()
 
 # What makes a mistake in the program hard to use for somebody else: addresses that differ from run to
 # run, relocations that nothing can change once the program runs, guarded return addresses (see
 # src/CMakeLists.txt), checked calls of the C library. The sanitizers bring checks of their own.
 if(NOT MORVANE_SANITIZE)
   if(MORVANE_HARDEN)
-    target_compile_options(morvane_options INTERFACE -fPIE)
+    if(NOT WIN32)
+      target_compile_options(morvane_options INTERFACE -fPIE)
+    endif()
     target_link_options(morvane_options INTERFACE ${MORVANE_PIE_LINK})
-    if(NOT APPLE) # where it is always so
+    if(NOT APPLE AND NOT WIN32) # where it is always so, and where there is nothing like it
       target_link_options(morvane_options INTERFACE -Wl,-z,relro,-z,now)
     endif()
-    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug") # the checks need an optimised build
+    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT WIN32) # the checks need an optimised build
       target_compile_options(morvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
     endif()
   else()
-    target_compile_options(morvane_options INTERFACE -fno-pie)
+    if(NOT WIN32)
+      target_compile_options(morvane_options INTERFACE -fno-pie)
+    endif()
     target_link_options(morvane_options INTERFACE ${MORVANE_NO_PIE_LINK})
   endif()
 endif()

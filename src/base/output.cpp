@@ -25,6 +25,7 @@ namespace Output {
 
 void init() {
     Console::fillClosedStreams();
+    Console::passBytesUnchanged();
     Console::ignoreWriteSignals();
 }
 

@@ -7,7 +7,8 @@
 namespace Output {
 
 /// Keeps files from taking the places of closed standard streams and a reader that has gone from
-/// ending the program in the middle of something. Called once at program start, before any output.
+/// ending the program in the middle of something, and lets bytes pass as they are. Called once at
+/// program start, before any output.
 void init();
 
 /// Writes to standard output. If that cannot be done nobody listens any more, and the process ends

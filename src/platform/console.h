@@ -13,6 +13,10 @@ enum class Stream { Input, Output, Error };
 /// could get the place of one, and what is written to the stream would go into the file.
 void fillClosedStreams();
 
+/// From now on bytes pass as they are, in both directions: no line end is translated, and a console
+/// takes and shows UTF-8 until the program ends.
+void passBytesUnchanged();
+
 /// From now on a write that fails, to files as well, shows so in its result alone: no signal ends
 /// the program because a reader has gone or a file has reached its largest size.
 void ignoreWriteSignals();

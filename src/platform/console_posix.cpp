@@ -24,6 +24,8 @@ void fillClosedStreams() {
             return;
 }
 
+void passBytesUnchanged() {} // they do anyway
+
 void ignoreWriteSignals() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

@@ -85,7 +85,7 @@ class Steps(FolderTest):
     def test_help(self) -> None:
         done = self.call("--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertEqual(re.findall(r"^  (\w+) ", done.stdout, re.MULTILINE), [*STEPS, "quick", "units"])
+        self.assertEqual(re.findall(r"^  (\w+) ", done.stdout, re.MULTILINE), [*STEPS, "quick", "units", "windows"])
         self.assertEqual(self.call("-h").stdout, done.stdout)
         self.assertEqual(self.log(""), [])
 

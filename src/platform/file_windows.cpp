@@ -1,0 +1,13 @@
+#include "platform/file.h"
+
+#include <io.h>
+#include <windows.h>
+
+bool cutFile(std::FILE* file, std::uint64_t size) {
+    const int number = _fileno(file);
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(number));
+    if (handle == INVALID_HANDLE_VALUE)
+        return false;
+    return GetFileType(handle) != FILE_TYPE_DISK ||
+           _chsize_s(number, static_cast<long long>(size)) == 0;
+}
