@@ -11,7 +11,7 @@ EvalCache::EvalCache() {
 
 // Boards with five queens more may be worth more than an entry holds.
 int EvalCache::evaluateAndKeep(const Board& board, Place& place) {
-    const int value = evaluateUnfaded(board);
+    const int value = evaluateUnfaded(board, pawnTable_);
     const Entry entry{(board.key & ~kValueMask) | (static_cast<std::uint64_t>(value) & kValueMask)};
     if (entry.value() == value) {
         place[1] = place[0];

@@ -14,7 +14,8 @@ namespace Eval {
 ///
 /// An entry is one word: the upper bits of the key and a value. Together with its place, the lower
 /// bits of the key, it holds the whole key. Two entries share a place, the later one first. The
-/// cache takes half of a second-level cache of 512 KiB: it is read at every node.
+/// cache takes half of a second-level cache of 512 KiB: it is read at every node. The pawn
+/// structures that the evaluations have needed lie beside them.
 class EvalCache {
   public:
     EvalCache();
@@ -50,9 +51,10 @@ class EvalCache {
     };
     using Place = std::array<Entry, 2>;
 
-    static int evaluateAndKeep(const Board& board, Place& place);
+    int evaluateAndKeep(const Board& board, Place& place);
 
     alignas(64) std::array<Place, kPlaces> places_;
+    PawnTable pawnTable_;
 };
 
 } // namespace Eval

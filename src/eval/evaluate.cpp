@@ -45,9 +45,9 @@ Blend blend(const Board& board, ScorePair total) {
 
 // Everything inlined, so that the sums of the walk stay in registers. What is rarely needed is
 // marked noinline.
-[[gnu::flatten]] int evaluateUnfaded(const Board& board) {
+[[gnu::flatten]] int evaluateUnfaded(const Board& board, PawnTable& pawnTable) {
     SumSink sink;
-    walkIncremental(board, sink);
+    walkIncremental(board, pawnTable, sink);
     return blend(board, sink.total()).value;
 }
 

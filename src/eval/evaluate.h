@@ -1,6 +1,7 @@
 #pragma once
 
 #include "board/board.h"
+#include "eval/pawns.h"
 #include "params/psq.h"
 
 /// Static value of a position in centipawns from the side to move's point of view. While the trace
@@ -38,7 +39,7 @@ Blend blend(const Board& board, ScorePair total);
 
 /// Value of a position from White's point of view before it fades. It depends only on what the
 /// position key covers.
-int evaluateUnfaded(const Board& board);
+int evaluateUnfaded(const Board& board, PawnTable& pawnTable = gPawnTable);
 
 /// Prints the breakdown behind `evaluate` and returns what `evaluate` returns.
 int evaluateAndPrint(const Board& board);

@@ -8,12 +8,6 @@
 
 namespace {
 
-constexpr int kCacheSize = 16384;
-
-/// Each thread has its own cache. The whole key is compared, so entries of earlier games do no
-/// harm, and the key 0 of a board without pawns finds a zeroed entry, which is right for it.
-thread_local Eval::PawnEntry gPawnTable[kCacheSize];
-
 Bitboard fillForward(Color c, Bitboard b) {
     b |= c == White ? b << 8 : b >> 8;
     b |= c == White ? b << 16 : b >> 16;
@@ -169,15 +163,13 @@ namespace Eval {
     return sink.total();
 }
 
-const PawnEntry& pawnEntry(const Board& board) {
-    PawnEntry& entry = gPawnTable[board.pawnKey & (kCacheSize - 1)];
-    if (entry.key != board.pawnKey) [[unlikely]] {
-        const ScorePair score = evalPawnsRaw(board);
-        assert(std::in_range<std::int16_t>(score.mg) && std::in_range<std::int16_t>(score.eg));
-        entry = {board.pawnKey, static_cast<std::int16_t>(score.mg),
-                 static_cast<std::int16_t>(score.eg), passedPawns(board)};
-    }
-    return entry;
+constinit thread_local PawnTable gPawnTable;
+
+void PawnTable::compute(const Board& board, PawnEntry& entry) {
+    const ScorePair score = evalPawnsRaw(board);
+    assert(std::in_range<std::int16_t>(score.mg) && std::in_range<std::int16_t>(score.eg));
+    entry = {board.pawnKey, static_cast<std::int16_t>(score.mg),
+             static_cast<std::int16_t>(score.eg), passedPawns(board)};
 }
 
 } // namespace Eval

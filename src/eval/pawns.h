@@ -3,6 +3,10 @@
 #include "board/board.h"
 #include "params/psq.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
 /// Counts of one pawn structure, White's first in each pair.
 struct PawnFeatures {
     std::int32_t isolated[kColors];
@@ -33,13 +37,34 @@ struct PawnEntry {
     Bitboard passed; // of both colours
 };
 
-/// The entry of the board's pawn structure in the calling thread's cache, computed if it is
-/// missing. Valid until the next call.
-const PawnEntry& pawnEntry(const Board& board);
+/// Pawn structures that one thread has met. The whole key is compared, so entries of earlier games
+/// do no harm, and the key 0 of a board without pawns finds a zeroed entry, which is right for it.
+class PawnTable {
+  public:
+    /// The entry of the board's pawn structure, computed if it is missing. Valid until the next
+    /// call.
+    const PawnEntry& entryOf(const Board& board) {
+        PawnEntry& entry = entries_[board.pawnKey % kSize];
+        if (entry.key != board.pawnKey) [[unlikely]]
+            compute(board, entry);
+        return entry;
+    }
+
+  private:
+    static constexpr std::size_t kSize = 16384;
+
+    static void compute(const Board& board, PawnEntry& entry);
+
+    std::array<PawnEntry, kSize> entries_{};
+};
+
+/// The calling thread's own, for those who bring none. A search brings its own: where the address
+/// of what belongs to a thread is found by a call, the call would cost at every node.
+extern constinit thread_local PawnTable gPawnTable;
 
 /// Score of the pawn structure, White's point of view, through the cache.
 inline ScorePair evalPawns(const Board& board) {
-    const PawnEntry& entry = pawnEntry(board);
+    const PawnEntry& entry = gPawnTable.entryOf(board);
     return {entry.mg, entry.eg};
 }
 

@@ -244,9 +244,9 @@ void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
 /// The walk of the search: material comes from the board's sums and pawn structure from the pawn
 /// cache; everything else is counted.
 template <class Sink>
-void walkIncremental(const Board& board, Sink& sink) {
+void walkIncremental(const Board& board, PawnTable& pawnTable, Sink& sink) {
     sink.template addPacked<Term::Material>(board.psq);
-    const PawnEntry& pawns = pawnEntry(board);
+    const PawnEntry& pawns = pawnTable.entryOf(board);
     sink.template addConstant<Term::Pawns>(pawns.mg, pawns.eg);
     walkPieces(board, pawns.passed, sink);
 }

@@ -26,7 +26,7 @@ inline constexpr int kToolThread = 1;
 
 /// What one thread searches with: its copy of the position, what it learns, counts and finds. The
 /// search runs on the thread that calls it, whose stack must be as large as a worker's
-/// (`WorkerThread::kStackBytes`). An object is large: about 0.5 MiB.
+/// (`WorkerThread::kStackBytes`). An object is large: about 0.9 MiB.
 ///
 /// Objects begin on cache lines of their own, so no thread's counters disturb another's.
 struct alignas(kLineDistance) Thread {

@@ -1,3 +1,4 @@
+#include "eval/evalcache.h"
 #include "eval/evaluate.h"
 #include "eval/pawns.h"
 #include "eval/walk.h"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -346,6 +348,18 @@ TEST(PawnCache, BelongsToItsThread) {
     ScorePair found;
     std::thread([&] { found = Eval::evalPawns(two); }).join();
     EXPECT_EQ(found, Eval::evalPawnsRaw(two));
+}
+
+TEST(PawnCache, OfASearchIsItsOwn) {
+    const std::uint64_t key = freshKey();
+    const Board one = boardWithPawnKey(kOnePawn, key);
+    const Board two = boardWithPawnKey(kTwoPawns, key);
+    const auto search = std::make_unique<Eval::EvalCache>();
+    const auto other = std::make_unique<Eval::EvalCache>();
+    search->evaluate(one);
+    EXPECT_EQ(Eval::evalPawns(two), Eval::evalPawnsRaw(two)) << "the thread has not met it";
+    EXPECT_EQ(other->evaluate(two), evaluate(two));
+    EXPECT_NE(search->evaluate(two), evaluate(two)) << "served from what it has met";
 }
 
 TEST(PawnCache, KeepsNegativeScores) {
