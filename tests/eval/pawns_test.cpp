@@ -271,6 +271,7 @@ namespace {
 
 // Structures of different worth.
 const char* const kOnePawn = "7k/8/8/8/8/8/4P3/7K w - - 0 1";
+const char* const kOnePawnMore = "7k/8/8/8/3P4/8/4P3/7K w - - 0 1"; // besides the same
 const char* const kTwoPawns = "7k/8/8/8/3PP3/8/8/7K w - - 0 1";
 
 Board boardWithPawnKey(const char* fen, std::uint64_t key) {
@@ -353,7 +354,7 @@ TEST(PawnCache, BelongsToItsThread) {
 TEST(PawnCache, OfASearchIsItsOwn) {
     const std::uint64_t key = freshKey();
     const Board one = boardWithPawnKey(kOnePawn, key);
-    const Board two = boardWithPawnKey(kTwoPawns, key);
+    const Board two = boardWithPawnKey(kOnePawnMore, key);
     const auto search = std::make_unique<Eval::EvalCache>();
     const auto other = std::make_unique<Eval::EvalCache>();
     search->evaluate(one);
