@@ -1,5 +1,5 @@
-# Builds for Windows on x86-64 on another machine, by Debian's g++-mingw-w64-x86-64-posix (the other flavour of that
-# compiler has no std::mutex), and runs the result by Wine where that is installed.
+# Builds for Windows on x86-64 on another system, by Debian's g++-mingw-w64-x86-64-posix (the other flavour of that
+# compiler has no std::mutex).
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)

@@ -14,7 +14,7 @@ namespace SysMem {
 namespace {
 
 constexpr std::size_t kPage = 4096;
-constexpr std::size_t kPiece = std::size_t{64} << 20;
+constexpr std::size_t kPiece = std::size_t{64} << 20; // of what is given back at a time
 constexpr std::size_t kStep = std::size_t{2} << 20; // of prefaulting, some tenths of a millisecond
 
 std::size_t wholeSteps(std::size_t bytes) {

@@ -22,17 +22,21 @@ def utf16(text: str) -> bytes:
     return text.encode("utf-16-le")
 
 
+def headers() -> str:
+    return subprocess.run(["x86_64-w64-mingw32-objdump", "-p", PROGRAM], capture_output=True, text=True,
+                          check=True).stdout
+
+
 class File(unittest.TestCase):
     def test_it_needs_nothing_but_the_system(self) -> None:
-        told = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", PROGRAM], capture_output=True, text=True, check=True)
-        needed = {name.lower() for name in re.findall(r"DLL Name: (\S+)", told.stdout)}
+        needed = {name.lower() for name in re.findall(r"DLL Name: (\S+)", headers())}
         self.assertTrue(needed)
         self.assertLessEqual(needed, SYSTEM_LIBRARIES)
 
     def test_addresses_differ_from_run_to_run_and_data_is_no_code(self) -> None:
-        told = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", PROGRAM], capture_output=True, text=True, check=True)
+        told = headers()
         for flag in ("HIGH_ENTROPY_VA", "DYNAMIC_BASE", "NX_COMPAT"):
-            self.assertIn(flag, told.stdout)
+            self.assertIn(flag, told)
 
     def test_what_the_system_shows_of_it(self) -> None:
         version = re.search(r"^Morvane (\S+)", run_mode("--version").stderr.decode(), re.MULTILINE)[1].rstrip(",")
