@@ -25,6 +25,7 @@ namespace Output {
 
 void init() {
     Console::fillClosedStreams();
+    Console::separateInputFromStdio();
     Console::passBytesUnchanged();
     Console::ignoreWriteSignals();
 }

@@ -54,7 +54,7 @@ class EvalCache {
     int evaluateAndKeep(const Board& board, Place& place);
 
     alignas(64) std::array<Place, kPlaces> places_;
-    PawnTable pawnTable_;
+    PawnTable pawnTable_{};
 };
 
 } // namespace Eval

@@ -55,7 +55,7 @@ class PawnTable {
 
     static void compute(const Board& board, PawnEntry& entry);
 
-    std::array<PawnEntry, kSize> entries_{};
+    std::array<PawnEntry, kSize> entries_; // zeroed by the owner's `{}`, or as a global
 };
 
 /// The calling thread's own, for those who bring none. A search brings its own: where the address

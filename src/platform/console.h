@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <string_view>
 
 /// The standard streams as the system knows them. What a text is and who may write when is the
@@ -16,6 +17,14 @@ void fillClosedStreams();
 /// From now on bytes pass as they are, in both directions: no line end is translated, and a console
 /// takes and shows UTF-8 until the program ends.
 void passBytesUnchanged();
+
+/// Standard input as a stream. Streams have code of their own that runs before `main`; only here it
+/// is sure to be compiled for every processor.
+std::istream& input();
+
+/// From now on `input` reads blocks of its own, not through the C library. Called before anything
+/// is read.
+void separateInputFromStdio();
 
 /// From now on a write that fails, to files as well, shows so in its result alone: no signal ends
 /// the program because a reader has gone or a file has reached its largest size.

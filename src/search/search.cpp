@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <limits>
 
 namespace Search {
@@ -50,8 +49,6 @@ constexpr int kReductionMinDepth = 2;   // of the search that is to be reduced
 constexpr int kReductionMinMoves = 3;   // searched before at the node
 constexpr int kReductionMinMovesPv = 5; // the same at a node of the principal variation
 constexpr int kHistoryPerPly = 8000;    // history that is worth a ply less
-constexpr double kReductionDivisor = 2.25;
-constexpr double kReductionBase = 0.75;
 
 constexpr int kFiftyMovePlies = 100;
 
@@ -413,13 +410,6 @@ int searchNode(Thread& thread, Board& board, int alpha, int beta, int depth, Sea
 }
 
 } // namespace
-
-void init() {
-    for (int depth = 1; depth < kReductionSize; ++depth)
-        for (int move = 1; move < kReductionSize; ++move)
-            kLMR[depth][move] = static_cast<std::int32_t>(
-                std::log(depth) * std::log(move) / kReductionDivisor + kReductionBase);
-}
 
 int alphaBeta(Thread& thread, Board& board, int alpha, int beta, int depth, SearchStack* ss,
               bool cutNode) {

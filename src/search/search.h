@@ -20,7 +20,8 @@ inline constexpr int kReductionSize = 64;
 /// left after it and its number at the node, both from 1.
 extern std::int32_t kLMR[kReductionSize][kReductionSize];
 
-/// Fills the reduction table. Called once at program start.
+/// Fills the reduction table and begins the lives of `gTT` and `gThreads`. Called once at program
+/// start.
 void init();
 
 /// Score of a position searched to `depth` plies within a window, from the side to move's point of

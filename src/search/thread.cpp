@@ -13,7 +13,6 @@
 #include <thread>
 
 CacheAligned<std::atomic<bool>> gStopSearch{false};
-ThreadPool gThreads;
 
 Thread::Thread(int threadId) : id(threadId) {
     assert(id >= 0);

@@ -142,7 +142,8 @@ class ThreadPool {
     std::vector<std::unique_ptr<PoolThread>> threads_;
 };
 
-extern ThreadPool gThreads;
+/// The threads of the program, from `Search::init` to its end.
+extern ThreadPool& gThreads;
 
 /// Tells every thread to leave its search. Set by the main thread at a limit and by the UCI loop;
 /// cleared when a search starts.

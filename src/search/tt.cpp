@@ -7,8 +7,6 @@
 #include <atomic>
 #include <bit>
 
-TranspositionTable gTT;
-
 namespace {
 
 // Layout of the data word, from bit 0 up: move 32, score 16, depth 8, flag 2, generation 6.

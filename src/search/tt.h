@@ -109,4 +109,5 @@ class alignas(kLineDistance) TranspositionTable {
     SysMem::PagePrefaulter prefaulter_;
 };
 
-extern TranspositionTable gTT;
+/// The table of the program, from `Search::init` to its end.
+extern TranspositionTable& gTT;

@@ -4,7 +4,6 @@
 #include "uci/messages.h"
 #include "uci/startup.h"
 
-#include <iostream>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -28,7 +27,6 @@ int run(std::span<const std::string_view> arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::ios::sync_with_stdio(false);
     Output::init();
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     int status = 1;

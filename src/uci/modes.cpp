@@ -5,13 +5,13 @@
 #include "base/parse.h"
 #include "eval/endgame.h"
 #include "eval/evaluate.h"
+#include "platform/console.h"
 #include "tools/bench.h"
 #include "tools/datagen.h"
 #include "tools/tuneexport.h"
 #include "uci/divide.h"
 #include "uci/messages.h"
 
-#include <iostream>
 #include <string>
 
 namespace {
@@ -57,7 +57,7 @@ int evalTraceMode(Arguments arguments) {
 /// Filter: a FEN a line in, annotations after a semicolon ignored; its end-game scale out.
 int egScaleMode(Arguments) {
     using Status = Files::LineReader::Status;
-    Files::LineReader input(std::cin);
+    Files::LineReader input(Console::input());
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong || !gBoard.setFen(line.substr(0, line.find(';')))) {

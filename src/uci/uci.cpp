@@ -5,6 +5,7 @@
 #include "base/outputline.h"
 #include "base/parse.h"
 #include "board/movegen.h"
+#include "platform/console.h"
 #include "search/thread.h"
 #include "search/tt.h"
 #include "tools/bench.h"
@@ -15,7 +16,6 @@
 #include "uci/session.h"
 
 #include <exception>
-#include <iostream>
 #include <new>
 #include <sstream>
 #include <string>
@@ -252,7 +252,7 @@ void uciLoop() {
     initThreads();
     gPos.setFen(kStartFen);
     using Status = Files::LineReader::Status;
-    Files::LineReader input(std::cin);
+    Files::LineReader input(Console::input());
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong)
