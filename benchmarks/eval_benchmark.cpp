@@ -13,20 +13,22 @@ namespace {
 
 /// Nothing is remembered of the position, but its pawn structure is.
 void evaluateWarm(benchmark::State& state) {
+    const auto pawns = std::make_unique<Eval::PawnTable>();
     for (auto _ : state)
         for (const auto& board : benchBoards())
-            benchmark::DoNotOptimize(evaluate(*board));
+            benchmark::DoNotOptimize(Eval::evaluateUnfaded(*board, *pawns));
     reportEach(state, state.iterations() * std::ssize(benchBoards()));
 }
 BENCHMARK(evaluateWarm);
 
 /// The pawn structure is new too: each call has a pawn key that no call had before.
 void evaluateCold(benchmark::State& state) {
+    const auto pawns = std::make_unique<Eval::PawnTable>();
     std::uint64_t pawnKey = 1;
     for (auto _ : state)
         for (const auto& board : benchBoards()) {
             const std::uint64_t kept = std::exchange(board->pawnKey, ++pawnKey);
-            benchmark::DoNotOptimize(evaluate(*board));
+            benchmark::DoNotOptimize(Eval::evaluateUnfaded(*board, *pawns));
             board->pawnKey = kept;
         }
     reportEach(state, state.iterations() * std::ssize(benchBoards()));

@@ -39,18 +39,21 @@ if(MORVANE_MARCH)
   target_compile_options(morvane_options INTERFACE -march=${MORVANE_MARCH})
 endif()
 
-# Whether a program can tell at its start that the processor lacks instructions: it needs a start section of
-# ELF files (MORVANE_CPU_CHECK) and a table of the architecture's (src/platform/cpu.h).
-if(LINUX AND MORVANE_BASELINE)
-  set(MORVANE_CHECKS_PROCESSOR ON)
+# What the processor has and what the build needs can be compared where there is a table of the architecture's
+# (src/platform/cpu.h). A program can do that before anything else where files have a section for it, those of ELF.
+set(MORVANE_KNOWS_PROCESSOR OFF)
+if(MORVANE_BASELINE AND (LINUX OR (WIN32 AND MORVANE_BASELINE STREQUAL "x86-64")))
+  set(MORVANE_KNOWS_PROCESSOR ON)
   set(MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu.cpp)
   if(MORVANE_BASELINE STREQUAL "x86-64")
     list(APPEND MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu_x86_64.cpp)
   else()
     list(APPEND MORVANE_CPU_SOURCES ${MORVANE_ROOT}/src/platform/cpu_aarch64_linux.cpp)
   endif()
-  set(MORVANE_CPU_CHECK ${MORVANE_ROOT}/src/platform/cpu_check_linux.cpp)
-  target_compile_definitions(morvane_options INTERFACE MORVANE_CHECKS_PROCESSOR)
+  target_compile_definitions(morvane_options INTERFACE MORVANE_KNOWS_PROCESSOR)
+  if(LINUX)
+    set(MORVANE_CPU_CHECK ${MORVANE_ROOT}/src/platform/cpu_check_linux.cpp)
+  endif()
 endif()
 
 # morvane_for_any_processor(SOURCE...): these sources run on every processor of the architecture, whatever the
@@ -102,6 +105,9 @@ elseif(MORVANE_STATIC STREQUAL "ALL")
   set(MORVANE_PIE_LINK -static-pie)
   set(MORVANE_NO_PIE_LINK -no-pie -static)
 endif()
+if(MORVANE_STATIC MATCHES "RUNTIME|ALL" AND NOT APPLE) # libraries have much that nobody calls
+  target_link_options(morvane_options INTERFACE -Wl,--gc-sections)
+endif()
 if(WIN32) # code is position-independent there if the linker says so
   set(MORVANE_PIE)
   set(MORVANE_NO_PIE)
@@ -111,6 +117,21 @@ if(WIN32) # code is position-independent there if the linker says so
     target_link_options(morvane_options INTERFACE -static)
   endif()
   target_link_options(morvane_options INTERFACE -Wno-stringop-overflow) # of std::string, where all is inlined
+  # Variables are never another library's: without this each use of one asks a table where it lies.
+  target_compile_options(morvane_options INTERFACE -mcmodel=small)
+endif()
+
+# A variant (cmake/variants.cmake) is one relocatable object. It is optimised as the whole program that it nearly is:
+# only the platform's functions are not in it. In one part, or the parts would see each other's variables.
+if(MORVANE_VARIANT)
+  set(MORVANE_PIE_LINK -r -nostdlib -fwhole-program -flto-partition=one -flinker-output=pie)
+  if(WIN32)
+    list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec")
+  else() # inline functions of two variants are not the same
+    list(APPEND MORVANE_PIE_LINK -Wl,--force-group-allocation)
+  endif()
+  list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec" OUTPUT_VARIABLE MORVANE_NO_PIE_LINK)
+  set(CMAKE_CXX_STANDARD_LIBRARIES "")
 endif()
 
 # What makes a mistake in the program hard to use for somebody else: addresses that differ from run to
@@ -120,7 +141,7 @@ if(NOT MORVANE_SANITIZE)
   if(MORVANE_HARDEN)
     target_compile_options(morvane_options INTERFACE ${MORVANE_PIE})
     target_link_options(morvane_options INTERFACE ${MORVANE_PIE_LINK})
-    if(NOT APPLE AND NOT WIN32) # where it is always so, and where there is nothing like it
+    if(NOT APPLE AND NOT WIN32 AND NOT MORVANE_VARIANT) # always so there; nothing like it there; done later
       target_link_options(morvane_options INTERFACE -Wl,-z,relro,-z,now)
     endif()
     if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT WIN32) # the checks need an optimised build
@@ -134,7 +155,7 @@ endif()
 
 # A profile says how often each branch was taken while the engine trained (scripts/profile.sh). Its files are named
 # by the objects' places in the build folder, so that they serve, and the bytes are the same, whatever that folder is.
-set(MORVANE_PROFILE_FOLDER ${PROJECT_BINARY_DIR}/profile)
+set(MORVANE_PROFILE_FOLDER ${PROJECT_BINARY_DIR}/profile CACHE PATH "Where a profile lies")
 if(MORVANE_PROFILE STREQUAL "GENERATE")
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set(MORVANE_PROFILE_FLAGS -fprofile-generate -fprofile-update=single -fprofile-dir=${MORVANE_PROFILE_FOLDER}

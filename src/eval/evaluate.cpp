@@ -21,7 +21,8 @@ void setEvalTrace(bool on) {
 int evaluate(const Board& board) {
     if (gEvalTrace) [[unlikely]]
         return Eval::evaluateAndPrint(board);
-    return Eval::fadedForSideToMove(board, Eval::evaluateUnfaded(board));
+    return Eval::fadedForSideToMove(board,
+                                    Eval::evaluateUnfaded(board));
 }
 
 namespace Eval {
@@ -47,7 +48,13 @@ Blend blend(const Board& board, ScorePair total) {
 // marked noinline.
 [[gnu::flatten]] int evaluateUnfaded(const Board& board, PawnTable& pawnTable) {
     SumSink sink;
-    walkIncremental(board, pawnTable, sink);
+    walkIncremental(board, pawnTable.entryOf(board), sink);
+    return blend(board, sink.total()).value;
+}
+
+int evaluateUnfaded(const Board& board) {
+    SumSink sink;
+    walkIncremental(board, PawnTable::compute(board), sink);
     return blend(board, sink.total()).value;
 }
 

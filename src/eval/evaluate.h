@@ -38,8 +38,9 @@ inline int fadedForSideToMove(const Board& board, int value) {
 Blend blend(const Board& board, ScorePair total);
 
 /// Value of a position from White's point of view before it fades. It depends only on what the
-/// position key covers. `pawnTable` is the caller's or that of its thread.
-int evaluateUnfaded(const Board& board, PawnTable& pawnTable = gPawnTable);
+/// position key covers. A search brings the pawn structures that it has met, others need none.
+int evaluateUnfaded(const Board& board, PawnTable& pawnTable);
+int evaluateUnfaded(const Board& board);
 
 /// Prints the breakdown behind `evaluate` and returns what `evaluate` returns.
 int evaluateAndPrint(const Board& board);

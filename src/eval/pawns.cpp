@@ -163,13 +163,11 @@ namespace Eval {
     return sink.total();
 }
 
-constinit thread_local PawnTable gPawnTable;
-
-void PawnTable::compute(const Board& board, PawnEntry& entry) {
+PawnEntry PawnTable::compute(const Board& board) {
     const ScorePair score = evalPawnsRaw(board);
     assert(std::in_range<std::int16_t>(score.mg) && std::in_range<std::int16_t>(score.eg));
-    entry = {board.pawnKey, static_cast<std::int16_t>(score.mg),
-             static_cast<std::int16_t>(score.eg), passedPawns(board)};
+    return {board.pawnKey, static_cast<std::int16_t>(score.mg), static_cast<std::int16_t>(score.eg),
+            passedPawns(board)};
 }
 
 } // namespace Eval

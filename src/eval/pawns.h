@@ -46,29 +46,20 @@ class PawnTable {
     const PawnEntry& entryOf(const Board& board) {
         PawnEntry& entry = entries_[board.pawnKey % kSize];
         if (entry.key != board.pawnKey) [[unlikely]]
-            compute(board, entry);
+            entry = compute(board);
         return entry;
     }
+
+    /// What the entry of the board's pawn structure holds, without a table.
+    static PawnEntry compute(const Board& board);
 
   private:
     static constexpr std::size_t kSize = 16384;
 
-    static void compute(const Board& board, PawnEntry& entry);
-
-    std::array<PawnEntry, kSize> entries_; // zeroed by the owner's `{}`, or as a global
+    std::array<PawnEntry, kSize> entries_; // zeroed by the owner's `{}`
 };
 
-/// The calling thread's own, for those who bring none. A search brings its own: where the address
-/// of what belongs to a thread is found by a call, the call would cost at every node.
-extern constinit thread_local PawnTable gPawnTable;
-
-/// Score of the pawn structure, White's point of view, through the cache.
-inline ScorePair evalPawns(const Board& board) {
-    const PawnEntry& entry = gPawnTable.entryOf(board);
-    return {entry.mg, entry.eg};
-}
-
-/// The same computed from scratch, without the cache.
+/// Score of the pawn structure, White's point of view.
 ScorePair evalPawnsRaw(const Board& board);
 
 } // namespace Eval

@@ -72,7 +72,7 @@ std::string traceEval(std::string_view label, ScorePair score) {
 
 int evaluateAndPrint(const Board& board) {
     TermSink sink;
-    walkIncremental(board, gPawnTable, sink);
+    walkIncremental(board, PawnTable::compute(board), sink);
     const Blend result = blend(board, sink.total());
     const bool whiteToMove = board.sideToMove == White;
     const int value = fadedForSideToMove(board, result.value);

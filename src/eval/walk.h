@@ -241,12 +241,11 @@ void walkPieces(const Board& board, Bitboard passed, Sink& sink) {
     addPassers(board, passed, walk, sink);
 }
 
-/// The walk of the search: material comes from the board's sums and pawn structure from the pawn
-/// cache; everything else is counted.
+/// The walk of the search: material comes from the board's sums and pawn structure from its entry;
+/// everything else is counted.
 template <class Sink>
-void walkIncremental(const Board& board, PawnTable& pawnTable, Sink& sink) {
+void walkIncremental(const Board& board, const PawnEntry& pawns, Sink& sink) {
     sink.template addPacked<Term::Material>(board.psq);
-    const PawnEntry& pawns = pawnTable.entryOf(board);
     sink.template addConstant<Term::Pawns>(pawns.mg, pawns.eg);
     walkPieces(board, pawns.passed, sink);
 }

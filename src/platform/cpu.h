@@ -105,6 +105,8 @@ enum Word {
     Leaf7Sub1Eax,
     Leaf7Sub1Edx,
     ExtendedEcx,
+    Leaf0Ebx, // the first letters of the maker's name
+    Leaf1Eax, // family and model
 #else
     Capabilities, // the system's answer, it knows the processor
     Capabilities2,
@@ -122,6 +124,12 @@ extern const Set kNeeded;
 
 /// Asks the processor and the system.
 Report readReport();
+
+#if defined(__x86_64__)
+/// Whether the processor that reports extracts bits (BMI2's pext) in a few cycles. Those of AMD
+/// before Zen 3 have the instruction and take hundreds.
+bool extractsBitsFast(const Report& report);
+#endif
 
 /// What of the table can be used where this is reported.
 Set available(const Report& report);

@@ -23,7 +23,10 @@ Report readReport() {
     std::uint32_t b = 0;
     std::uint32_t c = 0;
     std::uint32_t d = 0;
+    if (__get_cpuid(0, &a, &b, &c, &d))
+        report.words[Leaf0Ebx] = b;
     if (__get_cpuid(1, &a, &b, &c, &d)) {
+        report.words[Leaf1Eax] = a;
         report.words[Leaf1Ecx] = c;
         if (c & kSystemTellsState)
             report.words[SavedState] = readSavedState();
@@ -41,6 +44,17 @@ Report readReport() {
     if (__get_cpuid(0x80000001, &a, &b, &c, &d))
         report.words[ExtendedEcx] = c;
     return report;
+}
+
+bool extractsBitsFast(const Report& report) {
+    constexpr std::uint64_t kAmd = 0x68747541;   // "Auth", of "AuthenticAMD"
+    constexpr std::uint64_t kHygon = 0x6f677948; // "Hygo", whose processors are early Zen ones
+    constexpr std::uint64_t kZen3Family = 0x19;
+    const std::uint64_t maker = report.words[Leaf0Ebx];
+    const std::uint64_t version = report.words[Leaf1Eax];
+    const std::uint64_t baseFamily = version >> 8 & 0xf;
+    const std::uint64_t family = baseFamily + (baseFamily == 0xf ? version >> 20 & 0xff : 0);
+    return (maker != kAmd && maker != kHygon) || family >= kZen3Family;
 }
 
 } // namespace Instructions

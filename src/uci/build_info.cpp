@@ -2,7 +2,7 @@
 
 #include "uci/messages.h"
 
-#ifdef MORVANE_CHECKS_PROCESSOR
+#ifdef MORVANE_KNOWS_PROCESSOR
 #include "platform/cpu.h"
 #endif
 
@@ -15,7 +15,7 @@ namespace {
 /// Each with a blank before it.
 std::string instructionSets() {
     std::string names;
-#ifdef MORVANE_CHECKS_PROCESSOR
+#ifdef MORVANE_KNOWS_PROCESSOR
     for (unsigned row = 0; row < Instructions::kCount; ++row)
         if (Instructions::kNeeded >> row & 1)
             names += std::string(" ") + Instructions::kNames[row];
@@ -33,7 +33,7 @@ std::string describe() {
     return std::string(Messages::kName) + " " + std::string(kVersion) +
            (revision.empty() ? "" : ", revision " + revision) + "\n" +
            "Built by " MORVANE_COMPILER " for " MORVANE_PROCESSOR +
-           (sets.empty() ? "" : " with" + sets) + MORVANE_GUIDED "\n";
+           (sets.empty() ? "" : " with" + sets) + MORVANE_GUIDED "\n" MORVANE_CHOSEN;
 }
 
 } // namespace BuildInfo

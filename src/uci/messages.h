@@ -21,6 +21,11 @@ inline constexpr std::string_view kProcessorLacks =
 inline constexpr std::string_view kProcessorAdvice =
     " — візьміть збірку для старіших процесорів (portable)\n";
 
+/// Each of the existing names has a blank before it.
+inline std::string unknownVariant(std::string_view name, std::string_view names) {
+    return "morvane: немає варіанта \"" + std::string(name) + "\", є:" + std::string(names) + "\n";
+}
+
 // --- before the loop starts ---
 
 /// Name and version come before it.

@@ -12,7 +12,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 
 using Notation::boardOf;
 
@@ -280,7 +279,20 @@ Board boardWithPawnKey(const char* fen, std::uint64_t key) {
     return board;
 }
 
-/// A key that nothing has been stored under: the cache outlives a test.
+/// Score through a cache.
+ScorePair scoreOf(Eval::PawnTable& cache, const Board& board) {
+    const Eval::PawnEntry& entry = cache.entryOf(board);
+    return {entry.mg, entry.eg};
+}
+
+class PawnCache : public testing::Test {
+  protected:
+    ScorePair evalPawns(const Board& board) { return scoreOf(*cache_, board); }
+
+  private:
+    std::unique_ptr<Eval::PawnTable> cache_ = std::make_unique<Eval::PawnTable>();
+};
+
 std::uint64_t freshKey() {
     static std::mt19937_64 random(77);
     return random();
@@ -288,88 +300,75 @@ std::uint64_t freshKey() {
 
 } // namespace
 
-TEST(PawnCache, ServesAStructureThatItHasSeen) {
+TEST_F(PawnCache, ServesAStructureThatItHasSeen) {
     const std::uint64_t key = freshKey();
     const Board one = boardWithPawnKey(kOnePawn, key);
     const Board two = boardWithPawnKey(kTwoPawns, key);
     const ScorePair score = Eval::evalPawnsRaw(one);
     ASSERT_NE(score, Eval::evalPawnsRaw(two));
-    EXPECT_EQ(Eval::evalPawns(one), score);
+    EXPECT_EQ(evalPawns(one), score);
     // The same key means the same pawns: what is stored under it is not computed again.
-    EXPECT_EQ(Eval::evalPawns(two), score);
+    EXPECT_EQ(evalPawns(two), score);
 }
 
-TEST(PawnCache, RecomputesAStructureWhoseKeyCollidesInTheLowFourteenBits) {
+TEST_F(PawnCache, RecomputesAStructureWhoseKeyCollidesInTheLowFourteenBits) {
     for (const int differing : {14, 15, 31, 32, 63}) {
         const std::uint64_t key = freshKey();
         const Board one = boardWithPawnKey(kOnePawn, key);
         const Board two = boardWithPawnKey(kTwoPawns, key ^ (1ULL << differing));
         for (int round = 0; round < 2; ++round) {
-            EXPECT_EQ(Eval::evalPawns(one), Eval::evalPawnsRaw(one)) << differing;
-            EXPECT_EQ(Eval::evalPawns(two), Eval::evalPawnsRaw(two)) << differing;
+            EXPECT_EQ(evalPawns(one), Eval::evalPawnsRaw(one)) << differing;
+            EXPECT_EQ(evalPawns(two), Eval::evalPawnsRaw(two)) << differing;
         }
     }
 }
 
-TEST(PawnCache, ReplacesTheEntryOfACollidingKey) {
+TEST_F(PawnCache, ReplacesTheEntryOfACollidingKey) {
     const std::uint64_t key = freshKey();
     const Board one = boardWithPawnKey(kOnePawn, key);
     const Board two = boardWithPawnKey(kTwoPawns, key ^ (1ULL << 40));
-    Eval::evalPawns(one);
-    Eval::evalPawns(two);
+    evalPawns(one);
+    evalPawns(two);
     const Board other = boardWithPawnKey(kTwoPawns, key);
-    EXPECT_EQ(Eval::evalPawns(other), Eval::evalPawnsRaw(other)) << "no longer served from before";
+    EXPECT_EQ(evalPawns(other), Eval::evalPawnsRaw(other)) << "no longer served from before";
 }
 
-TEST(PawnCache, KeepsKeysThatDifferInTheLowFourteenBitsApart) {
+TEST_F(PawnCache, KeepsKeysThatDifferInTheLowFourteenBitsApart) {
     for (int differing = 0; differing < 14; ++differing) {
         const std::uint64_t key = freshKey();
         const Board one = boardWithPawnKey(kOnePawn, key);
-        Eval::evalPawns(one);
-        Eval::evalPawns(boardWithPawnKey(kTwoPawns, key ^ (1ULL << differing)));
-        EXPECT_EQ(Eval::evalPawns(boardWithPawnKey(kTwoPawns, key)), Eval::evalPawnsRaw(one))
+        evalPawns(one);
+        evalPawns(boardWithPawnKey(kTwoPawns, key ^ (1ULL << differing)));
+        EXPECT_EQ(evalPawns(boardWithPawnKey(kTwoPawns, key)), Eval::evalPawnsRaw(one))
             << differing;
     }
 }
 
-TEST(PawnCache, KeyZeroFindsTheZeroedEntryOfANewThread) {
+TEST_F(PawnCache, KeyZeroFindsTheZeroedEntryOfANewCache) {
     const Board none = boardOf("7k/8/8/8/8/8/8/7K w - - 0 1");
     ASSERT_EQ(none.pawnKey, 0U);
-    EXPECT_EQ(Eval::evalPawns(none), (ScorePair{0, 0}));
-    ScorePair found{-1, -1};
-    std::thread([&] { found = Eval::evalPawns(boardWithPawnKey(kOnePawn, 0)); }).join();
-    EXPECT_EQ(found, (ScorePair{0, 0}));
+    EXPECT_EQ(evalPawns(none), (ScorePair{0, 0}));
+    EXPECT_EQ(evalPawns(boardWithPawnKey(kOnePawn, 0)), (ScorePair{0, 0}));
 }
 
-TEST(PawnCache, BelongsToItsThread) {
-    const std::uint64_t key = freshKey();
-    const Board one = boardWithPawnKey(kOnePawn, key);
-    const Board two = boardWithPawnKey(kTwoPawns, key);
-    Eval::evalPawns(one);
-    ScorePair found;
-    std::thread([&] { found = Eval::evalPawns(two); }).join();
-    EXPECT_EQ(found, Eval::evalPawnsRaw(two));
-}
-
-TEST(PawnCache, OfASearchIsItsOwn) {
+TEST_F(PawnCache, OfASearchIsItsOwn) {
     const std::uint64_t key = freshKey();
     const Board one = boardWithPawnKey(kOnePawn, key);
     const Board two = boardWithPawnKey(kOnePawnMore, key);
     const auto search = std::make_unique<Eval::EvalCache>();
     const auto other = std::make_unique<Eval::EvalCache>();
     search->evaluate(one);
-    EXPECT_EQ(Eval::evalPawns(two), Eval::evalPawnsRaw(two)) << "the thread has not met it";
     EXPECT_EQ(other->evaluate(two), evaluate(two));
     EXPECT_NE(search->evaluate(two), evaluate(two)) << "served from what it has met";
 }
 
-TEST(PawnCache, KeepsNegativeScores) {
+TEST_F(PawnCache, KeepsNegativeScores) {
     const Board board = boardOf("7k/8/8/8/4P3/4P3/8/7K w - - 0 1");
     ASSERT_LT(Eval::evalPawnsRaw(board).mg, 0);
-    EXPECT_EQ(Eval::evalPawns(board), Eval::evalPawnsRaw(board));
-    EXPECT_EQ(Eval::evalPawns(board), Eval::evalPawnsRaw(board));
+    EXPECT_EQ(evalPawns(board), Eval::evalPawnsRaw(board));
+    EXPECT_EQ(evalPawns(board), Eval::evalPawnsRaw(board));
     const Board black = boardOf("7k/8/8/4p3/8/8/8/7K w - - 0 1");
     ASSERT_LT(Eval::evalPawnsRaw(black).eg, 0);
-    EXPECT_EQ(Eval::evalPawns(black), Eval::evalPawnsRaw(black));
-    EXPECT_EQ(Eval::evalPawns(black), Eval::evalPawnsRaw(black));
+    EXPECT_EQ(evalPawns(black), Eval::evalPawnsRaw(black));
+    EXPECT_EQ(evalPawns(black), Eval::evalPawnsRaw(black));
 }

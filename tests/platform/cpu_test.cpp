@@ -1,4 +1,4 @@
-#ifdef MORVANE_CHECKS_PROCESSOR
+#ifdef MORVANE_KNOWS_PROCESSOR
 
 #include "platform/cpu.h"
 
@@ -94,6 +94,28 @@ TEST(Instructions, OfOldProcessors) {
     std::set<std::string> ofHaswell = kOfWestmere;
     ofHaswell.insert({"avx", "avx2", "bmi", "bmi2", "f16c", "fma", "lzcnt", "movbe"});
     EXPECT_EQ(namesOf(available(haswell())), ofHaswell);
+}
+
+/// What leaf 0 and leaf 1 tell of a maker and of family and model.
+Report processorOf(std::uint64_t maker, std::uint64_t version) {
+    Report report;
+    report.words[Leaf0Ebx] = maker;
+    report.words[Leaf1Eax] = version;
+    return report;
+}
+
+TEST(Instructions, BitExtractionIsSlowBeforeZen3) {
+    constexpr std::uint64_t kIntel = 0x756e6547;
+    constexpr std::uint64_t kAmd = 0x68747541;
+    constexpr std::uint64_t kHygon = 0x6f677948;
+    EXPECT_TRUE(extractsBitsFast(processorOf(kIntel, 0x000306c3)));  // Haswell
+    EXPECT_TRUE(extractsBitsFast(processorOf(kIntel, 0x000806f8)));  // Sapphire Rapids
+    EXPECT_FALSE(extractsBitsFast(processorOf(kAmd, 0x00660f01)));   // Excavator
+    EXPECT_FALSE(extractsBitsFast(processorOf(kAmd, 0x00800f11)));   // Zen 1
+    EXPECT_FALSE(extractsBitsFast(processorOf(kAmd, 0x00870f10)));   // Zen 2
+    EXPECT_FALSE(extractsBitsFast(processorOf(kHygon, 0x00900f22))); // Dhyana
+    EXPECT_TRUE(extractsBitsFast(processorOf(kAmd, 0x00a20f10)));    // Zen 3
+    EXPECT_TRUE(extractsBitsFast(processorOf(kAmd, 0x00b40f40)));    // Zen 5
 }
 
 TEST(Instructions, WideRegistersNeedASystemThatSavesThem) {

@@ -18,8 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string> kLayers = {"platform", "base",   "params", "board",
-                                          "eval",     "search", "tools",  "uci"};
+const std::vector<std::string> kLayers = {"platform", "base",  "params", "board",   "eval",
+                                          "search",   "tools", "uci",    "variants"};
 
 /// Place of a layer from the bottom, -1 if there is no such layer.
 std::ptrdiff_t heightOf(const std::string& layer) {

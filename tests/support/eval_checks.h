@@ -32,10 +32,19 @@ inline void evalStateCheck(const Board& board, int& storedMg, int& storedEg,
     blackMaterial = material[Black];
 }
 
+/// The pawn structures that the calling thread has met.
+inline thread_local Eval::PawnTable gPawnTable{};
+
+/// Score of the pawn structure, White's point of view, through the cache.
+inline ScorePair evalPawns(const Board& board) {
+    const Eval::PawnEntry& entry = gPawnTable.entryOf(board);
+    return {entry.mg, entry.eg};
+}
+
 /// The pawn-structure score through the cache and recomputed, for the caller to compare.
 inline void evalPawnsCheck(const Board& board, int& cachedMg, int& cachedEg, int& freshMg,
                            int& freshEg) {
-    const ScorePair cached = Eval::evalPawns(board);
+    const ScorePair cached = evalPawns(board);
     const ScorePair fresh = Eval::evalPawnsRaw(board);
     cachedMg = cached.mg;
     cachedEg = cached.eg;
