@@ -166,8 +166,9 @@ inline int makeQuietKeys(Key* keys, int begin, int end) {
 }
 
 /// The greatest key of the groups in [begin, end), `kNoMoveKey` if there is none left. The keys
-/// must be aligned to whole groups.
-inline Key greatestKey(const Key* keys, int begin, int end) {
+/// must be aligned to whole groups. Always inlined: whether the compiler would do it depends on the
+/// processor's vectors, and a profile of one kind of build would not fit the others.
+[[gnu::always_inline]] inline Key greatestKey(const Key* keys, int begin, int end) {
     assert(begin % kLanes == 0 && end % kLanes == 0);
     // Vectors are compared, and the greater keys chosen, lane by lane.
     using Group [[gnu::vector_size(kLanes * sizeof(Key)), gnu::may_alias]] = Key;
