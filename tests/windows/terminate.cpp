@@ -1,5 +1,5 @@
 // Ends a program as Windows does on demand, at once and without asking: terminate.exe MILLISECONDS
-// PROGRAM [ARGUMENT...] starts it, has it ended after that time, and ends with its status.
+// PROGRAM [ARGUMENT...] starts it, has it ended if it runs for longer, and ends with its status.
 // Arguments hold no blanks.
 
 #include <cstdlib>
@@ -20,8 +20,8 @@ int main(int argc, char** argv) {
     if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                         &child))
         return 3;
-    Sleep(static_cast<DWORD>(std::atoi(argv[1])));
-    TerminateProcess(child.hProcess, kEnded); // fails if it has ended
+    if (WaitForSingleObject(child.hProcess, static_cast<DWORD>(std::atoi(argv[1]))) == WAIT_TIMEOUT)
+        TerminateProcess(child.hProcess, kEnded); // fails if it has just ended
     WaitForSingleObject(child.hProcess, INFINITE);
     DWORD status = 0;
     GetExitCodeProcess(child.hProcess, &status);
