@@ -45,6 +45,10 @@ bool RecordWriter::close() {
 
 bool LineReader::open(const std::string& path) {
     file_.open(path, std::ios::binary);
+    if (!file_.is_open() && isFolderNeverOpened(path)) { // told when it is read, as elsewhere
+        file_.setstate(std::ios::badbit);
+        return true;
+    }
     return file_.is_open();
 }
 

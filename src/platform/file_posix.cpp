@@ -10,3 +10,7 @@ bool cutFile(std::FILE* file, std::uint64_t size) {
         return false;
     return !S_ISREG(status.st_mode) || ftruncate(number, static_cast<off_t>(size)) == 0;
 }
+
+bool isFolderNeverOpened(const std::string&) {
+    return false;
+}

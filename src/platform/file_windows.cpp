@@ -11,3 +11,8 @@ bool cutFile(std::FILE* file, std::uint64_t size) {
     return GetFileType(handle) != FILE_TYPE_DISK ||
            _chsize_s(number, static_cast<long long>(size)) == 0;
 }
+
+bool isFolderNeverOpened(const std::string& path) {
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}

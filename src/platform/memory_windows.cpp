@@ -53,6 +53,30 @@ std::uint64_t jobLimit() {
     return limit;
 }
 
+/// Whether this user has the right "Lock pages in memory", without which nobody gets large pages.
+bool mayLockPages() {
+    HANDLE token = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token))
+        return false;
+    TOKEN_PRIVILEGES wanted{};
+    wanted.PrivilegeCount = 1;
+    wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
+    const bool given =
+        LookupPrivilegeValueW(nullptr, L"SeLockMemoryPrivilege", &wanted.Privileges[0].Luid) &&
+        AdjustTokenPrivileges(token, FALSE, &wanted, 0, nullptr, nullptr) &&
+        GetLastError() == ERROR_SUCCESS; // what could not be given shows here alone
+    CloseHandle(token);
+    return given;
+}
+
+/// Zeroed memory on large pages, all of which come at once; null where there are none.
+void* takeOnLargePages(std::size_t size) {
+    static const std::size_t page = mayLockPages() ? GetLargePageMinimum() : 0;
+    if (page == 0 || kStep % page != 0)
+        return nullptr;
+    return VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT | MEM_LARGE_PAGES, PAGE_READWRITE);
+}
+
 /// Promises a part of a reservation again that was given back a moment ago. Another process may
 /// have been promised it meanwhile: then there is nothing to do but to wait for it.
 void recommit(std::byte* memory, std::size_t bytes) {
@@ -74,12 +98,15 @@ std::uint64_t budgetBytes() {
     return std::min<std::uint64_t>(left + committedBytes(), jobLimit());
 }
 
-// Committed pages are zero and cost nothing until they are used, but count as taken.
+// Committed pages are zero and, if they are small, cost nothing until they are used, but count as
+// taken.
 void* allocateZeroed(std::size_t bytes, std::size_t headroom) {
     const std::size_t size = wholeSteps(bytes);
     if (size < bytes)
         return nullptr;
-    void* const memory = VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    void* memory = takeOnLargePages(size);
+    if (!memory)
+        memory = VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
     if (!memory || headroom == 0)
         return memory;
     void* const beside = VirtualAlloc(nullptr, headroom, MEM_RESERVE, PAGE_READWRITE);
@@ -91,7 +118,7 @@ void* allocateZeroed(std::size_t bytes, std::size_t headroom) {
     return nullptr;
 }
 
-// Piece by piece, so that little is anybody's at a time.
+// Piece by piece, so that little is anybody's at a time. Large pages cannot be given back in parts.
 void zero(void* memory, std::size_t bytes) {
     assert(memory);
     auto* const begin = static_cast<std::byte*>(memory);

@@ -1,6 +1,7 @@
 #include "platform/thread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cassert>
 #include <memory>
@@ -16,7 +17,28 @@ namespace {
 
 using Work = std::function<void()>;
 
+/// Processors come in groups of up to 64, and before Windows 11 a thread stays in that in which it
+/// starts. So where there are more groups, the threads that are started are dealt out: as many to
+/// each as it has processors.
+void spreadOverGroups() {
+    static std::atomic<std::size_t> started{0};
+    const WORD groups = GetActiveProcessorGroupCount();
+    if (groups < 2)
+        return;
+    std::size_t place = started.fetch_add(1, std::memory_order_relaxed) %
+                        std::max<DWORD>(GetActiveProcessorCount(ALL_PROCESSOR_GROUPS), 1);
+    GROUP_AFFINITY target{};
+    DWORD size = GetActiveProcessorCount(target.Group);
+    while (place >= size && target.Group + 1 < groups) {
+        place -= size;
+        size = GetActiveProcessorCount(++target.Group);
+    }
+    target.Mask = size >= 64 ? ~KAFFINITY{0} : (KAFFINITY{1} << size) - 1;
+    SetThreadGroupAffinity(GetCurrentThread(), &target, nullptr); // if not, it stays where it is
+}
+
 unsigned __stdcall run(void* work) {
+    spreadOverGroups();
     const std::unique_ptr<Work> owned(static_cast<Work*>(work));
     (*owned)();
     return 0;
@@ -60,8 +82,6 @@ void callOnLargeStack(const std::function<void()>& work) {
         work();
 }
 
-// Processors come in groups of up to 64. Threads spread over all groups by themselves from Windows
-// 11 on; before, they stay within one.
 std::size_t usableCores() {
     DWORD_PTR ours = 0;
     DWORD_PTR all = 0;

@@ -40,7 +40,7 @@ def leave(name: str, passed: list[str], skipped: dict[str, str]) -> None:
 
 def main() -> int:
     sys.dont_write_bytecode = True
-    folders = ("uci", "match", "tools", "docs", "packaging", "tuning", "../tuning", "../scripts")
+    folders = ("uci", "match", "tools", "docs", "packaging", "windows", "tuning", "../tuning", "../scripts")
     sys.path[:0] = [os.path.join(TESTS, folder) for folder in folders]
     if "MORVANE_ENGINE" not in os.environ:
         sys.exit("MORVANE_ENGINE must name the engine's executable")

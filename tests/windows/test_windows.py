@@ -6,8 +6,11 @@ compared, is in build/release.
 
 import pathlib
 import re
+import runpy
+import struct
 import subprocess
 import unittest
+import zlib
 
 from client import FolderTest, engine_path, run_mode
 
@@ -46,6 +49,20 @@ class File(unittest.TestCase):
             told = re.search(re.escape(utf16(name)) + rb"(?:\0\0)+((?:[^\0]\0)+)", data)
             self.assertEqual(told[1].decode("utf-16-le"), value, name)
         self.assertIn(b">UTF-8</activeCodePage>", data)
+
+    def test_icon(self) -> None:
+        """The program has it in each size, drawn as the script draws."""
+        icon = (ROOT / "packaging" / "windows" / "morvane.ico").read_bytes()
+        script = runpy.run_path(str(ROOT / "packaging" / "windows" / "draw-icon.py"))
+        data = PROGRAM.read_bytes()
+        for number, size in enumerate(script["SIZES"]):
+            length, place = struct.unpack_from("<II", icon, 6 + 16 * number + 8)
+            image = icon[place : place + length]
+            self.assertEqual(struct.unpack_from(">II", image, 16), (size, size))
+            self.assertIn(image, data)
+            if size < 256:  # the largest takes seconds
+                pixels = zlib.decompress(image[41:-16])  # between the heads and the ends of its chunks
+                self.assertEqual(pixels, script["rows"](size))
 
 
 class Files(FolderTest):
