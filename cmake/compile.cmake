@@ -119,6 +119,10 @@ if(WIN32) # code is position-independent there if the linker says so
   target_link_options(morvane_options INTERFACE -Wno-stringop-overflow) # of std::string, where all is inlined
   # Variables are never another library's: without this each use of one asks a table where it lies.
   target_compile_options(morvane_options INTERFACE -mcmodel=small)
+  # g++ does not align the stack to more than 16 bytes there, but moves wider vectors as if it had: the assembler
+  # writes moves that ask for no alignment.
+  target_compile_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
+  target_link_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
 endif()
 
 # A variant (cmake/variants.cmake) is one relocatable object. It is optimised as the whole program that it nearly is:
