@@ -1,12 +1,10 @@
 #include "uci/uci.h"
 
-#include "base/files.h"
 #include "base/output.h"
 #include "base/outputline.h"
 #include "base/parse.h"
 #include "base/words.h"
 #include "board/movegen.h"
-#include "platform/console.h"
 #include "search/thread.h"
 #include "search/tt.h"
 #include "tools/bench.h"
@@ -242,11 +240,11 @@ std::string_view trimmedEnd(std::string_view line) {
 
 } // namespace
 
-void uciLoop() {
+void uciLoop(Files::LineReader::Source source) {
     initThreads();
     gPos.setFen(kStartFen);
     using Status = Files::LineReader::Status;
-    Files::LineReader input(Console::input());
+    Files::LineReader input(source);
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong)
