@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <iostream>
 #include <memory>
 #include <mutex>
-#include <streambuf>
+#include <optional>
+#include <span>
 #include <thread>
 
 /// The input is a stream of commands for the loop. A model of the loop says what has to be printed;
@@ -23,13 +23,13 @@ using UciModel::Script;
 
 /// The loop on a thread of its own, and its standard input. It lives through many streams: starting
 /// it costs as much as twenty of them.
-class Loop : private std::streambuf {
+class Loop {
   public:
-    Loop() : before_(std::cin.rdbuf(this)) {
-        std::cin.clear();
-        thread_ = std::thread(uciLoop);
+    Loop() {
+        reading_ = this;
+        thread_ = std::thread(uciLoop, read);
     }
-    ~Loop() override {
+    ~Loop() {
         {
             const std::lock_guard lock(mutex_);
             ended_ = true;
@@ -37,7 +37,6 @@ class Loop : private std::streambuf {
         }
         if (thread_.joinable()) // no "quit" has ended it
             thread_.join();
-        std::cin.rdbuf(before_);
     }
 
     /// Hands the lines out and returns when the loop asks for more, or ends.
@@ -62,8 +61,16 @@ class Loop : private std::streambuf {
     }
 
   private:
-    /// Hands out one line. Lets small searches end first.
-    int_type underflow() override {
+    /// The loop's standard input.
+    static std::optional<std::size_t> read(std::span<char> space) {
+        const std::string text = reading_->nextLine();
+        require(text.size() <= space.size(), "the loop has room for a line");
+        std::copy(text.begin(), text.end(), space.begin());
+        return text.size();
+    }
+
+    /// Hands out one line, or nothing at the end. Lets small searches end first.
+    std::string nextLine() {
         std::unique_lock lock(mutex_);
         if (next_ > 0 && next_ <= lines_.size() && lines_[next_ - 1].awaitsSearch)
             gThreads.waitForSearchFinished();
@@ -73,19 +80,16 @@ class Loop : private std::streambuf {
         }
         changed_.wait(lock, [this] { return next_ < lines_.size() || ended_; });
         if (next_ >= lines_.size())
-            return traits_type::eof();
-        line_ = lines_[next_++].text + '\n';
-        setg(line_.data(), line_.data(), line_.data() + line_.size());
-        return traits_type::to_int_type(line_.front());
+            return {};
+        return lines_[next_++].text + '\n';
     }
 
-    std::streambuf* before_;
+    static inline Loop* reading_ = nullptr;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<UciModel::Line> lines_;
     std::size_t next_ = 1; // one more than there are lines: all are served
     bool ended_ = false;
-    std::string line_;
     std::thread thread_;
 };
 

@@ -1,14 +1,18 @@
 #include "base/files.h"
 
 #include "platform/console.h"
-#include "platform/file.h"
 
+#include <algorithm>
 #include <cassert>
-#include <filesystem>
-#include <limits>
-#include <system_error>
+#include <cstring>
 
 namespace Files {
+
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{1} << 14; // what is read at once
+
+} // namespace
 
 bool RecordWriter::open(const std::string& path) {
     Console::ignoreWriteSignals(); // a limit on file sizes shall be told like a full disk
@@ -44,35 +48,61 @@ bool RecordWriter::close() {
 }
 
 bool LineReader::open(const std::string& path) {
-    file_.open(path, std::ios::binary);
-    if (!file_.is_open() && isFolderNeverOpened(path)) { // told when it is read, as elsewhere
-        file_.setstate(std::ios::badbit);
+    file_.reset(std::fopen(path.c_str(), "rb"));
+    if (!file_ && isFolderNeverOpened(path)) { // told when it is read, as elsewhere
+        hasFailed_ = hasEnded_ = true;
         return true;
     }
-    return file_.is_open();
+    return file_ != nullptr;
+}
+
+/// Reads on behind what is unread, unless there was nothing more the last time.
+void LineReader::readMore() {
+    if (hasEnded_)
+        return;
+    if (unread_.data() != buffer_.get())
+        std::memmove(buffer_.get(), unread_.data(), unread_.size());
+    const std::span<char> space{buffer_.get() + unread_.size(),
+                                std::min(kBlock, kCapacity - unread_.size())};
+    const std::optional<std::size_t> count = file_ ? readFile(file_.get(), space) : source_(space);
+    hasFailed_ = !count;
+    hasEnded_ = count.value_or(0) == 0;
+    unread_ = {buffer_.get(), unread_.size() + count.value_or(0)};
+}
+
+/// Drops what is unread, up to the end of the line.
+void LineReader::skipLine() {
+    std::size_t end = std::string_view::npos;
+    while (end == std::string_view::npos && !hasEnded_) {
+        unread_ = {buffer_.get(), 0};
+        readMore();
+        end = unread_.find('\n');
+    }
+    if (end != std::string_view::npos)
+        unread_.remove_prefix(end + 1);
 }
 
 LineReader::Status LineReader::next(std::string_view& line) {
-    stream_->getline(buffer_.get(), kLongestLine + 1);
-    if (stream_->bad())
-        return Status::Error;
-    const auto size = static_cast<std::size_t>(stream_->gcount());
-    if (stream_->eof()) { // the last line needs no end
-        line = {buffer_.get(), size};
-        return size == 0 ? Status::End : Status::Line;
+    std::size_t end = unread_.find('\n');
+    while (end == std::string_view::npos && unread_.size() <= kLongestLine && !hasEnded_) {
+        const std::size_t searched = unread_.size();
+        readMore();
+        end = unread_.find('\n', searched);
     }
-    if (stream_->fail()) {
-        stream_->clear();
-        stream_->ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-        return Status::TooLong;
+    if (end == std::string_view::npos) {
+        if (unread_.size() > kLongestLine) {
+            skipLine();
+            return Status::TooLong;
+        }
+        if (hasFailed_)
+            return Status::Error;
+        if (unread_.empty())
+            return Status::End;
+        end = unread_.size(); // the last line needs no end
     }
-    line = {buffer_.get(), size - 1};
+    line = unread_.substr(0, end);
+    unread_.remove_prefix(std::min(end + 1, unread_.size()));
     return Status::Line;
-}
-
-bool areSameFile(const std::string& a, const std::string& b) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(a, error) && std::filesystem::equivalent(a, b, error);
 }
 
 } // namespace Files

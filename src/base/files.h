@@ -1,10 +1,12 @@
 #pragma once
 
+#include "platform/file.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <fstream>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -34,11 +36,7 @@ class RecordWriter {
     bool close();
 
   private:
-    struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
-    std::unique_ptr<std::FILE, Closer> file_;
+    OwnedFile file_;
     bool isOurs_ = false;    // it holds nothing but records
     std::uint64_t size_ = 0; // of the records
 };
@@ -52,12 +50,16 @@ class LineReader {
 
     enum class Status { Line, TooLong, End, Error };
 
+    /// Reads what there is, at most as much as fits, and returns the number of bytes, 0 at the end,
+    /// nothing if reading fails: as Console::read does.
+    using Source = std::optional<std::size_t> (*)(std::span<char> space);
+
     LineReader() = default;
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
 
-    /// Reads from a stream that outlives the reader instead of from a file.
-    explicit LineReader(std::istream& stream) : stream_(&stream) {}
+    /// Reads from a source instead of from a file.
+    explicit LineReader(Source source) : source_(source) {}
 
     /// Returns false if the file cannot be opened.
     bool open(const std::string& path);
@@ -67,13 +69,17 @@ class LineReader {
     Status next(std::string_view& line);
 
   private:
-    std::ifstream file_;
-    std::istream* stream_ = &file_;
-    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(kLongestLine + 1);
-};
+    static constexpr std::size_t kCapacity = kLongestLine + 1; // with the end of the line
 
-/// Whether both paths lead to one regular file: what reads the first and writes the second would
-/// destroy it.
-bool areSameFile(const std::string& a, const std::string& b);
+    void readMore();
+    void skipLine();
+
+    OwnedFile file_;
+    Source source_ = nullptr;
+    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(kCapacity);
+    std::string_view unread_{buffer_.get(), 0}; // within the buffer
+    bool hasEnded_ = false;
+    bool hasFailed_ = false;
+};
 
 } // namespace Files

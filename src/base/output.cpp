@@ -25,7 +25,6 @@ namespace Output {
 
 void init() {
     Console::fillClosedStreams();
-    Console::separateInputFromStdio();
     Console::passBytesUnchanged();
     Console::ignoreWriteSignals();
 }

@@ -36,8 +36,8 @@ inline bool staysOnLine(Square end, Square from, Square to) {
 class LegalityInfo {
   public:
     /// `inCheck` says whether the side to move is in check. The board must be in this position at
-    /// each question.
-    LegalityInfo(const Board& board, bool inCheck)
+    /// each question. Left to itself, g++ inlines this or not by the size of the whole program.
+    [[gnu::always_inline]] LegalityInfo(const Board& board, bool inCheck)
         : board_(board),
           king_(board.kingSquare(board.sideToMove)),
           pinned_(soleBlockers(board, king_, ~board.sideToMove)),

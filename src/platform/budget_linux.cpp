@@ -1,10 +1,13 @@
 #include "platform/budget_linux.h"
 
+#include "platform/file.h"
 #include "platform/memory.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+#include <charconv>
+#include <cstdio>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 #include <unistd.h>
@@ -15,23 +18,55 @@ namespace {
 
 constexpr std::uint64_t kKiB = 1024;
 
-/// The number that a file holds; `missing` if it holds none ("max", for example) or is not there.
-std::uint64_t numberIn(const std::string& path, std::uint64_t missing) {
-    std::ifstream file(path);
+/// What a file holds; nothing if it is not there.
+std::string contentOf(const std::string& path) {
+    std::string content;
+    const OwnedFile file(std::fopen(path.c_str(), "r"));
+    if (!file)
+        return content;
+    char block[4096];
+    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
+        content.append(block, count);
+    return content;
+}
+
+/// Takes the first line off a text.
+std::string_view takeLine(std::string_view& text) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    return line;
+}
+
+/// Takes the first word off a text; none is left if it is empty.
+std::string_view takeWord(std::string_view& text) {
+    constexpr std::string_view kBlanks = " \t\n";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+/// The number that a word is; `missing` if it is none ("max", for example).
+std::uint64_t numberFrom(std::string_view word, std::uint64_t missing) {
     std::uint64_t value = 0;
-    return file >> value ? value : missing;
+    const auto error = std::from_chars(word.data(), word.data() + word.size(), value).ec;
+    return error == std::errc{} ? value : missing;
+}
+
+/// The number that a file begins with; `missing` if there is none.
+std::uint64_t numberIn(const std::string& path, std::uint64_t missing) {
+    const std::string content = contentOf(path);
+    std::string_view text = content;
+    return numberFrom(takeWord(text), missing);
 }
 
 /// The number behind a name at the beginning of a line; `missing` if there is no such line.
-std::uint64_t numberOf(const std::string& path, const std::string& name, std::uint64_t missing) {
-    std::ifstream file(path);
-    std::string line;
-    while (std::getline(file, line)) {
-        std::istringstream words(line);
-        std::string word;
-        std::uint64_t value = 0;
-        if (words >> word && word == name && words >> value)
-            return value;
+std::uint64_t numberOf(const std::string& path, std::string_view name, std::uint64_t missing) {
+    const std::string content = contentOf(path);
+    for (std::string_view text = content; !text.empty();) {
+        std::string_view line = takeLine(text);
+        if (takeWord(line) == name)
+            return numberFrom(takeWord(line), missing);
     }
     return missing;
 }
@@ -86,17 +121,17 @@ std::uint64_t roomInGroups(const std::string& root) {
                                  "/memory.current",
                                  {"/memory.max", "/memory.high"},
                                  {"inactive_file", "active_file"}};
-    std::ifstream list(root + "/proc/self/cgroup");
-    std::string line;
+    const std::string list = contentOf(root + "/proc/self/cgroup");
     std::uint64_t room = kUnlimited;
-    while (std::getline(list, line)) {
+    for (std::string_view text = list; !text.empty();) {
+        const std::string_view line = takeLine(text);
         const std::size_t first = line.find(':');
         const std::size_t second = line.find(':', first + 1);
-        if (first == std::string::npos || second == std::string::npos)
+        if (first == std::string_view::npos || second == std::string_view::npos)
             continue;
         std::string controllers(",");
         controllers.append(line, first + 1, second - first - 1).append(",");
-        std::string group = line.substr(second + 1);
+        std::string group(line.substr(second + 1));
         if (group.empty() || group.front() != '/')
             continue;
         if (group == "/")
@@ -111,11 +146,10 @@ std::uint64_t roomInGroups(const std::string& root) {
 
 /// What this process holds. The second number of the file counts pages.
 std::uint64_t heldBytes(const std::string& root) {
-    std::ifstream file(root + "/proc/self/statm");
-    std::uint64_t mapped = 0;
-    std::uint64_t held = 0;
-    const long pageSize = sysconf(_SC_PAGESIZE);
-    return file >> mapped >> held ? held * static_cast<std::uint64_t>(pageSize) : 0;
+    const std::string content = contentOf(root + "/proc/self/statm");
+    std::string_view text = content;
+    takeWord(text);
+    return numberFrom(takeWord(text), 0) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <iosfwd>
+#include <optional>
+#include <span>
 #include <string_view>
 
 /// The standard streams as the system knows them. What a text is and who may write when is the
@@ -18,17 +19,13 @@ void fillClosedStreams();
 /// takes and shows UTF-8 until the program ends.
 void passBytesUnchanged();
 
-/// Standard input as a stream. Streams have code of their own that runs before `main`; only here it
-/// is sure to be compiled for every processor.
-std::istream& input();
-
-/// From now on `input` reads blocks of its own, not through the C library. Called before anything
-/// is read.
-void separateInputFromStdio();
-
 /// From now on a write that fails, to files as well, shows so in its result alone: no signal ends
 /// the program because a reader has gone or a file has reached its largest size.
 void ignoreWriteSignals();
+
+/// Reads from standard input what there is, at most as much as fits, and waits until there is
+/// something. Returns the number of bytes, 0 at the end, nothing if reading fails.
+std::optional<std::size_t> read(std::span<char> space);
 
 /// Writes all of a text, with one call of the system unless that takes less than all. Waits as long
 /// as it takes. Returns false if it cannot be done.

@@ -16,6 +16,13 @@ int numberOf(Stream stream) {
     return kNumbers[static_cast<int>(stream)];
 }
 
+/// Waits until an event, one of poll's, at most `ms` milliseconds (below 0: for ever). Returns
+/// whether there is one.
+bool waitFor(Stream stream, short event, int ms) {
+    pollfd entry{numberOf(stream), event, 0};
+    return poll(&entry, 1, ms) == 1;
+}
+
 } // namespace
 
 void fillClosedStreams() {
@@ -29,6 +36,18 @@ void passBytesUnchanged() {} // they do anyway
 void ignoreWriteSignals() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+std::optional<std::size_t> read(std::span<char> space) {
+    for (;;) {
+        const ssize_t count = ::read(numberOf(Stream::Input), space.data(), space.size());
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno == EAGAIN) // another process may have made the stream so
+            waitFor(Stream::Input, POLLIN, -1);
+        else if (errno != EINTR)
+            return {};
+    }
 }
 
 bool write(Stream stream, std::string_view text) {
@@ -45,8 +64,7 @@ bool write(Stream stream, std::string_view text) {
 }
 
 bool waitUntilReady(Stream stream, int ms) {
-    pollfd entry{numberOf(stream), POLLOUT, 0};
-    return poll(&entry, 1, ms) == 1;
+    return waitFor(stream, POLLOUT, ms);
 }
 
 bool isTerminal(Stream stream) {

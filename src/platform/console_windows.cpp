@@ -1,18 +1,16 @@
 #include "platform/console.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
-#include <fcntl.h>
-#include <io.h>
 #include <windows.h>
 
 namespace Console {
 
 namespace {
 
-constexpr std::size_t kLongestWrite = std::size_t{1} << 30; // the system counts by 32 bits
+// What one call reads or writes at most: the system counts by 32 bits.
+constexpr std::size_t kLongestPiece = std::size_t{1} << 30;
 
 HANDLE handleOf(Stream stream) {
     constexpr DWORD kHandles[] = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
@@ -51,8 +49,6 @@ void fillClosedStreams() {
 }
 
 void passBytesUnchanged() {
-    if (const int input = _fileno(stdin); input >= 0) // where there is one
-        _setmode(input, _O_BINARY);
     gInputPage = GetConsoleCP();
     gOutputPage = GetConsoleOutputCP();
     if (gInputPage == 0 || gOutputPage == 0) // there is no console
@@ -65,10 +61,20 @@ void passBytesUnchanged() {
 
 void ignoreWriteSignals() {} // the system has none
 
+std::optional<std::size_t> read(std::span<char> space) {
+    DWORD count = 0;
+    const auto size = static_cast<DWORD>(std::min(space.size(), kLongestPiece));
+    if (ReadFile(handleOf(Stream::Input), space.data(), size, &count, nullptr))
+        return count;
+    if (GetLastError() == ERROR_BROKEN_PIPE) // nobody writes any more
+        return 0;
+    return {};
+}
+
 bool write(Stream stream, std::string_view text) {
     while (!text.empty()) {
         DWORD count = 0;
-        const auto size = static_cast<DWORD>(std::min(text.size(), kLongestWrite));
+        const auto size = static_cast<DWORD>(std::min(text.size(), kLongestPiece));
         if (!WriteFile(handleOf(stream), text.data(), size, &count, nullptr))
             return false;
         if (count == 0) // a pipe that somebody has told not to wait

@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "base/output.h"
+#include "platform/file.h"
 #include "tools/dataline.h"
 #include "tools/messages.h"
 #include "tools/tune.h"
@@ -90,7 +91,7 @@ int runFeatureExport(const std::string& in, const std::string& out) {
     Files::LineReader reader;
     if (!reader.open(in))
         return fail(Messages::exportInputNotOpened(in));
-    if (Files::areSameFile(in, out))
+    if (areSameFile(in, out))
         return fail(Messages::exportOntoItself(out));
     Files::RecordWriter writer;
     if (!writer.open(out) || !writer.clear())

@@ -57,7 +57,7 @@ int evalTraceMode(Arguments arguments) {
 /// Filter: a FEN a line in, annotations after a semicolon ignored; its end-game scale out.
 int egScaleMode(Arguments) {
     using Status = Files::LineReader::Status;
-    Files::LineReader input(Console::input());
+    Files::LineReader input(Console::read);
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong || !gBoard.setFen(line.substr(0, line.find(';')))) {

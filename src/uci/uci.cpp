@@ -1,11 +1,10 @@
 #include "uci/uci.h"
 
-#include "base/files.h"
 #include "base/output.h"
 #include "base/outputline.h"
 #include "base/parse.h"
+#include "base/words.h"
 #include "board/movegen.h"
-#include "platform/console.h"
 #include "search/thread.h"
 #include "search/tt.h"
 #include "tools/bench.h"
@@ -17,7 +16,6 @@
 
 #include <exception>
 #include <new>
-#include <sstream>
 #include <string>
 
 namespace {
@@ -25,29 +23,26 @@ namespace {
 /// The position that "go" searches.
 Board gPos;
 
-using Tokens = std::istringstream;
-
-/// Joins tokens with single blanks up to the word `end`, which is taken as well, or to the end of
+/// Joins words with single blanks up to the word `end`, which is taken as well, or to the end of
 /// the line. Sets `found` if it met the word.
-std::string joinUntil(Tokens& tokens, std::string_view end, bool& found) {
+std::string joinUntil(Words& words, std::string_view end, bool& found) {
     std::string text;
-    std::string token;
     found = false;
-    while (tokens >> token) {
-        if (token == end) {
+    for (std::string_view word; words.next(word);) {
+        if (word == end) {
             found = true;
             break;
         }
         if (!text.empty())
             text += ' ';
-        text += token;
+        text += word;
     }
     return text;
 }
 
 // --- commands ---
 
-void uciCommand(Tokens&) {
+void uciCommand(Words&) {
     const auto idLine = [](std::string_view what, std::string_view text) {
         OutputLine().add("id ").add(what).add(" ").add(text).print();
     };
@@ -68,34 +63,33 @@ void uciCommand(Tokens&) {
     gTT.prefaultPages(); // a client that says hello will want to play
 }
 
-void isReadyCommand(Tokens&) {
+void isReadyCommand(Words&) {
     Output::write("readyok\n");
 }
 
-void newGameCommand(Tokens&) {
+void newGameCommand(Words&) {
     gTT.clear();
     gTT.prefaultPages();
     gPos.setFen(kStartFen);
 }
 
-void setOptionCommand(Tokens& tokens) {
-    std::string skipped; // "name"
-    tokens >> skipped;
+void setOptionCommand(Words& words) {
+    std::string_view skipped; // "name"
+    words.next(skipped);
     bool found = false;
-    std::string name = joinUntil(tokens, "value", found);
+    std::string name = joinUntil(words, "value", found);
     bool unused = false;
-    const std::string value = joinUntil(tokens, "", unused); // no token is empty: to the line's end
+    const std::string value = joinUntil(words, "", unused); // no word is empty: to the line's end
     setUciOption(std::move(name), value);
 }
 
 /// Plays the moves of a "position" command. The first one that cannot be played ends the list.
-void playMoves(Board& board, Tokens& tokens) {
-    std::string text;
-    while (tokens >> text) {
+void playMoves(Board& board, Words& words) {
+    for (std::string_view text; words.next(text);) {
         const Move parsed = parseUCIMove(text);
         const Move m = parsed ? matchMove(board, parsed) : 0;
         if (m == 0 || !board.isLegal(m)) {
-            infoString(Messages::positionIllegalMove(text));
+            infoString(Messages::positionIllegalMove(std::string(text)));
             return;
         }
         board.makeMove(m);
@@ -103,19 +97,19 @@ void playMoves(Board& board, Tokens& tokens) {
     }
 }
 
-void positionCommand(Tokens& tokens) {
+void positionCommand(Words& words) {
     static Board board; // the working copy: too large for a comfortable stack frame
-    std::string word;
+    std::string_view word;
     bool moves = false;
-    if (!(tokens >> word)) {
+    if (!words.next(word)) {
         infoString(std::string(Messages::kPositionMissing));
         return;
     }
     if (word == "startpos") {
         board.setFen(kStartFen);
-        moves = tokens >> word && word == "moves";
+        moves = words.next(word) && word == "moves";
     } else if (word == "fen") {
-        const std::string fen = joinUntil(tokens, "moves", moves);
+        const std::string fen = joinUntil(words, "moves", moves);
         if (fen.empty()) {
             infoString(std::string(Messages::kPositionEmptyFen));
             return;
@@ -125,18 +119,17 @@ void positionCommand(Tokens& tokens) {
             return;
         }
     } else {
-        infoString(Messages::positionUnknown(word));
+        infoString(Messages::positionUnknown(std::string(word)));
         return;
     }
     if (moves)
-        playMoves(board, tokens);
+        playMoves(board, words);
     gPos = board;
 }
 
-/// Reads the limits of a "go" command. Unknown words are skipped; a value that is no number ends
-/// the list, and the value is then what reading a stream leaves: 0, or the nearest number of the
-/// type.
-SearchLimits parseLimits(Tokens& tokens) {
+/// Reads the limits of a "go" command. Unknown words are skipped; a value that is no number of its
+/// type ends the list, and is then 0 or the nearest one.
+SearchLimits parseLimits(Words& words) {
     SearchLimits limits;
     struct Field {
         std::string_view word;
@@ -148,33 +141,32 @@ SearchLimits parseLimits(Tokens& tokens) {
         {"winc", &SearchLimits::winc},           {"binc", &SearchLimits::binc},
         {"movestogo", &SearchLimits::movestogo},
     };
-    std::string word;
-    while (tokens >> word) {
+    for (std::string_view word; words.next(word);) {
         if (word == "infinite")
             limits.infinite = true;
         else if (word == "nodes")
-            tokens >> limits.nodes;
+            words.next(limits.nodes);
         for (const Field& field : kFields)
             if (word == field.word)
-                tokens >> limits.*field.value;
+                words.next(limits.*field.value);
     }
     return limits;
 }
 
-void goCommand(Tokens& tokens) {
-    gThreads.startThinking(gPos, parseLimits(tokens));
+void goCommand(Words& words) {
+    gThreads.startThinking(gPos, parseLimits(words));
 }
 
-void stopCommand(Tokens&) {} // stopping is all; the search answers itself
+void stopCommand(Words&) {} // stopping is all; the search answers itself
 
-void displayCommand(Tokens&) {
+void displayCommand(Words&) {
     Output::write("fen: " + gPos.fen() + "\n");
 }
 
-void perftCommand(Tokens& tokens) {
-    std::string text;
+void perftCommand(Words& words) {
+    std::string_view text;
     int depth = 1;
-    if (tokens >> text && !parseIntStrict(text, depth))
+    if (words.next(text) && !parseIntStrict(text, depth))
         depth = 0;
     if (canDivide(gPos, depth))
         printDivide(gPos, depth);
@@ -182,9 +174,9 @@ void perftCommand(Tokens& tokens) {
         infoString(Messages::badDepth("perft"));
 }
 
-void benchSearchCommand(Tokens& tokens) {
+void benchSearchCommand(Words& words) {
     int depth = 0;
-    if (!(tokens >> depth))
+    if (!words.next(depth))
         depth = 0;
     runBenchSearch(depth);
 }
@@ -192,7 +184,7 @@ void benchSearchCommand(Tokens& tokens) {
 struct Command {
     std::string_view word;
     bool stopsSearch; // first, whatever the search was doing
-    void (*run)(Tokens&);
+    void (*run)(Words&);
 };
 
 constexpr Command kCommands[] = {
@@ -210,16 +202,16 @@ constexpr Command kCommands[] = {
 
 /// Serves one line; returns false on "quit".
 bool serve(std::string_view line) {
-    Tokens tokens{std::string(line)};
-    std::string word;
-    tokens >> word;
+    Words words(line);
+    std::string_view word;
+    words.next(word);
     if (word == "quit")
         return false;
     for (const Command& command : kCommands)
         if (word == command.word) {
             if (command.stopsSearch)
                 stopSearch();
-            command.run(tokens);
+            command.run(words);
             return true;
         }
     // A client may send what this engine does not know; a person has mistyped something.
@@ -248,11 +240,11 @@ std::string_view trimmedEnd(std::string_view line) {
 
 } // namespace
 
-void uciLoop() {
+void uciLoop(Files::LineReader::Source source) {
     initThreads();
     gPos.setFen(kStartFen);
     using Status = Files::LineReader::Status;
-    Files::LineReader input(Console::input());
+    Files::LineReader input(source);
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong)

@@ -8,13 +8,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <sstream>
+#include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
-using Files::areSameFile;
 using Files::LineReader;
 using Files::RecordWriter;
 using TempFiles::Folder;
@@ -161,13 +162,11 @@ TEST_F(RecordWriterTest, TellsAFailureOfTheSystemToClose) {
 
 // --- reading lines ---
 
-/// What a reader makes of a file: its lines, or "<too long>", up to the end. "<error>" ends it,
-/// too.
-std::vector<std::string> linesAt(const std::string& path) {
-    LineReader reader;
-    if (!reader.open(path))
-        return {"<not opened>"};
-    std::vector<std::string> lines;
+using Lines = std::vector<std::string>;
+
+/// What a reader finds: lines, or "<too long>", up to the end. "<error>" ends it, too.
+Lines linesOf(LineReader& reader) {
+    Lines lines;
     std::string_view line;
     for (;;)
         switch (reader.next(line)) {
@@ -179,15 +178,18 @@ std::vector<std::string> linesAt(const std::string& path) {
             break;
         case LineReader::Status::Error:
             lines.emplace_back("<error>");
+            EXPECT_EQ(reader.next(line), LineReader::Status::Error) << "whoever asks again";
             return lines;
         case LineReader::Status::End:
-            // Whoever asks again gets the same answer.
-            EXPECT_EQ(reader.next(line), LineReader::Status::End);
+            EXPECT_EQ(reader.next(line), LineReader::Status::End) << "whoever asks again";
             return lines;
         }
 }
 
-using Lines = std::vector<std::string>;
+Lines linesAt(const std::string& path) {
+    LineReader reader;
+    return reader.open(path) ? linesOf(reader) : Lines{"<not opened>"};
+}
 
 Lines linesOf(std::string_view content) {
     const Folder folder;
@@ -227,18 +229,68 @@ TEST(LineReader, TheLongestLineIsALineAndALongerOneIsSkippedWhole) {
               (Lines{"<too long>", "<too long>", "next"}));
 }
 
-TEST(LineReader, ReadsAStreamAsWell) {
-    std::istringstream stream("one\n\ntwo");
-    LineReader reader(stream);
+/// Hands out what a test puts here, one text for each read, then the end or a failure.
+std::vector<std::string> gTexts;
+bool gFailsThen = false;
+
+std::optional<std::size_t> readTexts(std::span<char> space) {
+    if (gTexts.empty())
+        return gFailsThen ? std::nullopt : std::optional<std::size_t>(0);
+    const std::string text = gTexts.front();
+    gTexts.erase(gTexts.begin());
+    EXPECT_LE(text.size(), space.size());
+    std::copy(text.begin(), text.end(), space.begin());
+    return text.size();
+}
+
+Lines linesOfTexts(const std::vector<std::string>& texts, bool failsThen = false) {
+    gTexts = texts;
+    gFailsThen = failsThen;
+    LineReader reader(readTexts);
+    return linesOf(reader);
+}
+
+TEST(LineReader, LinesOfASourceMayComeInPieces) {
+    EXPECT_EQ(linesOfTexts({"one\n\ntwo"}), (Lines{"one", "", "two"}));
+    EXPECT_EQ(linesOfTexts({"o", "n", "e", "\n", "\n", "tw", "o\nth", "ree\n"}),
+              (Lines{"one", "", "two", "three"}));
+    EXPECT_EQ(linesOfTexts({}), Lines{});
+}
+
+TEST(LineReader, AsksForMoreOnlyWhenItsLinesAreGone) {
+    gTexts = {"one\ntwo\nth", "ree\n", "four\n"};
+    LineReader reader(readTexts);
     std::string_view line;
-    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
-    EXPECT_EQ(line, "one");
-    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
-    EXPECT_EQ(line, "");
-    ASSERT_EQ(reader.next(line), LineReader::Status::Line);
-    EXPECT_EQ(line, "two");
+    for (const std::size_t left : {2U, 2U, 1U, 0U}) {
+        ASSERT_EQ(reader.next(line), LineReader::Status::Line);
+        EXPECT_EQ(gTexts.size(), left) << line;
+    }
+}
+
+TEST(LineReader, AFailureEndsItAfterTheWholeLines) {
+    EXPECT_EQ(linesOfTexts({"one\ntwo\nthr"}, true), (Lines{"one", "two", "<error>"}));
+}
+
+TEST(LineReader, LooksNoFurtherThanTheEnd) {
+    gTexts = {};
+    gFailsThen = false;
+    LineReader reader(readTexts);
+    std::string_view line;
     EXPECT_EQ(reader.next(line), LineReader::Status::End);
+    gTexts = {"more\n"};
     EXPECT_EQ(reader.next(line), LineReader::Status::End);
+}
+
+TEST(LineReader, LinesOfAnyLengthAndPlaceInTheBlocks) {
+    std::string text;
+    Lines lines;
+    for (std::size_t size = 0; size < 200000; size = size * 3 / 2 + 1) {
+        lines.push_back(std::string(size, static_cast<char>('a' + size % 26)));
+        lines.push_back(std::to_string(size));
+    }
+    for (const std::string& line : lines)
+        text += line + '\n';
+    EXPECT_TRUE(linesOf(text) == lines);
 }
 
 TEST(LineReader, OpensNoMissingFile) {
@@ -254,46 +306,6 @@ TEST(LineReader, TellsThatReadingFailed) {
 
 TEST(LineReader, ReadsWhatHasNoSize) {
     EXPECT_EQ(linesAt("/dev/null"), Lines{});
-}
-
-// --- telling files apart ---
-
-class AreSameFile : public testing::Test {
-  protected:
-    Folder folder;
-    const std::string file = folder.write("file", "content");
-};
-
-TEST_F(AreSameFile, OneFileUnderAnyName) {
-    EXPECT_TRUE(areSameFile(file, file));
-    EXPECT_TRUE(areSameFile(file, folder.path() + "/./file"));
-    const std::string symbolic = folder.pathOf("symbolic");
-    const std::string hard = folder.pathOf("hard");
-    std::filesystem::create_symlink("file", symbolic);
-    std::filesystem::create_hard_link(file, hard);
-    for (const std::string& link : {symbolic, hard}) {
-        EXPECT_TRUE(areSameFile(file, link)) << link;
-        EXPECT_TRUE(areSameFile(link, file)) << link;
-    }
-}
-
-TEST_F(AreSameFile, TwoFilesWithTheSameContentAreTwo) {
-    EXPECT_FALSE(areSameFile(file, folder.write("other", "content")));
-}
-
-TEST_F(AreSameFile, AMissingFileIsLikeNoOther) {
-    const std::string missing = folder.pathOf("missing");
-    const std::string dangling = folder.pathOf("dangling");
-    std::filesystem::create_symlink("missing", dangling);
-    EXPECT_FALSE(areSameFile(file, missing));
-    EXPECT_FALSE(areSameFile(missing, file));
-    EXPECT_FALSE(areSameFile(missing, missing));
-    EXPECT_FALSE(areSameFile(dangling, missing));
-}
-
-TEST_F(AreSameFile, WhatCannotBeDestroyedIsNoFile) {
-    EXPECT_FALSE(areSameFile("/dev/null", "/dev/null"));
-    EXPECT_FALSE(areSameFile(folder.path(), folder.path()));
 }
 
 } // namespace

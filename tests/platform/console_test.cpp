@@ -1,11 +1,15 @@
 #include "platform/console.h"
 
+#include "support/standard_stream.h"
 #include "support/temp_files.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <optional>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,24 +18,48 @@ using Console::Stream;
 
 namespace {
 
-/// Something else in the place of a standard stream, until the end.
-class Instead {
-  public:
-    Instead(int stream, int file) : stream_(stream), before_(dup(stream)) {
-        dup2(file, stream_);
-        close(file);
-    }
-    ~Instead() {
-        dup2(before_, stream_);
-        close(before_);
-    }
-    Instead(const Instead&) = delete;
-    Instead& operator=(const Instead&) = delete;
+/// What a read finds; "<end>" or "<error>".
+std::string readInput(std::size_t size) {
+    std::string text(size, '\0');
+    const std::optional<std::size_t> count = Console::read(text);
+    if (!count)
+        return "<error>";
+    text.resize(*count);
+    return text.empty() ? "<end>" : text;
+}
 
-  private:
-    int stream_;
-    int before_;
-};
+TEST(Console, ReadsWhatThereIsWithoutWaitingForMore) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const Instead input(STDIN_FILENO, ends[0]);
+    ASSERT_EQ(write(ends[1], "one\ntwo\n", 8), 8);
+    EXPECT_EQ(readInput(100), "one\ntwo\n");
+    ASSERT_EQ(write(ends[1], "a\0\r\x1a", 4), 4);
+    EXPECT_EQ(readInput(3), (std::string{'a', '\0', '\r'}));
+    EXPECT_EQ(readInput(3), "\x1a");
+    close(ends[1]);
+    EXPECT_EQ(readInput(100), "<end>");
+}
+
+TEST(Console, WaitsForInputEvenWhereReadingDoesNot) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const Instead input(STDIN_FILENO, ends[0]);
+    ASSERT_EQ(fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK), 0);
+    std::thread writer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(write(ends[1], "late", 4), 4);
+    });
+    EXPECT_EQ(readInput(100), "late");
+    writer.join();
+    close(ends[1]);
+    EXPECT_EQ(readInput(100), "<end>");
+}
+
+TEST(Console, TellsThatReadingFailed) {
+    const Instead folder(STDIN_FILENO, open("/", O_RDONLY));
+    EXPECT_EQ(readInput(100), "<error>");
+}
 
 TEST(Console, WritesAllOfATextToItsStream) {
     const TempFiles::Folder folder;

@@ -14,6 +14,9 @@
 /// linker only sees the calls that are made; this sees the includes. What belongs to a system, by
 /// its headers or its names, belongs into the sources of the lowest layer, platform. What belongs
 /// to a processor (`__BMI2__`, for example) may stand anywhere.
+///
+/// No layer uses the streams of the standard library, nor what is built on them: they have code
+/// that runs before main, and with it a program that holds its libraries is half a megabyte larger.
 namespace {
 
 namespace fs = std::filesystem;
@@ -67,6 +70,19 @@ std::vector<std::string> systemParts(std::istream& source) {
     return parts;
 }
 
+/// The headers of streams, and of what is built on them, that a source text includes.
+std::vector<std::string> streamHeaders(std::istream& source) {
+    static const std::regex kInclude(
+        R"(^\s*#\s*include\s*<(ios|iosfwd|iostream|istream|ostream|fstream|sstream|strstream|spanstream)"
+        R"(|syncstream|streambuf|iomanip|locale|codecvt|regex|filesystem)>.*)");
+    std::vector<std::string> headers;
+    std::smatch match;
+    for (std::string line; std::getline(source, line);)
+        if (std::regex_match(line, match, kInclude))
+            headers.push_back(match[1]);
+    return headers;
+}
+
 /// The includes that a file of `layer` must not have: of a higher layer, or of no layer at all.
 std::vector<std::string> refusedIncludes(const std::string& layer, std::istream& source) {
     std::vector<std::string> refused;
@@ -114,6 +130,16 @@ TEST(Layers, OnlySourcesOfThePlatformKnowTheSystem) {
     EXPECT_GT(used, 0U);
 }
 
+TEST(Layers, UseNoStreams) {
+    for (const fs::path& file : sourceFiles()) {
+        std::ifstream source(file);
+        ASSERT_TRUE(source.is_open()) << file;
+        for (const std::string& header : streamHeaders(source))
+            ADD_FAILURE() << file << " includes <" << header
+                          << ">: code that runs before main, and half a megabyte of it";
+    }
+}
+
 TEST(Layers, AreTheFoldersOfTheSourceTree) {
     std::set<std::string> found;
     for (const fs::path& file : sourceFiles())
@@ -132,6 +158,19 @@ TEST(Layers, RefuseAnIncludeFromAboveOrFromNoLayer) {
     EXPECT_EQ(
         refusedIncludes("board", source),
         (std::vector<std::string>{"eval/evaluate.h", "search/tt.h", "board.h", "../uci/uci.h"}));
+}
+
+TEST(Layers, RefuseHeadersOfStreams) {
+    std::istringstream source("#include <string>\n"
+                              "#include <iostream>\n"
+                              "  # include <fstream> // why\n"
+                              "#include <ios>\n"
+                              "#include \"base/ios.h\"\n"
+                              "// #include <sstream>\n"
+                              "#include <filesystem>\n"
+                              "#include <iterator>\n");
+    EXPECT_EQ(streamHeaders(source),
+              (std::vector<std::string>{"iostream", "fstream", "ios", "filesystem"}));
 }
 
 TEST(Layers, RefuseHeadersAndNamesOfASystem) {

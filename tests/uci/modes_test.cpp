@@ -5,10 +5,14 @@
 #include "uci/commandline.h"
 #include "uci/uci.h"
 
+#include "support/standard_stream.h"
+#include "support/temp_files.h"
+
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
 #include <initializer_list>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -25,17 +29,12 @@ struct Outcome {
 /// Runs `call` with `input` on standard input and what it prints caught.
 template <class Call>
 Outcome caught(const std::string& input, Call call) {
-    std::istringstream stream(input);
-    std::streambuf* before = std::cin.rdbuf(stream.rdbuf());
-    std::cin.clear();
+    const TempFiles::Folder folder;
+    const Instead typed(STDIN_FILENO, open(folder.write("input", input).c_str(), O_RDONLY));
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const int status = call();
-    Outcome run{status, testing::internal::GetCapturedStdout(),
-                testing::internal::GetCapturedStderr()};
-    std::cin.rdbuf(before);
-    std::cin.clear();
-    return run;
+    return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
 Outcome mode(std::initializer_list<std::string_view> arguments, const std::string& input = "") {
