@@ -117,6 +117,7 @@ if(WIN32) # code is position-independent there if the linker says so
     target_link_options(morvane_options INTERFACE -static)
   endif()
   target_link_options(morvane_options INTERFACE -Wno-stringop-overflow) # of std::string, where all is inlined
+  target_link_options(morvane_options INTERFACE -Wl,--no-insert-timestamp) # the same bytes at any time
   # Variables are never another library's: without this each use of one asks a table where it lies.
   target_compile_options(morvane_options INTERFACE -mcmodel=small)
 endif()
