@@ -128,6 +128,8 @@ if(MORVANE_VARIANT)
   set(MORVANE_PIE_LINK -r -nostdlib -fwhole-program -flto-partition=one -flinker-output=pie)
   if(WIN32)
     list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec")
+    # Without the import library that CMake asks for: the linker crashes over one of an object.
+    set(CMAKE_CXX_LINK_EXECUTABLE "<CMAKE_CXX_COMPILER> <FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
   else() # inline functions of two variants are not the same
     list(APPEND MORVANE_PIE_LINK -Wl,--force-group-allocation)
   endif()
