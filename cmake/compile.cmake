@@ -117,6 +117,7 @@ if(WIN32) # code is position-independent there if the linker says so
     target_link_options(morvane_options INTERFACE -static)
   endif()
   target_link_options(morvane_options INTERFACE -Wno-stringop-overflow) # of std::string, where all is inlined
+  target_link_options(morvane_options INTERFACE -Wl,--no-insert-timestamp) # the same bytes at any time
   # Variables are never another library's: without this each use of one asks a table where it lies.
   target_compile_options(morvane_options INTERFACE -mcmodel=small)
   # g++ does not align the stack to more than 16 bytes there, but moves wider vectors as if it had: the assembler
@@ -131,7 +132,7 @@ if(MORVANE_VARIANT)
   set(MORVANE_PIE_LINK -r -nostdlib -fwhole-program -flto-partition=one -flinker-output=pie)
   if(WIN32)
     list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec")
-    # Without the options for executables that CMake has there.
+    # Without the import library that CMake asks for: the linker crashes over one of an object.
     set(CMAKE_CXX_LINK_EXECUTABLE "<CMAKE_CXX_COMPILER> <FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
   else() # inline functions of two variants are not the same
     list(APPEND MORVANE_PIE_LINK -Wl,--force-group-allocation)

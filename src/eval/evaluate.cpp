@@ -21,8 +21,7 @@ void setEvalTrace(bool on) {
 int evaluate(const Board& board) {
     if (gEvalTrace) [[unlikely]]
         return Eval::evaluateAndPrint(board);
-    return Eval::fadedForSideToMove(board,
-                                    Eval::evaluateUnfaded(board));
+    return Eval::fadedForSideToMove(board, Eval::evaluateUnfaded(board));
 }
 
 namespace Eval {

@@ -265,6 +265,7 @@ SCRIPTS: dict[str, Callable[[list[str]], str]] = {
     "fuzz/run": fuzz,
     "scripts/build-profiled": profiled,
     "scripts/make-package": script,
+    "scripts/make-release": script,
     "tests/uci/run.py": python_tests,
     "tuning/picture": picture,
 }

@@ -132,15 +132,16 @@ class Package(unittest.TestCase):
             again = next(pathlib.Path(folder).glob("*.deb")).read_bytes()
         self.assertEqual(first, again)
 
-    def test_portable_builds_are_compiled_as_this_one(self) -> None:
-        """But for the profile: so what holds for the engine in the package holds for `portable`."""
+    def test_universal_builds_are_compiled_as_this_one(self) -> None:
+        """But for the profile: so what holds for the engine in the package holds for `universal`. The variants are
+        compiled by the same settings."""
         if not shutil.which("ninja"):
             self.skipTest("Ninja is not installed")
         arguments = [f"-D{line}" for line in (BUILD / "CMakeCache.txt").read_text("utf-8")
                      .splitlines()
                      if line.startswith(("CMAKE_CXX_COMPILER:", "MORVANE_PROFILE:", "MORVANE_WERROR:"))]
         with tempfile.TemporaryDirectory() as folder:
-            subprocess.run(["cmake", "--preset", "portable", "-B", folder, *arguments],
+            subprocess.run(["cmake", "--preset", "universal", "-B", folder, *arguments],
                            cwd=ROOT, capture_output=True, check=True)
             self.assertEqual(flags(pathlib.Path(folder)), flags(BUILD))
 

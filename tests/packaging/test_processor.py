@@ -124,6 +124,100 @@ class Engine(unittest.TestCase):
                 self.assertLessEqual({"avx", "avx2", "bmi", "bmi2", "lzcnt"}, set(missing))
 
 
+# The variant that each model takes: the newest whose instructions it has, with bit extraction where that is fast.
+VARIANTS = {
+    "x86-64": ["Opteron_G1", "qemu64", "core2duo"],
+    "x86-64-v2": ["Nehalem", "Westmere", "SandyBridge", "Opteron_G5"],
+    "x86-64-v3": ["EPYC", "EPYC-Rome"],
+    "x86-64-v3-pext": ["Haswell", "Skylake-Server", "EPYC-Milan"],
+}
+
+
+class Universal(unittest.TestCase):
+    """A program that holds the engine once for each kind of x86-64 processor."""
+
+    def setUp(self) -> None:
+        if setting("MORVANE_UNIVERSAL") != "ON" or architecture(engine_path()) != "x86-64":
+            self.skipTest("the engine has no variants")
+
+    def run_variant(self, variant: str, *arguments: str, model: str = "max") -> Outcome:
+        return run_on(model, engine_path(), f"--variant={variant}", *arguments)
+
+    def test_each_processor_takes_the_variant_for_it(self) -> None:
+        for variant, models in VARIANTS.items():
+            for model in models:
+                with self.subTest(model=model):
+                    outcome = run_on(model, engine_path(), "--version")
+                    self.assertEqual(re.findall(r"^Variant (\S+);", outcome.errors, re.MULTILINE), [variant])
+
+    def test_variants_have_the_signature_where_they_run(self) -> None:
+        depth, counts = min(read_signature().items())
+        names = list(VARIANTS)
+        for newest, models in VARIANTS.items():
+            # Bit extraction is slow on those that take the third one, but there.
+            runs = names if newest == "x86-64-v3" else names[:names.index(newest) + 1]
+            for variant in names:
+                with self.subTest(model=models[0], variant=variant):
+                    outcome = self.run_variant(variant, "benchsearch", str(depth), model=models[0])
+                    if variant in runs:
+                        self.assertEqual((outcome.status, outcome.errors), (0, ""))
+                        self.assertIn("bench: {} nodes {} qnodes ".format(*counts), outcome.output)
+                    else:
+                        self.assertIsNotNone(outcome.missing(), outcome.errors)
+
+    def test_what_a_refused_variant_lacks(self) -> None:
+        older = {"sse3", "ssse3", "sse4.1", "sse4.2", "cx16", "sahf", "popcnt"}
+        newer = {"lzcnt", "bmi", "bmi2", "movbe", "avx", "f16c", "fma", "avx2"}
+        for model, variant, missing in (("Nehalem", "x86-64-v3", newer), ("max,-bmi2", "x86-64-v3-pext", {"bmi2"}),
+                                        ("Opteron_G1", "x86-64-v2", older), ("Opteron_G1", "x86-64-v3", older | newer)):
+            with self.subTest(model=model, variant=variant):
+                outcome = self.run_variant(variant, "uci", model=model)
+                self.assertLessEqual(set(outcome.missing() or ["none"]), missing)
+                if model != "Opteron_G1":  # which has some of the older ones
+                    self.assertEqual(set(outcome.missing()), missing)
+
+    def test_an_unknown_variant_is_refused(self) -> None:
+        for name in ("", "x86-64-v4", "X86-64", "x86-64 "):
+            with self.subTest(name=name):
+                outcome = self.run_variant(name, "bench")
+                self.assertEqual((outcome.status, outcome.output), (1, ""))
+                self.assertEqual(outcome.errors,
+                                 f'morvane: немає варіанта "{name}", є: {" ".join(VARIANTS)}\n')
+
+    def session(self, *arguments: str, commands: str = "uci\nisready\nquit\n") -> tuple[bytes, bytes]:
+        done = subprocess.run(["qemu-x86_64", "-cpu", "max", engine_path(), *arguments], input=commands.encode(),
+                              capture_output=True, timeout=DEADLINE, check=True)
+        return done.stdout, re.sub(rb"qemu-\w+: warning: .*\n", b"", done.stderr)
+
+    def test_what_follows_is_as_without_it(self) -> None:
+        """Modes, remarks on the first word, and the UCI loop, in which all variants say the same."""
+        start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"
+        for arguments in ((), ("perft", start, "3"), ("evaltrace", start), ("nothing",), ("perft",), ("--help",)):
+            plain = self.session(*arguments)
+            self.assertNotEqual(plain, (b"", b""))
+            for variant in VARIANTS:
+                with self.subTest(arguments=arguments, variant=variant):
+                    self.assertEqual(self.session(f"--variant={variant}", *arguments), plain)
+
+    def test_only_the_first_argument_counts(self) -> None:
+        _, remarks = self.session("nothing", "--variant=none")
+        self.assertEqual(remarks, self.session("nothing")[1])
+
+    def test_variants_run_nothing_before_main_and_share_no_symbol(self) -> None:
+        """What ran before the choice could use instructions that the processor lacks; what was shared could be the
+        function of another variant."""
+        for variant in VARIANTS:
+            with self.subTest(variant=variant):
+                part = pathlib.Path(engine_path()).parent / "variants" / variant / "variant.o"
+                sections = subprocess.run(["readelf", "-SW", part], capture_output=True, text=True, check=True).stdout
+                self.assertIn(" .text", sections)
+                self.assertNotRegex(sections, r"\.(preinit_array|init_array|ctors)")
+                symbols = subprocess.run(["nm", "-g", "--defined-only", part], capture_output=True, text=True,
+                                         check=True).stdout.splitlines()
+                names = [line.split()[-1] for line in symbols]
+                self.assertEqual(names, [f"kVariant_{re.sub('[^0-9a-z]', '_', variant)}"])
+
+
 # The ways to build for which the check must hold, by name: arguments of CMake.
 BUILDS = {
     "default": ["-DMORVANE_ARCH=x86-64-v3"],

@@ -83,6 +83,21 @@ class Revision(unittest.TestCase):
         (self.sources / "file").write_text("two")
         self.assertEqual(self.revision(), commit + "-dirty")
 
+    def test_an_archive_knows_it(self) -> None:
+        commit = self.commit()
+        for name in ("cmake/revision.txt", ".gitattributes"):
+            (self.sources / name).parent.mkdir(exist_ok=True)
+            shutil.copy(ROOT / name, self.sources / name)
+        self.git("add", ".")
+        self.git("commit", "-q", "-m", "second")
+        later = self.git("rev-parse", "HEAD")[:12]
+        self.assertNotEqual(later, commit)
+        archive = subprocess.run(["git", "archive", "HEAD"], cwd=self.sources, check=True, capture_output=True)
+        shutil.rmtree(self.sources / ".git")
+        self.assertEqual(self.revision(), "", "a copy that git has written nothing into")
+        subprocess.run(["tar", "-x", "-C", self.sources], input=archive.stdout, check=True)
+        self.assertEqual(self.revision(), later)
+
     def test_may_be_given(self) -> None:
         self.commit()
         self.assertEqual(self.revision("1.2-3+x"), "1.2-3+x")

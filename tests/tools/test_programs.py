@@ -16,6 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 # What the programs call to build, install and play: here it says that it was called, and fails.
 CALLED = ("apt-get", "cmake", "cpack", "ctest", "dpkg-query", "llvm-profdata", "ninja", "node", "npm", "parallel",
           "polyglot", "sudo", "valgrind", "xboard", "xvfb-run")
+BUILDERS = ("scripts/build-profiled", "scripts/make-package", "scripts/make-release")
 STAND_IN = """#!/bin/sh
 echo "$(basename "$0") $*" >>{log}
 exit 1
@@ -93,14 +94,13 @@ class Usage(TreeTest):
     def test_there_are_programs(self) -> None:
         self.assertLessEqual({"benchmarks/measure.py", "benchmarks/plot-threads.py", "benchmarks/run", "fuzz/run",
                               "scripts/build-profiled", "scripts/datagen-shards", "scripts/find-engine",
-                              "scripts/make-package", "scripts/match", "scripts/match-score", "scripts/same-play",
-                              "scripts/solve-epd", "tuning/compare", "tuning/fit", "tuning/picture"}, set(programs()))
+                              "scripts/make-package", "scripts/make-release", "scripts/match", "scripts/match-score",
+                              "scripts/same-play", "scripts/solve-epd", "tuning/compare", "tuning/fit", "tuning/picture"}, set(programs()))
 
     def test_help_does_nothing_else(self) -> None:
         before = self.files()
         for program in programs():
-            for arguments in (["--help"], ["-h"], ["-DX=1" if "package" in program or "profiled" in program
-                                                   else "data.txt", "--help"]):
+            for arguments in (["--help"], ["-h"], ["-DX=1" if program in BUILDERS else "data.txt", "--help"]):
                 with self.subTest(program, arguments=arguments):
                     done = self.call(program, *arguments)
                     self.assertEqual((done.returncode, done.stderr), (0, ""))

@@ -20,7 +20,8 @@ STEPS = ["formatting", "release", "package", "arm64", "windows", "tests", "instr
          "threads", "fuzzing", "profiled"]
 SMALL = {"cmake", "ninja-build", "make", "g++", "python3", "libgtest-dev"}  # packages
 SILENT = ("cmake", "clang-format", "clang-tidy", "shellcheck", "npm", "wine64", "wineserver64")
-SCRIPTS = ("run", ".ci/run", "benchmarks/run", "fuzz/run", "scripts/make-package", "scripts/build-profiled")
+SCRIPTS = ("run", ".ci/run", "benchmarks/run", "fuzz/run", "scripts/make-package", "scripts/make-release",
+           "scripts/build-profiled")
 SUCCESS = "#!/bin/bash\n"
 # With $FAILING in its arguments ctest fails; else it leaves the results of two builds.
 CTEST = """#!/bin/sh

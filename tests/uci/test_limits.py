@@ -360,7 +360,7 @@ class Stacks(FolderTest, EngineTest):
                     used = self.kib_of_stacks(engine)
                     self.assertGreaterEqual(len(used), 4)
                     self.assertLess(max(used), 2048)
-                    self.assertGreater(max(used), 512)
+                    self.assertGreater(max(used), 256)
                 self.assertEqual(engine.quit(), 0)
 
     def test_modes(self) -> None:
