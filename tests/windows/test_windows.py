@@ -13,6 +13,8 @@ import unittest
 import zlib
 
 from client import FolderTest, engine_path, run_mode
+from test_processor import VARIANTS
+from test_signature import read_signature
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 PROGRAM = pathlib.Path(engine_path()).parent / "morvane.exe"
@@ -63,6 +65,34 @@ class File(unittest.TestCase):
             if size < 256:  # the largest takes seconds
                 pixels = zlib.decompress(image[41:-16])  # between the heads and the ends of its chunks
                 self.assertEqual(pixels, script["rows"](size))
+
+
+class Variants(unittest.TestCase):
+    """Those of the program for every x86-64 processor; other processors than this one are played on Linux."""
+
+    def test_the_one_that_is_chosen_has_its_name(self) -> None:
+        told = re.search(r"^Variant (\S+);", run_mode("--version").stderr.decode(), re.MULTILINE)[1]
+        self.assertIn(told, VARIANTS)
+        here = run_mode(f"--variant={told}", "--version")
+        self.assertEqual((here.returncode, here.stderr), (0, run_mode("--version").stderr))
+
+    def test_each_has_the_signature_where_it_runs(self) -> None:
+        depth, counts = min(read_signature().items())
+        ran = 0
+        for variant in VARIANTS:
+            with self.subTest(variant=variant):
+                done = run_mode(f"--variant={variant}", "benchsearch", str(depth))
+                if done.returncode == 1:
+                    self.assertIn("цей процесор не має потрібних інструкцій", done.stderr.decode())
+                    continue
+                ran += 1
+                self.assertIn("bench: {} nodes {} qnodes ".format(*counts), done.stdout.decode())
+        self.assertGreater(ran, 0)
+
+    def test_an_unknown_one_is_refused(self) -> None:
+        done = run_mode("--variant=none", "bench")
+        self.assertEqual((done.returncode, done.stdout, done.stderr.decode()),
+                         (1, b"", f'morvane: немає варіанта "none", є: {" ".join(VARIANTS)}\n'))
 
 
 class Files(FolderTest):
