@@ -10,7 +10,12 @@ using Console::Stream;
 
 namespace {
 
-std::mutex gOutputMutex;
+/// Within a function, since a mutex has a constructor on some systems, and nothing may run before
+/// `main`.
+std::mutex& outputMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
 
 // So long a reader of diagnostics may keep us waiting, once.
 constexpr int kDiagnosticPatienceMs = 100;
@@ -31,7 +36,7 @@ void init() {
 
 bool tryWrite(std::string_view text) {
     assert(isWholeLines(text));
-    const std::lock_guard lock(gOutputMutex);
+    const std::lock_guard lock(outputMutex());
     return Console::write(Stream::Output, text);
 }
 
@@ -42,14 +47,14 @@ void write(std::string_view text) {
 
 void writeError(std::string_view text) {
     assert(isWholeLines(text));
-    const std::lock_guard lock(gOutputMutex);
+    const std::lock_guard lock(outputMutex());
     Console::write(Stream::Error, text);
 }
 
 void writeDiagnostic(std::string_view text) {
     assert(isWholeLines(text));
     static int patience = kDiagnosticPatienceMs;
-    const std::lock_guard lock(gOutputMutex);
+    const std::lock_guard lock(outputMutex());
     while (!text.empty()) {
         if (!Console::waitUntilReady(Stream::Error, patience)) {
             patience = 0;

@@ -95,6 +95,20 @@ class Variants(unittest.TestCase):
                          (1, b"", f'morvane: немає варіанта "none", є: {" ".join(VARIANTS)}\n'))
 
 
+    def test_they_run_nothing_before_main_and_share_no_symbol(self) -> None:
+        for variant in VARIANTS:
+            with self.subTest(variant=variant):
+                part = PROGRAM.parent / "variants" / variant / "variant.o"
+                sections = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", part], capture_output=True, text=True,
+                                          check=True).stdout
+                self.assertIn(".text", sections)
+                self.assertNotRegex(sections, r"\.ctors|init_array|LINK_ONCE")
+                symbols = subprocess.run(["x86_64-w64-mingw32-nm", "--extern-only", "--defined-only", part],
+                                         capture_output=True, text=True, check=True).stdout
+                self.assertEqual([line.split()[2] for line in symbols.splitlines()],
+                                 ["kVariant_" + variant.replace("-", "_")])
+
+
 class Files(FolderTest):
     def ours(self, *arguments: str) -> None:
         subprocess.run([OURS, *arguments], capture_output=True, check=True, timeout=600)
