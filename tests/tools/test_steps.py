@@ -45,6 +45,7 @@ class Steps(FolderTest):
             (self.tree / folder).mkdir(parents=True)
         shutil.copy(ROOT / "test", self.tree)
         shutil.copy(ROOT / "tests" / "skipped.py", self.tree / "tests")
+        shutil.copy(ROOT / "scripts" / "wine.sh", self.tree / "scripts")
         for name in ("uci/run.py", "windows/morvane"):
             (self.tree / "tests" / name).write_text("")
         (self.tree / "benchmarks/measure.py").write_text("")
@@ -87,7 +88,7 @@ class Steps(FolderTest):
     def test_help(self) -> None:
         done = self.call("--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertEqual(re.findall(r"^  (\w+) ", done.stdout, re.MULTILINE), [*STEPS, "quick", "units"])
+        self.assertEqual(re.findall(r"^  (\w+) ", done.stdout, re.MULTILINE), [*STEPS, "quick", "units", "again"])
         self.assertEqual(self.call("-h").stdout, done.stdout)
         self.assertEqual(self.log(""), [])
 
