@@ -104,6 +104,9 @@ if(MORVANE_STATIC STREQUAL "RUNTIME")
 elseif(MORVANE_STATIC STREQUAL "ALL")
   set(MORVANE_PIE_LINK -static-pie)
   set(MORVANE_NO_PIE_LINK -no-pie -static)
+  if(LINUX AND MORVANE_BASELINE STREQUAL "x86-64") # a linker that cannot do it says so and goes on
+    list(APPEND MORVANE_PIE_LINK -Wl,-z,pack-relative-relocs)
+  endif()
 endif()
 if(MORVANE_STATIC MATCHES "RUNTIME|ALL" AND NOT APPLE) # libraries have much that nobody calls
   target_link_options(morvane_options INTERFACE -Wl,--gc-sections)

@@ -19,7 +19,8 @@ function(morvane_add_variants target)
       MORVANE_HARDEN MORVANE_PROFILE MORVANE_PROFILE_FOLDER MORVANE_REVISION MORVANE_WERROR)
     list(APPEND settings "-D${name}=${${name}}")
   endforeach()
-  set(before "") # one after the other, each on all processors
+  set(before "") # two at a time: some steps of each take one processor, others all
+  set(last "")
   foreach(variant IN LISTS MORVANE_VARIANTS)
     string(REPLACE "|" ";" variant "${variant}")
     list(POP_FRONT variant name arch pext)
@@ -34,7 +35,8 @@ function(morvane_add_variants target)
       BUILD_ALWAYS ON
       INSTALL_COMMAND ""
       DEPENDS ${before})
-    set(before variant-${name})
+    set(before ${last})
+    set(last variant-${name})
     target_link_libraries(${target} PRIVATE ${folder}/variant.o)
     add_dependencies(${target} variant-${name})
   endforeach()
