@@ -125,8 +125,10 @@ if(WIN32) # code is position-independent there if the linker says so
   target_compile_options(morvane_options INTERFACE -mcmodel=small)
   # g++ does not align the stack to more than 16 bytes there, but moves wider vectors as if it had: the assembler
   # writes moves that ask for no alignment.
-  target_compile_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
-  target_link_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
+    target_link_options(morvane_options INTERFACE -Wa,-muse-unaligned-vector-move)
+  endif()
 endif()
 
 # A variant (cmake/variants.cmake) is one relocatable object. It is optimised as the whole program that it nearly is:
