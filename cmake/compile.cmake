@@ -134,15 +134,15 @@ endif()
 # A variant (cmake/variants.cmake) is one relocatable object. It is optimised as the whole program that it nearly is:
 # only the platform's functions are not in it. In one part, or the parts would see each other's variables.
 if(MORVANE_VARIANT)
-  set(MORVANE_PIE_LINK -r -nostdlib -fwhole-program -flto-partition=one -flinker-output=pie)
+  set(MORVANE_NO_PIE_LINK -r -nostdlib -fwhole-program -flto-partition=one -flinker-output=exec)
+  set(MORVANE_PIE_LINK ${MORVANE_NO_PIE_LINK})
   if(WIN32)
-    list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec")
     # Without the import library that CMake asks for: the linker crashes over one of an object.
     set(CMAKE_CXX_LINK_EXECUTABLE "<CMAKE_CXX_COMPILER> <FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
-  else() # inline functions of two variants are not the same
-    list(APPEND MORVANE_PIE_LINK -Wl,--force-group-allocation)
+  else()
+    list(TRANSFORM MORVANE_PIE_LINK REPLACE "=exec$" "=pie")
+    target_link_options(morvane_options INTERFACE -Wl,--force-group-allocation) # variants' inline functions differ
   endif()
-  list(TRANSFORM MORVANE_PIE_LINK REPLACE "=pie$" "=exec" OUTPUT_VARIABLE MORVANE_NO_PIE_LINK)
   set(CMAKE_CXX_STANDARD_LIBRARIES "")
 endif()
 

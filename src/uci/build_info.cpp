@@ -3,7 +3,7 @@
 #include "uci/messages.h"
 
 #ifdef MORVANE_KNOWS_PROCESSOR
-#include "platform/cpu.h"
+#include "uci/instructionnames.h"
 #endif
 
 extern const char* const kRevision; // written at each build, see cmake/revision.cmake
@@ -12,15 +12,12 @@ namespace BuildInfo {
 
 namespace {
 
-/// Each with a blank before it.
 std::string instructionSets() {
-    std::string names;
 #ifdef MORVANE_KNOWS_PROCESSOR
-    for (unsigned row = 0; row < Instructions::kCount; ++row)
-        if (Instructions::kNeeded >> row & 1)
-            names += std::string(" ") + Instructions::kNames[row];
+    return instructionNames(Instructions::kNeeded);
+#else
+    return {};
 #endif
-    return names;
 }
 
 } // namespace

@@ -1,21 +1,18 @@
 #include "variants/choose.h"
 
+#include "uci/instructionnames.h"
 #include "uci/messages.h"
 
 namespace Variants {
 
-namespace {
-
-bool runs(const Variant& variant, Instructions::Set available) {
-    return (*variant.needed & ~available) == 0;
+Instructions::Set missing(const Variant& variant, Instructions::Set available) {
+    return *variant.needed & ~available;
 }
-
-} // namespace
 
 const Variant* choose(List variants, const Processor& processor) {
     const Variant* chosen = nullptr;
     for (const Variant* variant : variants)
-        if (runs(*variant, processor.available) &&
+        if (missing(*variant, processor.available) == 0 &&
             (processor.extractsBitsFast || !variant->extractsBits))
             chosen = variant;
     return chosen;
@@ -28,12 +25,9 @@ const Variant* find(List variants, std::string_view name) {
     return nullptr;
 }
 
-std::string refusal(const Variant& variant, Instructions::Set available) {
-    std::string line(Messages::kProcessorLacks);
-    for (unsigned row = 0; row < Instructions::kCount; ++row)
-        if ((*variant.needed & ~available) >> row & 1)
-            line += std::string(" ") + Instructions::kNames[row];
-    return line + std::string(Messages::kProcessorAdvice);
+std::string refusal(Instructions::Set missing) {
+    return std::string(Messages::kProcessorLacks) + instructionNames(missing) +
+           std::string(Messages::kProcessorAdvice);
 }
 
 std::string unknown(List variants, std::string_view name) {

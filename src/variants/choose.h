@@ -18,14 +18,17 @@ struct Processor {
     bool extractsBitsFast;
 };
 
+/// What a variant needs and the processor lacks.
+Instructions::Set missing(const Variant& variant, Instructions::Set available);
+
 /// The last variant that the processor runs, and runs fast; null if it runs none.
 const Variant* choose(List variants, const Processor& processor);
 
 /// The variant of this name, null if there is none.
 const Variant* find(List variants, std::string_view name);
 
-/// The line that refuses a variant whose instructions the processor lacks.
-std::string refusal(const Variant& variant, Instructions::Set available);
+/// The line that refuses a variant because the processor lacks these instructions.
+std::string refusal(Instructions::Set missing);
 
 /// The line that refuses a name that no variant has.
 std::string unknown(List variants, std::string_view name);

@@ -24,13 +24,13 @@ int refuse(std::string_view line) {
     return EXIT_FAILURE;
 }
 
-/// Runs the variant that `option` names. The rest of the arguments is the engine's.
+/// Runs the variant of this name. The rest of the arguments is the engine's.
 int runNamed(int argc, char** argv, std::string_view name, Instructions::Set available) {
     const Variant* variant = Variants::find(kVariants, name);
     if (!variant)
         return refuse(Variants::unknown(kVariants, name));
-    if ((*variant->needed & ~available) != 0)
-        return refuse(Variants::refusal(*variant, available));
+    if (const Instructions::Set missing = Variants::missing(*variant, available); missing != 0)
+        return refuse(Variants::refusal(missing));
     argv[1] = argv[0];
     return variant->run(argc - 1, argv + 1);
 }

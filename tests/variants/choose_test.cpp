@@ -47,7 +47,7 @@ TEST(Variants, AreFoundByName) {
 }
 
 TEST(Variants, RefusalNamesWhatIsMissing) {
-    EXPECT_EQ(Variants::refusal(kNew, 0b001),
+    EXPECT_EQ(Variants::refusal(Variants::missing(kNew, 0b001)),
               "morvane: цей процесор не має потрібних інструкцій: " +
                   std::string(Instructions::kNames[1]) + " " + Instructions::kNames[2] +
                   " — візьміть збірку для старіших процесорів (portable)\n");
