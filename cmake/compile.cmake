@@ -108,6 +108,21 @@ elseif(MORVANE_STATIC STREQUAL "ALL")
     list(APPEND MORVANE_PIE_LINK -Wl,-z,pack-relative-relocs)
   endif()
 endif()
+if(EMSCRIPTEN)
+  set(MORVANE_PIE)
+  set(MORVANE_NO_PIE)
+  set(MORVANE_PIE_LINK)
+  set(MORVANE_NO_PIE_LINK)
+  # What all browsers have had for years, and with it calls that fail are caught without help by JavaScript.
+  target_compile_options(morvane_options INTERFACE -msimd128 -mbulk-memory -msign-ext -fwasm-exceptions
+    -Wno-shorten-64-to-32 # of indices, which all fit its 32 bits of address
+    -Wno-dollar-in-identifier-extension) # of arguments of scripts within sources
+  target_link_options(morvane_options INTERFACE -O3 -fwasm-exceptions -Wno-pthreads-mem-growth)
+  if(MORVANE_THREADS)
+    target_compile_options(morvane_options INTERFACE -pthread)
+    target_link_options(morvane_options INTERFACE -pthread)
+  endif()
+endif()
 if(MORVANE_STATIC MATCHES "RUNTIME|ALL" AND NOT APPLE) # libraries have much that nobody calls
   target_link_options(morvane_options INTERFACE -Wl,--gc-sections)
 endif()
@@ -211,7 +226,11 @@ endif()
 
 if(MORVANE_LTO AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT MORVANE_SANITIZE)
   include(CheckIPOSupported)
-  check_ipo_supported(RESULT MORVANE_IPO_SUPPORTED OUTPUT MORVANE_IPO_WHY LANGUAGES CXX)
+  if(EMSCRIPTEN) # the test of CMake does not know it
+    set(MORVANE_IPO_SUPPORTED ON)
+  else()
+    check_ipo_supported(RESULT MORVANE_IPO_SUPPORTED OUTPUT MORVANE_IPO_WHY LANGUAGES CXX)
+  endif()
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ${MORVANE_IPO_SUPPORTED})
   # The parallel kind of clang++ gives names that depend on the folder of the sources.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")

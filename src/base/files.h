@@ -76,7 +76,7 @@ class LineReader {
 
     OwnedFile file_;
     Source source_ = nullptr;
-    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(kCapacity);
+    std::unique_ptr<char[]> buffer_ = std::unique_ptr<char[]>(new char[kCapacity]); // not zeroed
     std::string_view unread_{buffer_.get(), 0}; // within the buffer
     bool hasEnded_ = false;
     bool hasFailed_ = false;

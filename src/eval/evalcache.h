@@ -4,7 +4,6 @@
 #include "eval/evaluate.h"
 
 #include <array>
-#include <bit>
 
 namespace Eval {
 
@@ -46,7 +45,7 @@ class EvalCache {
         bool holds(std::uint64_t key) const { return (word ^ key) <= kValueMask; }
         int value() const {
             constexpr int kOtherBits = 64 - kValueBits;
-            return static_cast<int>(std::bit_cast<std::int64_t>(word << kOtherBits) >> kOtherBits);
+            return static_cast<int>(static_cast<std::int64_t>(word << kOtherBits) >> kOtherBits);
         }
     };
     using Place = std::array<Entry, 2>;

@@ -50,6 +50,10 @@ std::optional<std::size_t> read(std::span<char> space) {
     }
 }
 
+bool isInterrupted() {
+    return false;
+}
+
 bool write(Stream stream, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(numberOf(stream), text.data(), text.size());

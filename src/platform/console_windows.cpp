@@ -71,6 +71,10 @@ std::optional<std::size_t> read(std::span<char> space) {
     return {};
 }
 
+bool isInterrupted() {
+    return false;
+}
+
 bool write(Stream stream, std::string_view text) {
     while (!text.empty()) {
         DWORD count = 0;

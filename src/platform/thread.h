@@ -12,8 +12,9 @@ class WorkerThread {
     /// to ask whether a move is the only good one), with frames of 5 KiB.
     static constexpr std::size_t kStackUsed = std::size_t{2} << 20;
 
-    /// Under sanitizers a search uses a few times as much.
-    static constexpr std::size_t kStackBytes = 4 * kStackUsed;
+    /// Under sanitizers a search uses a few times as much. Addresses of 32 bits have no room for that
+    /// in each of many threads, nor sanitizers.
+    static constexpr std::size_t kStackBytes = sizeof(void*) < 8 ? kStackUsed : 4 * kStackUsed;
 
     WorkerThread() = default;
     ~WorkerThread() { join(); }
@@ -31,6 +32,9 @@ class WorkerThread {
     std::uintptr_t handle_ = 0; // the system's
     bool running_ = false;
 };
+
+/// Whether the system has threads at all. Where it has none, `WorkerThread::start` always fails.
+bool hasThreads();
 
 /// Calls `work` with at least `WorkerThread::kStackBytes` of stack: on the caller's own stack if
 /// the limit for the program's first thread, which must be the caller, is as large, or else on

@@ -1,7 +1,7 @@
 #include "platform/thread.h"
 
-#include <bit>
 #include <cassert>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -33,6 +33,10 @@ bool isFirstStackLarge() {
 
 } // namespace
 
+bool hasThreads() {
+    return true;
+}
+
 // Nothing here throws: no attributes and no work are left behind.
 bool WorkerThread::start(std::function<void()> work) {
     assert(!running_);
@@ -46,13 +50,16 @@ bool WorkerThread::start(std::function<void()> work) {
     pthread_attr_destroy(&attributes);
     if (running_)
         static_cast<void>(owned.release()); // it is the thread's now
-    handle_ = std::bit_cast<std::uintptr_t>(thread);
+    std::memcpy(&handle_, &thread, sizeof handle_);
     return running_;
 }
 
 void WorkerThread::join() {
-    if (running_)
-        pthread_join(std::bit_cast<pthread_t>(handle_), nullptr);
+    if (running_) {
+        pthread_t thread{};
+        std::memcpy(&thread, &handle_, sizeof thread);
+        pthread_join(thread, nullptr);
+    }
     running_ = false;
 }
 

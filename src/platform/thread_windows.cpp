@@ -53,6 +53,10 @@ std::size_t stackBytes() {
 
 } // namespace
 
+bool hasThreads() {
+    return true;
+}
+
 // Nothing here throws: no work is left behind.
 bool WorkerThread::start(std::function<void()> work) {
     assert(!running_);

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 CacheAligned<std::atomic<bool>> gStopSearch{false};
 
@@ -35,6 +36,8 @@ void Thread::clearForSearch() {
 }
 
 PoolThread::PoolThread(int threadId) : Thread(threadId) {
+    if (!hasThreads() && isMain())
+        return;
     if (!worker_.start([this] { idleLoop(); }))
         throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
                                 "thread constructor failed");
@@ -52,6 +55,13 @@ PoolThread::~PoolThread() {
 }
 
 void PoolThread::startSearching() {
+    if (!hasThreads()) {
+        mainSearch();
+        owesAnswer_ = awaitsStop();
+        if (!owesAnswer_)
+            answer();
+        return;
+    }
     const std::lock_guard lock(mutex_);
     assert(!searching_);
     searching_ = true;
@@ -59,6 +69,11 @@ void PoolThread::startSearching() {
 }
 
 void PoolThread::waitForSearchFinished() {
+    if (!hasThreads()) {
+        if (std::exchange(owesAnswer_, false))
+            answer();
+        return;
+    }
     std::unique_lock lock(mutex_);
     wake_.wait(lock, [this] { return !searching_; });
 }
@@ -73,22 +88,29 @@ void PoolThread::idleLoop() {
             if (exit_)
                 return;
         }
-        if (isMain())
-            mainLoop();
-        else
+        if (!isMain()) {
             Search::iterativeDeepening(*this);
+            continue;
+        }
+        mainSearch();
+        while (awaitsStop())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        answer();
     }
 }
 
-void PoolThread::mainLoop() {
+void PoolThread::mainSearch() {
     gTime.start(limits, board.sideToMove);
     gThreads.startHelpers();
     Search::iterativeDeepening(*this);
+}
 
-    // A search without limits answers when it is told to, not when it is done.
-    while (limits.infinite && !gStopSearch)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+/// A search without limits answers when it is told to, not when it is done.
+bool PoolThread::awaitsStop() const {
+    return limits.infinite && !gStopSearch;
+}
 
+void PoolThread::answer() {
     gStopSearch = true;
     gThreads.waitForHelpersFinished();
     const Thread& best = gThreads.bestThread();

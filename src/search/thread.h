@@ -76,7 +76,8 @@ struct alignas(kLineDistance) Thread {
     }
 };
 
-/// A search thread of the pool: a worker that sleeps until a search is asked for.
+/// A search thread of the pool: a worker that sleeps until a search is asked for. On a system without
+/// threads the main one searches on its caller's, and there are no others.
 class PoolThread : public Thread {
   public:
     /// Starts the worker and returns once it sleeps. Throws std::system_error with the message
@@ -84,7 +85,8 @@ class PoolThread : public Thread {
     explicit PoolThread(int id);
     ~PoolThread();
 
-    /// Wakes the worker, which must be asleep, to search `board` under `limits`.
+    /// Wakes the worker, which must be asleep, to search `board` under `limits`. Without threads
+    /// returns when the search is done.
     void startSearching();
 
     /// Returns when the worker sleeps.
@@ -92,13 +94,16 @@ class PoolThread : public Thread {
 
   private:
     void idleLoop();
-    void mainLoop();
+    void mainSearch();
+    bool awaitsStop() const;
+    void answer();
 
     // What others write, at the beginning and end of a search.
     alignas(kLineDistance) std::mutex mutex_;
     std::condition_variable wake_;
     bool searching_ = true;
     bool exit_ = false;
+    bool owesAnswer_ = false; // without threads: to a search that ended before it was told to
     WorkerThread worker_; // last: it starts when everything else stands
 };
 

@@ -4,7 +4,6 @@
 #include "platform/memory.h"
 #include "search/score.h"
 
-#include <atomic>
 #include <bit>
 
 namespace {
@@ -43,13 +42,14 @@ TTData unpack(std::uint64_t data) {
             depthOf(data), static_cast<TTFlag>((data >> kFlagShift) & 3)};
 }
 
-// Threads read and write entries at will; each word for itself is atomic.
+// Threads read and write entries at will; each word for itself is atomic. (std::atomic_ref says the
+// same, and is missing in the libraries of some compilers.)
 std::uint64_t load(const std::uint64_t& word) {
-    return std::atomic_ref(const_cast<std::uint64_t&>(word)).load(std::memory_order_relaxed);
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
 
 void save(std::uint64_t& word, std::uint64_t value) {
-    std::atomic_ref(word).store(value, std::memory_order_relaxed);
+    __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
 
 } // namespace

@@ -8,11 +8,15 @@
 #include "search/tt.h"
 #include "uci/options.h"
 
-void initEngine() {
+void initTables() {
     Zobrist::init();
     Attacks::init();
     Eval::init();
     Endgame::init();
+}
+
+void initEngine() {
+    initTables();
     Search::init();
     std::uint64_t mb = kDefaultHashMb; // less where the system does not give so much
     while (!gTT.resize(mb) && mb > 1)

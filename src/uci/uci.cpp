@@ -240,16 +240,24 @@ std::string_view trimmedEnd(std::string_view line) {
 
 } // namespace
 
-void uciLoop(Files::LineReader::Source source) {
+void beginSession() {
     initThreads();
     gPos.setFen(kStartFen);
+}
+
+bool serveLine(std::string_view line) {
+    return serveIfPossible(trimmedEnd(line));
+}
+
+void uciLoop(Files::LineReader::Source source) {
+    beginSession();
     using Status = Files::LineReader::Status;
     Files::LineReader input(source);
     std::string_view line;
     for (Status status; (status = input.next(line)) == Status::Line || status == Status::TooLong;) {
         if (status == Status::TooLong)
             infoString(std::string(Messages::kLineTooLong));
-        else if (!serveIfPossible(trimmedEnd(line)))
+        else if (!serveLine(line))
             break;
     }
     stopSearch();
