@@ -187,8 +187,10 @@
   // As the engine's own table of commands has them.
   const STOPPING = new Set(["ucinewgame", "position", "go", "stop", "benchsearch", "quit"]);
 
+  const wordsOf = (line) => line.trim().split(/\s+/);
+
   function stopsSearch(line) {
-    const [command, , option] = line.trim().toLowerCase().split(/\s+/);
+    const [command, , option] = wordsOf(line.toLowerCase());
     return STOPPING.has(command) || (command === "setoption" && (option === "hash" || option === "threads"));
   }
 
@@ -223,46 +225,94 @@
     }
   }
 
-  /** The worker that a page talks to: hands lines on to the one with the engine. */
+  /**
+   * The worker that a page talks to: hands lines on to the one with the engine.
+   *
+   * A host may forbid the addresses that the flag needs. Then the second worker is deaf, and one whose search is to
+   * stop is replaced by another: with the same options and position, and an empty transposition table.
+   */
   async function startSingle() {
     const flag = makeFlag();
-    const readies = []; // "isready"s to answer here, each by the number of the search that they came after
-    let sent = 0; // lines
-    let served = 0;
-    let search = 0; // number of the line that began the search which nothing has stopped yet
-    let begun;
-    const ready = new Promise((resolve) => (begun = resolve));
-    const inner = host.spawn((message) => {
-      if (typeof message === "string") host.post(message);
-      else if (message.begun) begun();
-      else if (message.ended) host.close();
-      else served = message.served;
-      answerReadies();
-    });
-    await ready;
+    const settings = new Map(); // the lines that set options and position
+    let unserved = []; // lines that the engine has been sent, each as { line }; the first is being served
+    let search = null; // one of them: the search that nothing has stopped yet
+    const readies = []; // "isready"s to answer here, each by the search that it came after
+    let move = null; // the best one known to the search in progress
+    let isDeaf = false;
+    let isStopping = false; // the worker is to be replaced as soon as a move is known
+    let worker = null;
 
-    /** Those that came after a search which is running by now: everything before it has been served. */
-    function answerReadies() {
-      while (readies.length > 0 && served >= readies[0] - 1) {
-        readies.shift();
-        host.post("readyok");
-      }
+    const isSearching = () => unserved.length > 0 && wordsOf(unserved[0].line)[0] === "go";
+
+    function spawn() {
+      return new Promise((resolve) => {
+        worker = host.spawn((message) => {
+          if (typeof message === "string") tell(message);
+          else if (message.ended) host.close();
+          else if (message.served) {
+            if (unserved.shift() === search) search = null;
+            answerReadies();
+          } else {
+            isDeaf = message.deaf;
+            resolve();
+          }
+        });
+        worker.postMessage({ token: flag.token() });
+      });
     }
 
+    function tell(line) {
+      host.post(line);
+      move = / pv (\S+)/.exec(line)?.[1] ?? move;
+      if (isStopping && move) replace();
+    }
+
+    function answerReadies() {
+      for (; readies.length > 0 && unserved.indexOf(readies[0]) <= 0; readies.shift()) host.post("readyok");
+    }
+
+    function send(entry) {
+      const [command, , option] = wordsOf(entry.line);
+      if (command === "setoption") settings.set(option, entry.line);
+      if (command === "position") settings.set(command, entry.line);
+      if (command === "go") move = null;
+      unserved.push(entry);
+      worker.postMessage({ line: entry.line, token: flag.token() });
+    }
+
+    function replace() {
+      const rest = unserved.slice(1);
+      const before = [...settings.values()].map((line) => ({ line }));
+      worker.terminate();
+      host.post(`bestmove ${move}`);
+      isStopping = false;
+      unserved = [];
+      spawn();
+      [...before, ...rest].forEach(send);
+      answerReadies();
+    }
+
+    function interrupt() {
+      flag.raise();
+      isStopping = isDeaf && isSearching();
+      if (isStopping && move) replace();
+    }
+
+    await spawn();
     let evaluator = null;
     return {
       take(line) {
-        const command = line.trim().split(/\s+/)[0];
-        if (command === "isready" && search > served) {
+        const entry = { line };
+        const [command] = wordsOf(line);
+        if (command === "isready" && search) {
           readies.push(search);
           return answerReadies();
         }
-        ++sent;
         if (stopsSearch(line)) {
-          flag.raise();
-          search = command === "go" ? sent : 0;
+          interrupt();
+          search = command === "go" ? entry : null;
         }
-        inner.postMessage({ line, token: flag.token() });
+        send(entry);
       },
       async evaluate(fen) {
         evaluator ??= load("single", "MorvaneSingle", { write() {}, isInterrupted: () => 0 }).then((module) => {
@@ -277,28 +327,33 @@
   const LOOK_INTERVAL = 15; // milliseconds between two looks at the flag
 
   /** The worker with the engine. */
-  async function startInner() {
+  function startInner() {
     let token = null;
+    let isDeaf = false;
     let nextLook = 0;
-    let served = 0;
-    const module = await load("single", "MorvaneSingle", {
+    const hooks = {
       write: writer(host.post),
       isInterrupted() {
         const now = performance.now();
-        if (now < nextLook) return 0;
+        if (isDeaf || now < nextLook) return 0;
         const raised = isRaised(token);
         nextLook = performance.now() + LOOK_INTERVAL;
         return raised ? 1 : 0;
       },
+    };
+    const loaded = load("single", "MorvaneSingle", hooks).then((module) => {
+      if (!module._morvaneBegin()) throw failure("memory", "the engine needs more");
+      return module;
     });
-    if (!module._morvaneBegin()) throw failure("memory", "the engine needs more");
-    host.listen((message) => {
+    const serve = (module, message) => {
       token = message.token;
       nextLook = 0;
-      if (callWithText(module, "_morvaneLine", message.line)) host.post({ served: ++served });
-      else host.post({ ended: true });
-    });
-    host.post({ begun: true });
+      if (message.line === undefined) {
+        isDeaf = isRaised(token); // though nobody has raised it
+        host.post({ deaf: isDeaf });
+      } else host.post(callWithText(module, "_morvaneLine", message.line) ? { served: true } : { ended: true });
+    };
+    host.listen((message) => loaded.then((module) => serve(module, message)).catch(fail));
   }
 
   // --- the worker ---
@@ -333,6 +388,6 @@
       .catch(fail);
   }
 
-  if (host.role === "inner") startInner().catch(fail);
+  if (host.role === "inner") startInner();
   else startOuter();
 })();
