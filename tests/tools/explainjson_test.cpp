@@ -9,10 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 using Eval::Explanation;
@@ -27,20 +29,21 @@ struct Value {
     Kind kind = Kind::Number;
     int number = 0;
     std::string text;
-    std::vector<std::pair<std::string, Value>> items; // an array's have no keys
+    std::vector<Value> items;      // of an array or an object
+    std::vector<std::string> keys; // of an object's items
 
     const Value& operator[](std::string_view key) const {
-        for (const auto& [name, value] : items)
-            if (kind == Kind::Object && name == key)
-                return value;
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            if (keys[i] == key)
+                return items[i];
         throw std::runtime_error("no " + std::string(key));
     }
 
-    std::string keys() const {
-        std::string names;
-        for (const auto& [name, value] : items)
-            names += (names.empty() ? "" : " ") + name;
-        return names;
+    std::string allKeys() const {
+        std::string all;
+        for (const std::string& key : keys)
+            all += (all.empty() ? "" : " ") + key;
+        return all;
     }
 };
 
@@ -89,14 +92,14 @@ class Parser {
         if (take(end))
             return;
         do {
-            std::string key;
             if (value.kind == Value::Kind::Object) {
-                key = string();
+                const std::string key = string();
                 expect(take(':'));
-                for (const auto& item : value.items)
-                    expect(item.first != key);
+                for (const std::string& other : value.keys)
+                    expect(other != key);
+                value.keys.push_back(key);
             }
-            value.items.emplace_back(key, this->value());
+            value.items.push_back(this->value());
         } while (take(','));
         expect(take(end));
     }
@@ -133,7 +136,7 @@ void expectPair(const Value& value, ScorePair pair) {
 void expectSquares(const Value& value, Bitboard squares) {
     ASSERT_EQ(value.kind, Value::Kind::Array);
     Bitboard found = 0;
-    for (const auto& [key, square] : value.items)
+    for (const Value& square : value.items)
         found |= Notation::squaresAt(square.text);
     ASSERT_EQ(found, squares);
     ASSERT_EQ(static_cast<int>(value.items.size()), popcount(squares));
@@ -142,14 +145,15 @@ void expectSquares(const Value& value, Bitboard squares) {
 void expectFeature(const Value& value, const Eval::AspectName& name,
                    const Eval::AspectShare& share) {
     ASSERT_EQ(value["name"].text, name.name);
-    ASSERT_EQ(value.keys(), name.bySide ? "name mg eg white black squares" : "name mg eg squares");
+    ASSERT_EQ(value.allKeys(),
+              name.bySide ? "name mg eg white black squares" : "name mg eg squares");
     expectPair(value, share.value);
     expectSquares(value["squares"], share.squares);
     if (!name.bySide)
         return;
     for (const Color c : {White, Black}) {
         const Value& side = value[c == White ? "white" : "black"];
-        ASSERT_EQ(side.keys(), "mg eg count squares");
+        ASSERT_EQ(side.allKeys(), "mg eg count squares");
         expectPair(side, share.sides[c].value);
         ASSERT_EQ(side["count"].number, share.sides[c].count);
         expectSquares(side["squares"], share.sides[c].squares);
@@ -162,13 +166,13 @@ void expectTerm(const Value& value, const Explanation& e, int term, std::size_t&
     ASSERT_EQ(value["label"].text, Eval::kTermNames[term].label);
     expectPair(value, e.terms[term].value);
     const bool bySide = Eval::isBySide(static_cast<Eval::Term>(term));
-    ASSERT_EQ(value.keys(),
+    ASSERT_EQ(value.allKeys(),
               bySide ? "name label mg eg white black features" : "name label mg eg features");
     if (bySide) {
         expectPair(value["white"], e.terms[term].sides[White]);
         expectPair(value["black"], e.terms[term].sides[Black]);
     }
-    for (const auto& [key, feature] : value["features"].items) {
+    for (const Value& feature : value["features"].items) {
         ASSERT_LT(aspect, std::size(Eval::kAspectNames));
         ASSERT_NO_FATAL_FAILURE(
             expectFeature(feature, Eval::kAspectNames[aspect], e.aspects[aspect]));
@@ -181,7 +185,7 @@ void expectSame(const Board& board) {
     SCOPED_TRACE(board.fen());
     const Explanation e = Eval::explain(board);
     const Value json = Parser::parse(explanationJson(board));
-    ASSERT_EQ(json.keys(), "value white blended total phase scale pinned terms");
+    ASSERT_EQ(json.allKeys(), "value white blended total phase scale pinned terms");
     ASSERT_EQ(json["value"].number, e.value);
     ASSERT_EQ(json["white"].number, e.white);
     ASSERT_EQ(json["blended"].number, e.blended);
@@ -196,7 +200,7 @@ void expectSame(const Board& board) {
     std::size_t aspect = 0;
     for (int term = 0; term < Eval::kTermCount; ++term)
         ASSERT_NO_FATAL_FAILURE(
-            expectTerm(terms.items[static_cast<std::size_t>(term)].second, e, term, aspect));
+            expectTerm(terms.items[static_cast<std::size_t>(term)], e, term, aspect));
     ASSERT_EQ(aspect, std::size(Eval::kAspectNames));
 }
 
