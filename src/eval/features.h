@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/chess.h"
 #include "params/layout.h"
 #include "params/psq.h"
 
@@ -16,6 +17,30 @@ namespace Eval {
 enum class Term { Material, King, BishopPair, Mobility, KingSafety, RookFiles, Pawns };
 inline constexpr int kTermCount = static_cast<int>(Term::Pawns) + 1;
 
+/// What the terms consist of: material and placement as the pieces stand in `Piece`, then the other
+/// terms in their order.
+enum class Aspect {
+    Material,
+    Placement = Material + King,
+    KingPlacement = Placement + King,
+    KingProximity,
+    BishopPair,
+    Mobility, // of knights, then of bishops, rooks and queens
+    Shelter = Mobility + King - Knight,
+    OpenFiles,
+    AttackUnits,
+    AttackWeight,
+    RookOpen,
+    RookSemiOpen,
+    Isolated,
+    Doubled,
+    Connected,
+    Passed,
+    Candidate,
+    Passers, // the advanced ones against the pieces
+};
+inline constexpr int kAspectCount = static_cast<int>(Aspect::Passers) + 1;
+
 inline constexpr int kNoWeight = -1;
 
 /// A weight, or a row of weights with one cell for each square or count, in both phases.
@@ -26,6 +51,16 @@ struct Feature {
 };
 
 namespace Detail {
+
+/// Positive for White's features, negative for Black's.
+constexpr int signOf(Color c) {
+    return c == White ? 1 : -1;
+}
+
+/// The aspect of a piece in a row that begins with the one of `first`.
+constexpr Aspect aspectOf(Aspect start, Piece piece, Piece first = Pawn) {
+    return static_cast<Aspect>(static_cast<int>(start) + piece - first);
+}
 
 /// Weights of a phase that a feature does not have.
 inline constexpr WeightLayout::Cells kNone{kNoWeight, 0};
@@ -117,6 +152,34 @@ template <Feature F>
 inline constexpr auto kCells = packedCells<F>();
 
 } // namespace Detail
+
+/// A sink that wants to know what each use and each amount is about: the aspect, whose it is, how
+/// often and on which squares; without a side where an amount belongs to both together.
+template <class Sink>
+concept AsksWhere = requires(Sink& sink, Aspect aspect, Color side, Bitboard squares, int count) {
+    sink.squares(aspect, side, squares, count);
+    sink.squares(aspect, squares);
+};
+
+/// Tells such a sink, and only such a one, what the uses and amounts up to the next call are about.
+template <class Sink>
+void tell(Sink& sink, Aspect aspect, Color side, Bitboard squares, int count) {
+    if constexpr (AsksWhere<Sink>)
+        sink.squares(aspect, side, squares, count);
+}
+
+/// The same where the side has as many of the aspect as there are squares.
+template <class Sink>
+void tell(Sink& sink, Aspect aspect, Color side, Bitboard squares) {
+    tell(sink, aspect, side, squares, popcount(squares));
+}
+
+/// The same for what belongs to both sides together.
+template <class Sink>
+void tell(Sink& sink, Aspect aspect, Bitboard squares) {
+    if constexpr (AsksWhere<Sink>)
+        sink.squares(aspect, squares);
+}
 
 /// Sink that adds everything up to one pair: the one of the search.
 class SumSink {

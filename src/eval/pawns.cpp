@@ -15,9 +15,14 @@ Bitboard fillForward(Color c, Bitboard b) {
     return b;
 }
 
+/// Squares ahead of pawns on their own files.
+Bitboard squaresAhead(Color c, Bitboard pawns) {
+    return fillForward(c, shiftForward(c, pawns));
+}
+
 /// Squares from which a pawn of `c` has an enemy pawn ahead on its own file.
 Bitboard opposedSquares(const Board& board, Color c) {
-    return fillForward(~c, shiftForward(~c, board.pieces[~c][Pawn]));
+    return squaresAhead(~c, board.pieces[~c][Pawn]);
 }
 
 /// Squares from which a pawn of `c` has an enemy pawn ahead on a neighbouring file.
@@ -55,21 +60,24 @@ bool isCandidate(const Board& board, Color c, Square sq) {
     return !(file > FileA && outnumbered(file - 1)) && !(file < FileH && outnumbered(file + 1));
 }
 
-void countPawns(const Board& board, Color c, PawnFeatures& features) {
+void findPawns(const Board& board, Color c, PawnFeatures& features) {
     const Bitboard pawns = board.pieces[c][Pawn];
     const unsigned files = filesOf(pawns);
     const Bitboard lonelyFiles = filesBB(files & ~(files << 1 | files >> 1));
     const Bitboard supported = shiftEast(pawns) | shiftWest(pawns) | pawnAttackSet(c, pawns);
-    features.isolated[c] += popcount(pawns & lonelyFiles);
-    features.doubled[c] += popcount(pawns) - std::popcount(files);
-    features.connected[c] += popcount(pawns & supported);
+    features.isolated[c] = pawns & lonelyFiles;
+    features.doubled[c] = pawns & squaresAhead(c, pawns);
+    features.connected[c] = pawns & supported;
 
     const Bitboard opposed = opposedSquares(board, c);
     const Bitboard guarded = guardedSquares(opposed);
-    for (Bitboard passed = passedPawnsOf(board, c); passed;)
-        ++features.passed[c][relativeRank(c, popLowest(passed))];
-    for (Bitboard halfOpen = pawns & guarded & ~opposed; halfOpen;)
-        features.candidate[c] += isCandidate(board, c, popLowest(halfOpen));
+    features.passed[c] = passedPawnsOf(board, c);
+    features.candidate[c] = 0;
+    for (Bitboard halfOpen = pawns & guarded & ~opposed; halfOpen;) {
+        const Square sq = popLowest(halfOpen);
+        if (isCandidate(board, c, sq))
+            features.candidate[c] |= bit(sq);
+    }
 }
 
 /// Worth of the advanced passers of one side, before division.
@@ -79,7 +87,6 @@ struct PasserWorth {
 };
 
 // The weight of an advanced passer grows linearly with its relative rank.
-constexpr int kFirstPasserRank = Rank4;
 constexpr int kFirstPasserWeight = 2;
 constexpr int kPasserWeightStep = 5;
 
@@ -100,20 +107,10 @@ int passerWeight(int relativeRank) {
     return kFirstPasserWeight + kPasserWeightStep * (relativeRank - kFirstPasserRank);
 }
 
-/// Squares on which a passer is advanced.
-constexpr Bitboard advancedSquares(Color c) {
-    Bitboard squares = 0;
-    for (int rank = kFirstPasserRank; rank < Rank8; ++rank)
-        squares |= rankBB(c == White ? rank : Rank8 - rank);
-    return squares;
-}
-
-constexpr Bitboard kAdvanced[kColors] = {advancedSquares(White), advancedSquares(Black)};
-
 PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&attackedBy)[kColors],
                         Color c) {
     PasserWorth worth;
-    for (Bitboard passers = passed & board.colorBB[c] & kAdvanced[c]; passers;) {
+    for (Bitboard passers = advancedPassers(board, passed, c); passers;) {
         const Square sq = popLowest(passers);
         const Square stop = sq + forward(c);
         const int weight = passerWeight(relativeRank(c, sq));
@@ -134,9 +131,11 @@ PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&at
 
 } // namespace
 
-void computePawnFeatures(const Board& board, PawnFeatures& features) {
-    countPawns(board, White, features);
-    countPawns(board, Black, features);
+PawnFeatures pawnFeatures(const Board& board) {
+    PawnFeatures features;
+    findPawns(board, White, features);
+    findPawns(board, Black, features);
+    return features;
 }
 
 [[gnu::noinline]] Bitboard passedPawns(const Board& board) {
@@ -156,10 +155,8 @@ void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedB
 namespace Eval {
 
 [[gnu::noinline]] ScorePair evalPawnsRaw(const Board& board) {
-    PawnFeatures features{};
-    computePawnFeatures(board, features);
     SumSink sink;
-    walkPawnStructure(features, sink);
+    walkPawnStructure(pawnFeatures(board), sink);
     return sink.total();
 }
 

@@ -7,20 +7,29 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Counts of one pawn structure, White's first in each pair.
+/// Pawns of one structure by what they are, White's first in each pair.
 struct PawnFeatures {
-    std::int32_t isolated[kColors];
-    std::int32_t doubled[kColors]; // pawns beyond the first on their file
-    std::int32_t connected[kColors];
-    std::int32_t passed[kColors][kRanks]; // by relative rank
-    std::int32_t candidate[kColors];      // pawns that may become passers
+    Bitboard isolated[kColors];
+    Bitboard doubled[kColors]; // those ahead of another on their file
+    Bitboard connected[kColors];
+    Bitboard passed[kColors];
+    Bitboard candidate[kColors]; // pawns that may become passers
 };
 
-/// Adds the counts of both colours to `features`, which the caller has zeroed.
-void computePawnFeatures(const Board& board, PawnFeatures& features);
+PawnFeatures pawnFeatures(const Board& board);
 
 /// Passed pawns of both colours: no enemy pawn ahead on their own or a neighbouring file.
 Bitboard passedPawns(const Board& board);
+
+/// The relative rank from which on a passed pawn is advanced.
+inline constexpr int kFirstPasserRank = Rank4;
+
+/// The advanced ones of the board's passed pawns that belong to one side.
+constexpr Bitboard advancedPassers(const Board& board, Bitboard passed, Color c) {
+    constexpr Bitboard kAdvanced[kColors] = {~Bitboard{0} << kFiles * kFirstPasserRank,
+                                             ~Bitboard{0} >> kFiles * kFirstPasserRank};
+    return passed & board.colorBB[c] & kAdvanced[c];
+}
 
 /// Bonus of advanced passed pawns, by kings, blockers and attackers, from White's point of view.
 /// `passed` are the board's passed pawns, `attackedBy` the squares that each side attacks.

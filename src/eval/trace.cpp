@@ -1,5 +1,6 @@
 #include "base/output.h"
 #include "eval/evaluate.h"
+#include "eval/names.h"
 #include "eval/walk.h"
 
 #include <cassert>
@@ -12,9 +13,6 @@ namespace {
 
 constexpr std::string_view kHeading = "eval trace (з точки зору білих, mg / eg):\n";
 constexpr std::string_view kSeparator = "  ----------------\n";
-constexpr std::string_view kTermLabels[kTermCount] = {
-    "material+psqt", "king", "bishop pair", "mobility", "king safety", "rooks (files)", "pawns",
-};
 constexpr std::size_t kLabelColumn = 16;
 
 /// Sink that keeps the terms apart.
@@ -80,7 +78,7 @@ int evaluateAndPrint(const Board& board) {
 
     Output::write(kHeading);
     for (int term = 0; term < kTermCount; ++term)
-        Output::write(traceEval(kTermLabels[term], sink.term(term)));
+        Output::write(traceEval(kTermNames[term].label, sink.term(term)));
     Output::write(kSeparator);
     Output::write(traceEval("total", sink.total()));
     Output::write("  phase           " + std::to_string(result.phase) + " / 24\n");

@@ -64,11 +64,6 @@ struct SideWalk {
     Bitboard pinned;
 };
 
-/// Positive for White's features, negative for Black's.
-constexpr int signOf(Color c) {
-    return c == White ? 1 : -1;
-}
-
 template <Color Us>
 SideWalk beginSide(const Board& board) {
     const Square king = board.kingSquare(Us);
@@ -89,10 +84,13 @@ void addRookFile(const Board& board, Square sq, Sink& sink) {
     const Bitboard file = fileBB(fileOf(sq));
     if (board.pieces[Us][Pawn] & file)
         return;
-    if (board.pieces[~Us][Pawn] & file)
+    if (board.pieces[~Us][Pawn] & file) {
+        tell(sink, Aspect::RookSemiOpen, Us, bit(sq));
         sink.template use<Term::RookFiles, kRookSemiOpen>(0, signOf(Us));
-    else
+    } else {
+        tell(sink, Aspect::RookOpen, Us, bit(sq));
         sink.template use<Term::RookFiles, kRookOpen>(0, signOf(Us));
+    }
 }
 
 /// Mobility: reachable squares that no own piece occupies and no enemy pawn attacks; few cost, many
@@ -110,11 +108,14 @@ void addPieces(const Board& board, SideWalk& walk, const Bitboard (&pinRays)[kSq
         const KingDanger pressure =
             KingDanger{(attacks & walk.enemyRing) != 0} + ((attacks & walk.enemyZone) != 0);
         walk.danger += pressure * kZoneAttack<P>;
+        tell(sink, Aspect::AttackUnits, Us, attacks & walk.enemyZone, 0);
+        tell(sink, Aspect::AttackWeight, Us, attacks & walk.enemyZone, 0);
 
         if constexpr (Pinned)
             attacks &= pinRays[sq];
-        sink.template use<Term::Mobility, kMobility[P]>(popcount(attacks & walk.mobilityArea),
-                                                        signOf(Us));
+        const Bitboard reached = attacks & walk.mobilityArea;
+        tell(sink, aspectOf(Aspect::Mobility, P, Knight), Us, reached);
+        sink.template use<Term::Mobility, kMobility[P]>(popcount(reached), signOf(Us));
         if constexpr (P == Rook)
             addRookFile<Us>(board, sq, sink);
     }
@@ -146,18 +147,29 @@ void addSide(const Board& board, PieceWalk& walk, Sink& sink) {
 template <class Sink>
 void addKings(const Board& board, Sink& sink) {
     using EvalParams::placementCell;
-    for (const Color c : {White, Black})
-        sink.template use<Term::King, kPlacement[King]>(placementCell(c, board.kingSquare(c)),
-                                                        signOf(c));
-    sink.template addConstant<Term::King>(
-        0, kingProximityEg(board, board.nonPawnMaterial[White], board.nonPawnMaterial[Black]));
+    for (const Color c : {White, Black}) {
+        const Square king = board.kingSquare(c);
+        tell(sink, Aspect::KingPlacement, c, bit(king));
+        sink.template use<Term::King, kPlacement[King]>(placementCell(c, king), signOf(c));
+    }
+    const int proximity =
+        kingProximityEg(board, board.nonPawnMaterial[White], board.nonPawnMaterial[Black]);
+    tell(sink, Aspect::KingProximity,
+         proximity ? board.pieces[White][King] | board.pieces[Black][King] : 0);
+    sink.template addConstant<Term::King>(0, proximity);
 }
 
 template <class Sink>
 void addBishopPair(const Board& board, Sink& sink) {
-    const int pairs =
-        moreThanOne(board.pieces[White][Bishop]) - moreThanOne(board.pieces[Black][Bishop]);
-    sink.template use<Term::BishopPair, kBishopPair>(0, pairs);
+    const int pairs[kColors] = {moreThanOne(board.pieces[White][Bishop]),
+                                moreThanOne(board.pieces[Black][Bishop])};
+    if constexpr (AsksWhere<Sink>)
+        for (const Color c : {White, Black}) {
+            tell(sink, Aspect::BishopPair, c, pairs[c] ? board.pieces[c][Bishop] : 0, pairs[c]);
+            sink.template use<Term::BishopPair, kBishopPair>(0, signOf(c) * pairs[c]);
+        }
+    else // the difference is faster
+        sink.template use<Term::BishopPair, kBishopPair>(0, pairs[White] - pairs[Black]);
 }
 
 /// Shelter of a king away from the centre: files with an own pawn close in front of him gain, files
@@ -170,17 +182,23 @@ void addKingSafety(const Board& board, const PieceWalk& walk, Sink& sink) {
     const Bitboard pawns = board.pieces[Us][Pawn];
     const auto units = static_cast<int>(walk.danger[Us] & ((1 << kDangerWeightShift) - 1));
     const auto weight = static_cast<int>(walk.danger[Us] >> kDangerWeightShift);
-    int amount = -(weight / EvalParams::kKsWeightDivisor);
     if (!(kCentre >> fileOf(king) & 1)) {
-        const std::uint8_t group = gFileGroup[fileOf(king)];
-        const int sheltered = std::popcount(filesOf(pawns & gKingShield[Us][king]));
-        const int open = popcount(group & ~Bitboard{filesOf(pawns)});
-        amount += EvalParams::kKsShelter * sheltered;
-        sink.template use<Term::KingSafety, kKsOpenFile>(0, -signOf(Us) * open);
+        const Bitboard shelter = pawns & gKingShield[Us][king];
+        const int sheltered = std::popcount(filesOf(shelter));
+        tell(sink, Aspect::Shelter, Us, shelter, sheltered);
+        constexpr int Bonus = signOf(Us) * EvalParams::kKsShelter;
+        sink.template addConstant<Term::KingSafety>(Bonus * sheltered, 0);
+        const Bitboard open = gFileGroup[fileOf(king)] & ~Bitboard{filesOf(pawns)};
+        tell(sink, Aspect::OpenFiles, Us, open * fileBB(FileA), popcount(open));
+        sink.template use<Term::KingSafety, kKsOpenFile>(0, -signOf(Us) * popcount(open));
     }
-    sink.template use<Term::KingSafety, kKsSafety>(std::min(units, EvalParams::kMaxAttackUnits),
-                                                   -signOf(Us));
-    sink.template addConstant<Term::KingSafety>(signOf(Us) * amount, 0);
+    // The attack is the enemy's; its squares were told with the attackers.
+    const int counted = std::min(units, EvalParams::kMaxAttackUnits);
+    tell(sink, Aspect::AttackUnits, ~Us, 0, counted);
+    sink.template use<Term::KingSafety, kKsSafety>(counted, -signOf(Us));
+    tell(sink, Aspect::AttackWeight, ~Us, 0, weight);
+    sink.template addConstant<Term::KingSafety>(
+        -signOf(Us) * (weight / EvalParams::kKsWeightDivisor), 0);
 }
 
 /// Whether the maps that the walk has gathered are what each side attacks.
@@ -199,6 +217,8 @@ void addPassers(const Board& board, Bitboard passed, const PieceWalk& walk, Sink
     int eg = 0;
     assert(areAttackMaps(board, walk.attackedBy));
     passerTerms(board, passed, walk.attackedBy, mg, eg);
+    tell(sink, Aspect::Passers,
+         advancedPassers(board, passed, White) | advancedPassers(board, passed, Black));
     sink.template addConstant<Term::Pawns>(mg, eg);
 }
 
@@ -214,7 +234,9 @@ void walkMaterial(const Board& board, Sink& sink) {
                 const Square sq = popLowest(pieces);
                 const int cell = EvalParams::placementCell(c, sq);
                 const int sign = Detail::signOf(c);
+                tell(sink, Detail::aspectOf(Aspect::Material, P), c, bit(sq));
                 sink.template use<Term::Material, kMaterial[P]>(0, sign);
+                tell(sink, Detail::aspectOf(Aspect::Placement, P), c, bit(sq));
                 sink.template use<Term::Material, kPlacement[P]>(cell, sign);
                 if constexpr (P != Pawn)
                     sink.template use<Term::Material, kPlacementDelta[P]>(cell, sign);
@@ -254,9 +276,7 @@ void walkIncremental(const Board& board, const PawnEntry& pawns, Sink& sink) {
 template <class Sink>
 void walkFromScratch(const Board& board, Sink& sink) {
     walkMaterial(board, sink);
-    PawnFeatures pawns{};
-    computePawnFeatures(board, pawns);
-    walkPawnStructure(pawns, sink);
+    walkPawnStructure(pawnFeatures(board), sink);
     walkPieces(board, passedPawns(board), sink);
 }
 

@@ -150,16 +150,16 @@ inline Danger dangerTo(const Position& position, int side) {
 }
 
 /// Squares that count for a piece's mobility.
-inline int reachable(const Position& position, int side, int square, char type,
-                     const SquareSet& enemyPawnAttacks) {
-    const SquareSet attacks = pieceAttacks(position, square, type);
+inline SquareSet reachable(const Position& position, int side, int square, char type,
+                           const SquareSet& enemyPawnAttacks) {
+    SquareSet set = pieceAttacks(position, square, type);
     SquareSet ray{};
     const bool pinned = findPin(position, side, square, ray);
-    int count = 0;
     for (int target = 0; target < 64; ++target)
-        count += in(attacks, target) && (!pinned || in(ray, target)) &&
-                 !position.holds(target, side) && !in(enemyPawnAttacks, target);
-    return count;
+        if ((pinned && !in(ray, target)) || position.holds(target, side) ||
+            in(enemyPawnAttacks, target))
+            in(set, target) = false;
+    return set;
 }
 
 inline Pair mobility(const Position& position) {
@@ -169,7 +169,7 @@ inline Pair mobility(const Position& position) {
         for (const char type : {'N', 'B', 'R', 'Q'})
             for (const int square : position.squaresOf(side, type)) {
                 const int piece = typeIndex(type);
-                const int count = reachable(position, side, square, type, pawns);
+                const int count = sizeOf(reachable(position, side, square, type, pawns));
                 score.add(sign(side), EvalParams::kMobilityMg[piece][count],
                           EvalParams::kMobilityEg[piece][count]);
             }

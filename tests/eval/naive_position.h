@@ -81,6 +81,10 @@ inline bool meet(const SquareSet& a, const SquareSet& b) {
     return false;
 }
 
+inline int sizeOf(const SquareSet& set) {
+    return static_cast<int>(std::count(set.begin(), set.end(), true));
+}
+
 /// A middle-game and an end-game amount from White's point of view.
 struct Pair {
     int mg = 0;

@@ -44,7 +44,8 @@ inline void countPlacement(const Position& position, int side, int square, Featu
 
 inline void countMobility(const Position& position, int side, int square, Features& f) {
     const char type = position.type(square);
-    const int count = reachable(position, side, square, type, pawnAttacks(position, other(side)));
+    const int count =
+        sizeOf(reachable(position, side, square, type, pawnAttacks(position, other(side))));
     f.useMg(numbered(std::string("mobMg_") + type + "_", count), sign(side));
     f.useEg(numbered(std::string("mobEg_") + type + "_", count), sign(side));
 }
