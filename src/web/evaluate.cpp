@@ -1,6 +1,7 @@
 #include "web/evaluate.h"
 
 #include "board/board.h"
+#include "tools/explainjson.h"
 
 #include <atomic>
 #include <string>
@@ -25,6 +26,6 @@ extern "C" const char* morvaneEvaluate(const char* fen) {
     text.clear();
     board.reset();
     if (board.setFen(fen))
-        text = "{}";
+        text = explanationJson(board);
     return text.c_str();
 }
