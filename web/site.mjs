@@ -2,7 +2,9 @@
 // service worker. Called by scripts/build-web: node web/site.mjs ENGINE SITE
 
 import { createHash } from "node:crypto";
-import { cpSync, existsSync, mkdirSync, readFileSync, readdirSync, renameSync, rmSync, writeFileSync } from "node:fs";
+import {
+  cpSync, existsSync, mkdirSync, readFileSync, readdirSync, renameSync, rmSync, writeFileSync,
+} from "node:fs";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
 import { gzipSync } from "node:zlib";
@@ -76,7 +78,8 @@ function writeLicences(site) {
 
 // The policy lets in the inline scripts by their hashes, and no others.
 export function withScriptHashes(html) {
-  const scripts = [...html.matchAll(/<script\b([^>]*)>([\s\S]*?)<\/script>/g)].filter(([, a]) => !/\bsrc=/.test(a));
+  const all = [...html.matchAll(/<script\b([^>]*)>([\s\S]*?)<\/script>/g)];
+  const scripts = all.filter(([, attributes]) => !/\bsrc=/.test(attributes));
   const hashes = scripts.map(([, , text]) => `'sha256-${sha256(text, "base64")}'`).join(" ");
   const places = html.match(/('sha256-[^']*'\s*)+/g) ?? [];
   if (scripts.length > 0 && places.length !== 1) {
@@ -115,7 +118,8 @@ function printSizes(site) {
     }
   }
   const kib = (bytes) => (bytes / 1024).toFixed(1).padStart(8);
-  for (const [name, { files, size, packed }] of [...folders].sort(([a], [b]) => (a === "total") - (b === "total"))) {
+  const rows = [...folders].sort(([a], [b]) => (a === "total") - (b === "total"));
+  for (const [name, { files, size, packed }] of rows) {
     const count = String(files).padStart(4);
     console.log(`${(name || ".").padEnd(12)}${count} files${kib(size)} KiB${kib(packed)} KiB with gzip`);
   }
