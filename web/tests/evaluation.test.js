@@ -44,7 +44,8 @@ function check(fen, shown, printed) {
   }
   const { total, phase, scale, white, value } = shown;
   assert.deepEqual({ total: pair(total), phase, scale, white, value }, {
-    total: printed.total, phase: printed.phase, scale: printed.scale, white: printed.white, value: printed.value,
+    total: printed.total, phase: printed.phase, scale: printed.scale,
+    white: printed.white, value: printed.value,
   }, fen);
   assert.deepEqual(sum(shown.terms), pair(total), `${fen}: the terms`);
   // The engine counts no further than the rule allows.
@@ -65,7 +66,8 @@ before(async () => {
 
 describe("a thousand positions", () => {
   for (const threads of [false, true]) {
-    test(`the build ${threads ? "with" : "without"} threads shows what the native engine prints`, async (t) => {
+    const name = `the build ${threads ? "with" : "without"} threads`;
+    test(`${name} shows what the native engine prints`, async (t) => {
       const { Engine } = await import(pathToFileURL(path.join(PACKAGE, "index.mjs")));
       const engine = await Engine.start({ threads });
       t.after(() => engine.quit());

@@ -14,7 +14,8 @@ if (!existsSync(program)) throw new Error(`there is no native engine, ${program}
 
 const ROW = /^ {2}(.*?) +(-?\d+) \/ +(-?\d+)$/;
 
-// What `morvane evaltrace FEN` prints, as numbers: {terms: [{label, mg, eg}], total, phase, scale, white, value}.
+// What `morvane evaltrace FEN` prints, as numbers: {terms: [{label, mg, eg}], total, phase, scale, white,
+// value}.
 export async function traced(fen) {
   const { stdout } = await run(program, ["evaltrace", fen]);
   const rows = new Map();
