@@ -3,7 +3,8 @@
 const nextFrame = globalThis.requestAnimationFrame ?? ((callback) => setTimeout(callback, 16));
 
 /**
- * A function that hands its newest argument to `callback` once a frame; `flush()` hands over at once what waits.
+ * A function that hands its newest argument to `callback` once a frame; `flush()` hands over at once what
+ * waits.
  */
 export function perFrame(callback) {
   let waiting = false;
