@@ -1,4 +1,5 @@
-// The board: cm-chessboard with marks, arrows, a grid for keyboard and screen readers, and the choice of promotion.
+// The board: cm-chessboard with marks, arrows, a grid for keyboard and screen readers, and the choice of
+// promotion.
 import { Chessboard, BORDER_TYPE, INPUT_EVENT_TYPE } from "cm-chessboard/Chessboard.js";
 import { pieceAt } from "./fen.js";
 import { SquareGrid } from "./board/grid.js";
@@ -7,6 +8,8 @@ import { askPromotion } from "./board/promotion.js";
 
 const SPRITE_ID = "cm-chessboard-sprite"; // cm-chessboard takes its pieces from the element of this name
 const ANIMATION_MS = 180;
+const MOVE_DONE = "moveDone"; // cm-chessboard's state of input between a move and the end of its animation
+const MOVE_DONE = "moveDone"; // a state of cm-chessboard's input
 const NO_INPUT = { colors: "", legalTargets: () => [], onMove: () => {} };
 
 /** Loads the drawings of the pieces into the page; rejects when they are not to be had. */
@@ -49,13 +52,16 @@ export class Board extends EventTarget {
       position: fen,
       assetsUrl: "./",
       style: {
-        cssClass: "morvane", borderType: BORDER_TYPE.none, showCoordinates: true, animationDuration: ANIMATION_MS,
+        cssClass: "morvane", borderType: BORDER_TYPE.none, showCoordinates: true,
+        animationDuration: ANIMATION_MS,
         pieces: { file: "pieces.svg", tileSize: 40 },
       },
       extensions: [{ class: Marks }],
     });
-    this.chessboard.view.svg.removeAttribute("role");
-    this.chessboard.view.svg.setAttribute("aria-hidden", "true");
+    const { svg, coordinatesGroup, piecesLayer } = this.chessboard.view;
+    svg.removeAttribute("role");
+    svg.setAttribute("aria-hidden", "true");
+    svg.insertBefore(coordinatesGroup, piecesLayer); // above the marks
     this.marks = this.chessboard.getExtension(Marks);
     this.grid = new SquareGrid(root, {
       texts, onChoose: (square) => this.#choose(square), onCancel: () => this.#pick(null),
@@ -109,6 +115,11 @@ export class Board extends EventTarget {
     }
   }
 
+  /** Puts the keyboard's focus on the board. */
+  focus() {
+    this.grid.focus();
+  }
+
   flip() {
     this.orientation = this.orientation === "w" ? "b" : "w";
   }
@@ -125,14 +136,35 @@ export class Board extends EventTarget {
       return;
     }
     this.#pick(null);
-    this.chessboard.cancelMoveInput();
+    if (!this.#isMoving) {
+      this.chessboard.cancelMoveInput(); // a move that was made ends its input itself, after its animation
+    }
     this.chessboard.disableMoveInput();
     if (colors !== "") {
       this.chessboard.enableMoveInput((event) => this.#onPointer(event), colors === "wb" ? undefined : colors);
     }
   }
 
-  /** Makes a move as if by hand; false where it may not be made. A promotion that is not given is asked for. */
+  /** Whether a piece that was moved by hand is still on its way. */
+  get #isMoving() {
+    return this.chessboard.view.visualMoveInput.moveInputState === MOVE_DONE;
+  }
+
+  /** A dialog that opened earlier would take the end of the pointer's movement away from the board. */
+  async #moveDone() {
+    while (this.#isMoving) {
+      await new Promise(requestAnimationFrame);
+    }
+  }
+
+  /** Ends a drag, but not a move just made: cm-chessboard still puts its piece down. */
+  #cancelPointer() {
+    if (this.chessboard.view.visualMoveInput.moveInputState !== MOVE_DONE) {
+      this.chessboard.cancelMoveInput();
+    }
+  }
+
+  /** Makes a move as if by hand; false where it may not be made. A promotion not given is asked for. */
   move(from, to, promotion) {
     if (!this.#targets(from).includes(to)) {
       return false;
@@ -168,6 +200,7 @@ export class Board extends EventTarget {
         this.#pick(event.squareFrom);
         return this.#picked !== null;
       case INPUT_EVENT_TYPE.validateMoveInput:
+        event.animate = !this.#calm.matches;
         return this.#attempt(event.squareFrom, event.squareTo);
       case INPUT_EVENT_TYPE.movingOverSquare:
         this.marks.mark("over", event.squareTo && this.#targets(event.squareFrom).includes(event.squareTo)
@@ -230,6 +263,7 @@ export class Board extends EventTarget {
 
   async #promote(from, to, color) {
     const fen = this.#fen;
+    await this.#moveDone();
     const promotion = await askPromotion(this.root, color, this.texts);
     if (promotion !== null && this.#fen === fen) {
       this.#input.onMove(from, to, promotion);
