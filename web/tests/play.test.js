@@ -40,9 +40,11 @@ function overBy(chess) {
 }
 
 async function assertOver(visit, chess, userSide) {
-  const key = overBy(chess);
-  const mated = chess.turn() === userSide ? "play.over.loss" : "play.over.win";
-  await untilSaid(visit, words(key, { who: words(mated) }));
+  const winner = chess.turn() === "w" ? "black" : "white";
+  await untilStatus(visit, overBy(chess), { who: words(`play.over.${winner}`) });
+  if (chess.isCheckmate()) {
+    await untilStatus(visit, chess.turn() === userSide ? "play.over.loss" : "play.over.win");
+  }
   assert.deepEqual(await listedMoves(visit), chess.history());
 }
 
@@ -190,7 +192,8 @@ test("taking back, also while the engine thinks; a new game; resigning", async (
   await press(visit, "play.resign");
   await untilSaid(visit, words("play.resignSure"));
   await press(visit, "play.resign");
-  await untilSaid(visit, words("play.over.resigned", { who: words("play.over.loss") }));
+  await untilStatus(visit, "play.over.resigned", { loser: words("say.side.w") });
+  await untilStatus(visit, "play.over.loss");
 
   await newGame(visit);
   await untilShown(visit, START);
@@ -202,18 +205,18 @@ test("clocks run for both, and who has no time left loses", async (t) => {
   const visit = await Visit.start(t);
   const clocks = () => visit.page.evaluate(() =>
     [...document.querySelectorAll("[role=timer]")].map((clock) => clock.innerText.trim()));
-  // A king alone cannot win on time, so the engine gets more.
-  await openPosition(visit, "4k3/4q3/8/8/8/8/4Q3/4K3 w - - 0 1");
+  // Whose flag falls against a bare king does not lose, so there are queens.
+  await openPosition(visit, "4k3/q7/8/8/8/8/Q7/4K3 w - - 0 1");
   await newGame(visit, { limit: { base: 0.1, increment: 0 }, here: true });
   await visit.until("two clocks are shown", () => document.querySelectorAll("[role=timer]").length === 2);
-  const chess = new Chess("4k3/4q3/8/8/8/8/4Q3/4K3 w - - 0 1");
+  const chess = new Chess("4k3/q7/8/8/8/8/Q7/4K3 w - - 0 1");
   await untilShown(visit, chess.fen());
   for (const text of await clocks()) assert.match(text, /^0:0[56]/);
   await untilStatus(visit, "play.status.yours");
-  await play(visit, chess, "e2f2");
+  await play(visit, chess, "a2b2");
   await untilReply(visit, chess);
   // Now the user waits until his flag falls.
-  await untilSaid(visit, words("play.over.time", { who: words("play.over.loss") }));
+  await untilStatus(visit, "play.over.time", { who: words("play.over.black") });
 });
 
 test("what was played survives a reload", async (t) => {

@@ -11,10 +11,11 @@ import { after } from "node:test";
 
 import puppeteer from "puppeteer-core";
 
+import { chooseLanguage, Texts } from "../../page/app/i18n.js";
 import { SiteServer } from "./site.js";
 
 // Generous: a loaded machine is several times slower than an idle one.
-export const PATIENCE = 60_000;
+export const PATIENCE = Number(process.env.MORVANE_PATIENCE ?? 60_000);
 
 const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 const FLAGS = [
@@ -109,11 +110,13 @@ export class Visit {
       await visit.context.close();
       if (!server) await visit.server.stop();
       const isExpected = (text) => visit.expected.some((pattern) => pattern.test(text));
-      const unexpected = visit.problems.filter((text) => !isExpected(text));
+      const unexpected = [...new Set(visit.problems)].filter((text) => !isExpected(text));
+      for (const problem of unexpected) t.diagnostic(problem);
       const asked = recorder.seen.slice(before).map((url) => `asked ${url}`);
       assert.deepEqual([...unexpected, ...asked], [], "the page reported problems");
     });
     visit.visitor = { ...VISITOR, ...visitor };
+    visit.texts = new Texts(chooseLanguage([visit.visitor.language]));
     visit.page = await visit.newPage(prepare);
     if (go) await visit.goto(where);
     return visit;

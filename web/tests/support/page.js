@@ -5,9 +5,14 @@ import { PATIENCE } from "./browser.js";
 
 const english = new Texts("en");
 
-// The page's words for a key.
+// The page's English words for a key.
 export function words(key, values = {}) {
   return english.t(key, values);
+}
+
+// The same in the language of a visit.
+function said(visit, key, values) {
+  return visit.texts.t(key, values);
 }
 
 // A locator of what has this role and this name; it waits until it can be used.
@@ -16,7 +21,7 @@ export function find(visit, role, name) {
 }
 
 export function press(visit, key, role = "button") {
-  return find(visit, role, words(key)).click();
+  return find(visit, role, said(visit, key)).click();
 }
 
 export function openView(visit, view) {
@@ -38,7 +43,7 @@ export function isSaid(visit, text) {
 
 // Waits for the status line of Play.
 export function untilStatus(visit, key, values) {
-  return untilSaid(visit, words(key, values), "#play-status");
+  return untilSaid(visit, said(visit, key, values), "#play-status");
 }
 
 // The words beside the numbers of a limit.
@@ -54,9 +59,9 @@ export async function newGame(visit, { side = "white", limit = { depth: 1 }, her
   const [kind] = Object.keys(limit);
   await press(visit, `play.limit.${kind === "base" ? "clock" : kind}`, "radio");
   for (const [name, value] of Object.entries(limit)) {
-    await find(visit, "spinbutton", words(FIELDS[name])).fill(String(value));
+    await find(visit, "spinbutton", said(visit, FIELDS[name])).fill(String(value));
   }
-  const box = await find(visit, "checkbox", words("play.fromHere")).waitHandle();
+  const box = await find(visit, "checkbox", said(visit, "play.fromHere")).waitHandle();
   if ((await box.evaluate((element) => element.checked)) !== here) await box.click();
   await press(visit, "play.start");
   await visit.until("the dialog is closed", () => document.querySelector("dialog[open]") === null);
@@ -69,7 +74,7 @@ export async function paste(visit, text) {
 }
 
 export async function submitText(visit, text) {
-  await find(visit, "textbox", words("position.paste")).fill(text);
+  await find(visit, "textbox", said(visit, "position.paste")).fill(text);
   await press(visit, "position.open");
 }
 
