@@ -1,0 +1,61 @@
+// The service worker: the page without a network, threads on hosts that send no headers, and new versions.
+const RELOADED = "morvane.reloaded";
+
+function reloadedBefore() {
+  try {
+    return sessionStorage.getItem(RELOADED) !== null;
+  } catch {
+    return true; // without storage a second reload could not be told from the first
+  }
+}
+
+/** Reloads once when a worker has come to control a page that is not isolated, so that threads work. */
+function reloadForThreads(mayReload) {
+  if (crossOriginIsolated || !navigator.serviceWorker.controller || reloadedBefore() || !mayReload()) {
+    return;
+  }
+  sessionStorage.setItem(RELOADED, "1");
+  location.reload();
+}
+
+function offerUpdate(registration, notices, isWanted) {
+  const worker = registration.waiting;
+  if (worker && navigator.serviceWorker.controller) {
+    notices.show("notice.update", {
+      action: { key: "notice.reload", run: () => { isWanted(); worker.postMessage("use"); } },
+    });
+  }
+}
+
+function watchUpdates(registration, notices, isWanted) {
+  offerUpdate(registration, notices, isWanted);
+  registration.addEventListener("updatefound", () => {
+    registration.installing?.addEventListener("statechange", () => offerUpdate(registration, notices, isWanted));
+  });
+}
+
+/**
+ * Installs the worker where the browser has them.
+ * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean}} options mayReload: whether nothing is
+ *   lost to the user by a reload
+ */
+export async function installWorker({ notices, mayReload }) {
+  if (!("serviceWorker" in navigator)) {
+    return;
+  }
+  let updateWanted = false;
+  navigator.serviceWorker.addEventListener("controllerchange", () => {
+    if (updateWanted) {
+      location.reload();
+    } else {
+      reloadForThreads(mayReload);
+    }
+  });
+  try {
+    const registration = await navigator.serviceWorker.register("sw.js", { updateViaCache: "none" });
+    watchUpdates(registration, notices, () => { updateWanted = true; });
+    reloadForThreads(mayReload);
+  } catch {
+    // Private windows and plain http have no workers: the page works as it is while the host is there.
+  }
+}

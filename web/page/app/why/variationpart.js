@@ -1,0 +1,63 @@
+// Why after the variation: what is different at the end of the engine's line.
+
+import { h, toggle, write } from "../analysis/dom.js";
+import { variationMoves, variationText } from "../analysis/variation.js";
+import { newestOnly } from "./feed.js";
+import { makeDifferenceView } from "./differenceview.js";
+
+const OWNER = "why-variation";
+
+/** The part: {element, show(unit), leave()}. */
+export function makeVariationPart({ game, texts, marks, session, preview, feed, settings }) {
+  const line = h("p", { class: "why-line", "data-test": "why-line" });
+  const none = h("p", { class: "hint", text: "why.noLine" });
+  const begin = h("button", { type: "button", text: "why.begin", "data-test": "why-begin", onclick: () => {
+    settings.set("analysis.on", true);
+    session.set(true);
+  } });
+  const look = h("button", { type: "button", class: "look", text: "why.lookAtEnd", "aria-pressed": "false",
+    "data-test": "why-look", onclick: () => (isLooked() ? preview.back() : preview.show(moves, OWNER)) });
+  const difference = makeDifferenceView({ texts, marks, prefix: "why-variation" });
+  const element = h("div", { class: "why-part" }, line, none, h("p", { class: "buttons" }, begin, look),
+    difference.element);
+  let moves = [];
+  let shownFor = "";
+
+  const isLooked = () => preview.shown?.owner === OWNER;
+  const ask = newestOnly(
+    (from, to) => Promise.all([feed.of(from), feed.of(to)]),
+    (found, from, to, unit) => {
+      toggle(difference.element, found !== null);
+      if (found) {
+        difference.show({ before: found[0], after: found[1], unit });
+      }
+    },
+  );
+
+  const show = (unit) => {
+    const { state } = session;
+    if (!isLooked()) {
+      moves = state.fen === game.fen ? variationMoves(state.fen, state.pv) : [];
+    }
+    const hasLine = moves.length > 0;
+    write(line, hasLine ? variationText(moves) : "");
+    toggle(line, hasLine);
+    toggle(none, !hasLine);
+    toggle(begin, !session.on && !hasLine);
+    toggle(look, hasLine);
+    look.setAttribute("aria-pressed", String(isLooked()));
+    const key = `${game.fen} ${moves.at(-1)?.fen} ${unit} ${texts.language}`;
+    if (!hasLine) {
+      toggle(difference.element, false);
+    } else if (key !== shownFor) {
+      ask(game.fen, moves.at(-1).fen, unit);
+    }
+    shownFor = hasLine ? key : "";
+  };
+  const leave = () => {
+    if (isLooked()) {
+      preview.back();
+    }
+  };
+  return { element, show, leave };
+}
