@@ -16,12 +16,12 @@ import unittest
 from client import FolderTest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-STEPS = ["formatting", "release", "package", "arm64", "windows", "tests", "instructions", "analysis", "addresses",
+STEPS = ["formatting", "release", "package", "arm64", "windows", "web", "tests", "instructions", "analysis", "addresses",
          "threads", "fuzzing", "profiled"]
 SMALL = {"cmake", "ninja-build", "make", "g++", "python3", "libgtest-dev"}  # packages
-SILENT = ("cmake", "clang-format", "clang-tidy", "shellcheck", "npm", "wine64", "wineserver64")
+SILENT = ("cmake", "clang-format", "clang-tidy", "shellcheck", "node", "npm", "wine64", "wineserver64")
 SCRIPTS = ("run", ".ci/run", "benchmarks/run", "fuzz/run", "scripts/make-package", "scripts/make-release",
-           "scripts/build-profiled")
+           "scripts/build-profiled", "scripts/build-web")
 SUCCESS = "#!/bin/bash\n"
 # With $FAILING in its arguments ctest fails; else it leaves the results of two builds.
 CTEST = """#!/bin/sh

@@ -8,10 +8,9 @@ import { pathToFileURL } from "node:url";
 
 import { traced } from "./support/native.js";
 import { positions } from "./support/positions.js";
-import { ROOT } from "./support/site.js";
+import { PACKAGE } from "./support/site.js";
 
 const WANTED = 1000;
-const PACKAGE = path.resolve(process.env.MORVANE_PACKAGE ?? path.join(ROOT, "build/web/engine"));
 const fens = positions(WANTED);
 let native;
 

@@ -1,6 +1,6 @@
-// The native engine's word on an evaluation.
+// The native engine's word.
 
-import { execFile } from "node:child_process";
+import { execFile, spawn } from "node:child_process";
 import { existsSync } from "node:fs";
 import path from "node:path";
 import { promisify } from "node:util";
@@ -34,4 +34,28 @@ export async function traced(fen) {
     white: Number(/final \(white\) +(-?\d+)/.exec(stdout)[1]),
     value: Number(/final \(stm=[wb]\) +(-?\d+)/.exec(stdout)[1]),
   };
+}
+
+// What the native engine says to some lines, one after the other: each search ends before the next line.
+// The last answer is "readyok".
+export async function session(lines) {
+  const engine = spawn(program, { stdio: ["pipe", "pipe", "ignore"] });
+  const said = [];
+  let rest = "";
+  let wake = () => {};
+  engine.stdout.setEncoding("utf8").on("data", (text) => {
+    const parts = (rest + text).split("\n");
+    rest = parts.pop();
+    said.push(...parts.filter((line) => line !== ""));
+    wake();
+  });
+  const count = (word) => said.filter((line) => line.startsWith(word)).length;
+  let searches = 0;
+  for (const line of [...lines, "isready"]) {
+    engine.stdin.write(`${line}\n`);
+    if (line.startsWith("go")) for (++searches; count("bestmove") < searches; ) await new Promise((go) => (wake = go));
+  }
+  while (count("readyok") === 0) await new Promise((go) => (wake = go));
+  engine.stdin.end("quit\n");
+  return said;
 }

@@ -8,6 +8,7 @@ import { fileURLToPath } from "node:url";
 import { serveFolder } from "../../serve.mjs";
 
 export const ROOT = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "../../..");
+export const PACKAGE = path.resolve(process.env.MORVANE_PACKAGE ?? path.join(ROOT, "build/web/engine"));
 export const SITE = path.resolve(process.env.MORVANE_SITE ?? path.join(ROOT, "build/web/site"));
 
 // A server on a free port. `folder` and `answer` may be changed while it runs; `answer(request, response)`
