@@ -47,7 +47,7 @@ class TreeTest(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.tree = self.folder / "тека з пробілом"
         shutil.copytree(ROOT, self.tree, ignore=shutil.ignore_patterns(
-            "build", ".git", "__pycache__", "morvane"))
+            "build", ".git", "__pycache__", "morvane", "node_modules"))
         self.environment = {name: value for name, value in os.environ.items()
                             if name not in UNWANTED}
 

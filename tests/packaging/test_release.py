@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import filecmp
+import gzip
+import json
 import os
 import pathlib
 import re
@@ -35,8 +37,8 @@ ARCHIVES = {
     f"{NAME}-windows-x86_64.zip": ([WINE], "morvane.exe"),
 }
 PACKAGES = {f"morvane_{VERSION}-1_{architecture}.deb" for architecture in ("amd64", "arm64")}
-SOURCE = f"{NAME}-source.tar.gz"
-SUMMED = {*ARCHIVES, *PACKAGES, SOURCE}
+SOURCE, NPM, WEB = f"{NAME}-source.tar.gz", f"{NAME}-npm.tgz", f"{NAME}-web.zip"
+SUMMED = {*ARCHIVES, *PACKAGES, SOURCE, NPM, WEB}
 TEXTS = {"LICENSE", "CHANGELOG.md", "README.txt", "MANUAL.txt"}
 SURROUNDING = {"TZ": "Asia/Tokyo", "SOURCE_DATE_EPOCH": "1000000000", "USER": "nobody"}
 DEADLINE = 600.0
@@ -210,6 +212,37 @@ class Packages(ReleaseTest):
         told = output("qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", self.folder / "usr/games/morvane",
                       "benchsearch", str(depth), timeout=DEADLINE)
         self.assertIn("bench: {} nodes {} qnodes ".format(*counted), told)
+
+
+class Web(ReleaseTest):
+    def setUp(self) -> None:
+        super().setUp()
+        shutil.unpack_archive(DIST / NPM, self.folder / "npm", "gztar", filter="data")
+        unpack(WEB, self.folder)
+        self.package, self.site = self.folder / "npm" / "package", self.folder / NAME
+
+    def test_the_package_holds_what_it_exports(self) -> None:
+        description = json.loads((self.package / "package.json").read_text("utf-8"))
+        self.assertEqual((description["name"], description["version"]), ("morvane", VERSION))
+        builds = {f"morvane-{build}{suffix}" for build in ("single", "threads") for suffix in (".js", ".wasm")}
+        self.assertEqual({path.name for path in self.package.iterdir()},
+                         builds | {"morvane-threads.worker.js", "morvane.js", "index.mjs", "index.d.mts", "package.json",
+                                   "README.md", "LICENSE"})
+
+    def test_sizes(self) -> None:
+        for module in self.package.glob("*.wasm"):
+            content = module.read_bytes()
+            self.assertLess(len(content), 400_000, module.name)
+            self.assertLess(len(gzip.compress(content)), 150_000, module.name)
+
+    def test_the_page_holds_the_same_engine(self) -> None:
+        shared = [path.name for path in (self.site / "engine").iterdir()]
+        self.assertIn("morvane-threads.wasm", shared)
+        self.assertEqual(filecmp.cmpfiles(self.package, self.site / "engine", shared, shallow=False), (shared, [], []))
+
+    def test_the_page_is_whole(self) -> None:
+        self.assertLessEqual({"index.html", "sw.js", "manifest.webmanifest", "LICENSES.txt"},
+                             {path.name for path in self.site.iterdir()})
 
 
 class Source(ReleaseTest):

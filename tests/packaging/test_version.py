@@ -17,6 +17,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PLACES = {
     "packaging/changelog": r"\Amorvane \((.*)-\d+\) ",
     "CHANGELOG.md": r"^## (\d\S*\d)\b",
+    "web/engine/package.json": r'^  "version": "(.*)",$',
     "fuzz/uci_model.h": r'"id name Morvane (\S+)"',
     "docs/morvane.6": r"^This page is about version (.*)\.$",
 }
