@@ -27,8 +27,8 @@ void ignoreWriteSignals();
 /// something. Returns the number of bytes, 0 at the end, nothing if reading fails.
 std::optional<std::size_t> read(std::span<char> space);
 
-/// Whether the client asks a search to stop and nothing else would hear it, since the program's only
-/// thread is searching. Where there are threads, one of them reads, and this is always false.
+/// Whether the client asks a search to stop and nothing else would hear it, since the program's
+/// only thread is searching. Where there are threads, one of them reads, and this is always false.
 bool isInterrupted();
 
 /// Writes all of a text, with one call of the system unless that takes less than all. Waits as long

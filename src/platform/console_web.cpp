@@ -3,8 +3,8 @@
 #include <emscripten.h>
 
 // The standard streams of a program that runs in a worker. What is written goes to the worker's
-// script, which gives `Module.write`; what is read comes from it (console_web_threads.cpp, and where
-// there are no threads src/web/single.cpp).
+// script, which gives `Module.write`; what is read comes from it (console_web_threads.cpp, and
+// where there are no threads src/web/single.cpp).
 namespace Console {
 
 void fillClosedStreams() {}

@@ -12,8 +12,8 @@ class WorkerThread {
     /// to ask whether a move is the only good one), with frames of 5 KiB.
     static constexpr std::size_t kStackUsed = std::size_t{2} << 20;
 
-    /// Under sanitizers a search uses a few times as much. Addresses of 32 bits have no room for that
-    /// in each of many threads, nor sanitizers.
+    /// Under sanitizers a search uses a few times as much. Addresses of 32 bits have no room for
+    /// that in each of many threads, nor sanitizers.
     static constexpr std::size_t kStackBytes = sizeof(void*) < 8 ? kStackUsed : 4 * kStackUsed;
 
     WorkerThread() = default;

@@ -76,8 +76,8 @@ struct alignas(kLineDistance) Thread {
     }
 };
 
-/// A search thread of the pool: a worker that sleeps until a search is asked for. On a system without
-/// threads the main one searches on its caller's, and there are no others.
+/// A search thread of the pool: a worker that sleeps until a search is asked for. On a system
+/// without threads the main one searches on its caller's, and there are no others.
 class PoolThread : public Thread {
   public:
     /// Starts the worker and returns once it sleeps. Throws std::system_error with the message
@@ -104,7 +104,7 @@ class PoolThread : public Thread {
     bool searching_ = true;
     bool exit_ = false;
     bool owesAnswer_ = false; // without threads: to a search that ended before it was told to
-    WorkerThread worker_; // last: it starts when everything else stands
+    WorkerThread worker_;     // last: it starts when everything else stands
 };
 
 /// Bytes of memory that a thread of the pool uses, at the most about: itself and its part of its

@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string> kLayers = {"platform", "base",  "params", "board",   "eval",
+const std::vector<std::string> kLayers = {"platform", "base",  "params", "board",    "eval",
                                           "search",   "tools", "uci",    "variants", "web"};
 
 /// Place of a layer from the bottom, -1 if there is no such layer.
