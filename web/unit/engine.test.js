@@ -199,3 +199,25 @@ test("the build without threads is not asked for threads", async () => {
   assert.equal(engine.threadCount, 1);
   assert.deepEqual(fakes[0].calls, []);
 });
+
+test("a worker that ends without a word is noticed while it searches", async () => {
+  const { engine, fakes } = makeEngine({ patience: 20 });
+  const move = engine.move(AFTER_E4, { depth: 3 });
+  await until(() => fakes[0]?.search);
+  await new Promise((resolve) => setTimeout(resolve, 60));
+  assert.equal(fakes.length, 1, "a worker that answers is left alone");
+  fakes[0].mute = true;
+  await until(() => fakes[1]?.search);
+  assert.ok(fakes[0].dead);
+  fakes[1].search.answer("c7c5");
+  assert.equal((await move).bestMove, "c7c5");
+});
+
+test("a worker that does not answer a question has ended", async () => {
+  const { engine, fakes } = makeEngine({ patience: 20 });
+  await engine.ready;
+  fakes[0].mute = true;
+  engine.evaluate("a fen");
+  await until(() => engine.state === "failed");
+  assert.equal(engine.reason, "died");
+});

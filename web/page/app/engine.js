@@ -4,6 +4,9 @@
 
 import { perFrame } from "./analysis/frame.js";
 
+const PATIENCE = 8000;
+const START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
+
 const startFromPackage = async (options) => {
   let Engine;
   try {
@@ -25,6 +28,7 @@ const startFromPackage = async (options) => {
  */
 export class PageEngine extends EventTarget {
   #startEngine;
+  #patience;
   #engine = null;
   #starting = null;
   #state = "loading";
@@ -34,10 +38,14 @@ export class PageEngine extends EventTarget {
   #queue = Promise.resolve(); // what needs the engine while no search runs
   #wanted = { threads: 1, hash: null };
 
-  /** Starts loading at once. `start` makes an Engine, `threads` and `hash` are the settings to begin with. */
-  constructor({ start = startFromPackage, threads = 1, hash = null } = {}) {
+  /**
+   * Starts loading at once. `start` makes an Engine, `threads` and `hash` are the settings to begin with; a
+   * worker that does not answer for `patience` milliseconds has ended.
+   */
+  constructor({ start = startFromPackage, threads = 1, hash = null, patience = PATIENCE } = {}) {
     super();
     this.#startEngine = start;
+    this.#patience = patience;
     this.#wanted = { threads, hash };
     /** Resolves, once the first start has succeeded or failed, to whether there is an engine. */
     this.ready = this.#ensure().then(() => true, () => false);
@@ -102,15 +110,16 @@ export class PageEngine extends EventTarget {
   /** Stops the search with the result found so far. Resolves when none runs. */
   async stop() {
     const search = this.#current;
-    if (search)
+    if (search) {
       this.#end(search);
+    }
     await search?.result.catch(() => {});
   }
 
   /** The evaluation of a position, term by term; also while a search runs. Rejects on a refused FEN. */
   async evaluate(fen) {
     const engine = await this.#ensure();
-    return engine.evaluate(fen);
+    return this.#answered(engine, engine.evaluate(fen));
   }
 
   /** Forgets what was learned of the game before. */
@@ -154,10 +163,11 @@ export class PageEngine extends EventTarget {
 
   #begin(search) {
     const before = this.#current;
-    if (search.forMove)
+    if (search.forMove) {
       this.#dropAll();
-    else if (before && !before.forMove)
+    } else if (before && !before.forMove) {
       this.#drop(before);
+    }
     Object.assign(search, { before, dropped: false, stopped: false, running: null });
     this.#current = search;
     const turn = Promise.allSettled([before?.result, this.#queue]);
@@ -167,8 +177,9 @@ export class PageEngine extends EventTarget {
   }
 
   #dropAll() {
-    for (let search = this.#current; search; search = search.before)
+    for (let search = this.#current; search; search = search.before) {
       this.#drop(search);
+    }
   }
 
   #drop(search) {
@@ -178,7 +189,11 @@ export class PageEngine extends EventTarget {
 
   #end(search) {
     search.stopped = true;
-    search.running?.stop();
+    try {
+      search.running?.stop();
+    } catch {
+      // The worker has just ended; the search hears of it, too.
+    }
   }
 
   /** A search that loses its worker is begun once more by the next one. */
@@ -189,34 +204,68 @@ export class PageEngine extends EventTarget {
       try {
         return await this.#searchOn(engine, search);
       } catch (error) {
-        if (await this.#lives(engine) || !mayRetry)
+        if (await this.#lives(engine) || !mayRetry) {
           throw error;
+        }
       }
     }
     return null;
   }
 
   async #searchOn(engine, search) {
-    if (search.dropped)
+    if (search.dropped) {
       return null;
-    await engine.setPosition(search.position);
-    if (search.dropped)
+    }
+    await this.#answered(engine, engine.setPosition(search.position));
+    if (search.dropped) {
       return null;
+    }
     const deliver = perFrame((line) => {
-      if (!search.dropped)
+      if (!search.dropped) {
         search.onUpdate?.(line);
+      }
     });
     search.running = engine.go(search.limits, search.onUpdate ? deliver : undefined);
     this.#tell("thinking");
-    if (search.stopped)
-      search.running.stop();
+    if (search.stopped) {
+      this.#end(search);
+    }
+    const watch = this.#watch(engine);
     try {
       const result = await search.running.result;
       deliver.flush();
       return search.dropped ? null : result;
     } finally {
+      clearInterval(watch);
       search.running = null;
     }
+  }
+
+  /** A worker can end without a word: while it searches, it has to answer something now and then. */
+  #watch(engine) {
+    return setInterval(() => {
+      this.#answered(engine, engine.evaluate(START_FEN)).catch(() => {});
+    }, this.#patience / 4);
+  }
+
+  /** The answer of an engine; one that does not come in time is that of a worker that has ended. */
+  async #answered(engine, answer) {
+    const timer = setTimeout(() => this.#lose(engine), this.#patience);
+    try {
+      return await answer;
+    } finally {
+      clearTimeout(timer);
+    }
+  }
+
+  #lose(engine) {
+    if (this.#engine !== engine) {
+      return;
+    }
+    this.#engine = null;
+    this.#died = true;
+    engine.quit(); // which rejects what is still asked of it
+    this.#tell("failed", { reason: "died" });
   }
 
   /** Whether an engine still runs, once the news of its end has had time to arrive. */
@@ -226,15 +275,18 @@ export class PageEngine extends EventTarget {
   }
 
   #finish(search) {
-    if (this.#current === search)
+    if (this.#current === search) {
       this.#current = null;
-    if (this.#state === "thinking" && !this.#current)
+    }
+    if (this.#state === "thinking" && !this.#current) {
       this.#tell("ready");
+    }
   }
 
   #ensure() {
-    if (this.#engine)
+    if (this.#engine) {
       return Promise.resolve(this.#engine);
+    }
     this.#starting ??= this.#startOnce().finally(() => {
       this.#starting = null;
     });
@@ -260,23 +312,19 @@ export class PageEngine extends EventTarget {
 
   async #applySettings(engine) {
     const { hash, threads } = this.#wanted;
-    if (hash !== null && this.#takes(engine, "Hash"))
+    if (hash !== null && this.#takes(engine, "Hash")) {
       await engine.setOption("Hash", hash);
-    if (threads !== 1 && this.#takes(engine, "Threads"))
+    }
+    if (threads !== 1 && this.#takes(engine, "Threads")) {
       await engine.setOption("Threads", threads);
+    }
   }
 
   #listen(engine) {
     engine.addEventListener("message", (event) => {
       this.dispatchEvent(new CustomEvent("message", { detail: event.detail }));
     });
-    engine.addEventListener("error", () => {
-      if (this.#engine !== engine)
-        return;
-      this.#engine = null;
-      this.#died = true;
-      this.#tell("failed", { reason: "died" });
-    });
+    engine.addEventListener("error", () => this.#lose(engine));
   }
 
   #tell(state, { reason = null, restarted = false } = {}) {

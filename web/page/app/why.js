@@ -59,16 +59,15 @@ export function create({ game, board, engine, texts, settings }) {
 
   const root = document.getElementById("view-why");
   root.append(
-    h("div", { class: "why-choices" },
-      choice({ name: "why-mode", label: "why.show", value: mode, onChange: chooseMode,
-        options: MODES.map((value) => ({ value, text: `why.mode.${value}` })) }).element,
-      choice({ name: "why-unit", label: "why.unit", value: unitOf(settings),
-        onChange: (unit) => {
-          chooseUnit(settings, unit);
-          render();
-        },
-        options: UNITS.map((value) => ({ value, text: `why.unit.${value}` })) }).element),
+    choice({ name: "why-mode", label: "why.show", value: mode, onChange: chooseMode,
+      options: MODES.map((value) => ({ value, text: `why.mode.${value}` })) }),
     ...MODES.map((name) => parts[name].element),
+    choice({ name: "why-unit", label: "why.unit", hasLegend: true, value: unitOf(settings),
+      onChange: (unit) => {
+        chooseUnit(settings, unit);
+        render();
+      },
+      options: UNITS.map((value) => ({ value, text: `why.unit.${value}` })) }),
   );
   for (const source of [game, preview]) {
     source.addEventListener("change", () => {

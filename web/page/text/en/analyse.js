@@ -1,7 +1,7 @@
 // Texts of the view Analyse.
 export default {
   "analyse.switch": "Analysis",
-  "analyse.import": "Load a position or game …",
+  "analyse.import": "Load …",
   "analyse.off": "The analysis is off.",
   "analyse.waits": "The analysis waits.",
   "analyse.begins": "Beginning …",

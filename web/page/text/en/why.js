@@ -10,14 +10,15 @@ export default {
   "why.white": "White",
   "why.black": "Black",
 
-  "why.staticValue": "The evaluation of this position, without looking ahead. Positive numbers are good "
-    + "for White.",
+  "why.staticValue": "Without looking ahead. Plus is good for White.",
   "why.none": "There is no evaluation without the engine.",
   "why.caption": "The terms of the evaluation. Positive numbers are good for White.",
   "why.term": "Term",
   "why.mg": "Middle game",
   "why.eg": "End game",
-  "why.counts": "Counts",
+  "why.mgColumn": "Middle game",
+  "why.egColumn": "End game",
+  "why.counts": "Counts ≈",
   "why.total": "Total",
   "why.forBlack": "Black",
   "why.forWhite": "White",

@@ -1,7 +1,7 @@
 // Тексти розділу «Аналіз».
 export default {
   "analyse.switch": "Аналіз",
-  "analyse.import": "Завантажити позицію чи партію…",
+  "analyse.import": "Завантажити…",
   "analyse.off": "Аналіз вимкнено.",
   "analyse.waits": "Аналіз очікує.",
   "analyse.begins": "Починаю…",
