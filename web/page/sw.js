@@ -1,5 +1,5 @@
-// The service worker: keeps every file of the page, so that it works without a network, and gives each the headers
-// that let threads share memory, whatever the host sends.
+// The service worker: keeps every file of the page, so that it works without a network, and gives each the
+// headers that let threads share memory, whatever the host sends.
 /* global PRECACHE */
 importScripts("precache.js"); // self.PRECACHE = {version, files: [...]}: written when the page is built
 

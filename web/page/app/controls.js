@@ -1,5 +1,5 @@
-// The controls beside the board that all views share: steps through the game, turning the board, the text field for
-// moves, and the game as PGN.
+// The controls beside the board that all views share: steps through the game, turning the board, the text
+// field for moves, and the game as PGN.
 
 const byId = (id) => document.getElementById(id);
 
@@ -13,6 +13,10 @@ export function createBoardBar({ game, board }) {
     byId(id).addEventListener("click", () => game.goto(to()));
   }
   byId("flip").addEventListener("click", () => board.flip());
+  document.querySelector(".skip").addEventListener("click", (event) => {
+    event.preventDefault();
+    board.focus();
+  });
   const update = () => {
     byId("go-first").disabled = byId("go-previous").disabled = game.ply === 0;
     byId("go-last").disabled = byId("go-next").disabled = game.atEnd;
@@ -24,7 +28,8 @@ export function createBoardBar({ game, board }) {
 
 /** The arrow keys step through the game where nothing else wants them. */
 function stepByKey(event, game) {
-  const to = { ArrowLeft: game.ply - 1, ArrowRight: game.ply + 1, Home: 0, End: game.moves.length }[event.key];
+  const { ply, moves } = game;
+  const to = { ArrowLeft: ply - 1, ArrowRight: ply + 1, Home: 0, End: moves.length }[event.key];
   const free = event.target === document.body || event.target.closest?.(".board-bar, #board") !== null;
   if (to === undefined || !free || event.defaultPrevented || event.ctrlKey || event.altKey || event.metaKey) {
     return;

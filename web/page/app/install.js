@@ -30,14 +30,15 @@ function offerUpdate(registration, notices, isWanted) {
 function watchUpdates(registration, notices, isWanted) {
   offerUpdate(registration, notices, isWanted);
   registration.addEventListener("updatefound", () => {
-    registration.installing?.addEventListener("statechange", () => offerUpdate(registration, notices, isWanted));
+    registration.installing?.addEventListener("statechange", () =>
+      offerUpdate(registration, notices, isWanted));
   });
 }
 
 /**
  * Installs the worker where the browser has them.
- * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean}} options mayReload: whether nothing is
- *   lost to the user by a reload
+ * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean}} options mayReload:
+ *   whether a reload takes nothing from the user
  */
 export async function installWorker({ notices, mayReload }) {
   if (!("serviceWorker" in navigator)) {

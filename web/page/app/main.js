@@ -111,8 +111,8 @@ function playTyped(uci) {
 engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
   const failures = ["notice.webassembly", "notice.memory", "notice.load", "notice.died"];
   if (state === "failed") {
-    const retry = { key: "notice.retry", run: () => { views[current]?.hide(); views[current]?.show(); } };
-    notices.show(`notice.${reason}`, { kind: "error", action: reason === "webassembly" ? undefined : retry });
+    const action = reason === "webassembly" ? undefined : { key: "notice.retry", run: retry };
+    notices.show(`notice.${reason}`, { kind: "error", action });
   } else if (state === "ready") {
     failures.forEach((key) => notices.dismiss(key));
     if (restarted) {
@@ -120,6 +120,18 @@ engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
     }
   }
 });
+
+/** Starts the engine again, and then what the view wanted of it. */
+async function retry() {
+  views[current]?.hide();
+  await engine.evaluate(game.fen).catch(() => {}); // its failure is told by the next "state"
+  views[current]?.show();
+}
+
+/** Whether a reload that nobody asked for takes nothing from the user. */
+function mayReload() {
+  return !views.play.busy && engine.state !== "thinking" && document.querySelector("dialog[open]") === null;
+}
 
 function about() {
   if (engine.state === "failed") {
@@ -142,4 +154,4 @@ showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");
 loadPieces("pieces.svg").catch(() => notices.show("notice.pieces", { kind: "error" }));
 document.documentElement.dataset.ready = "";
-installWorker({ notices, mayReload: () => !views.play.underWay });
+installWorker({ notices, mayReload });

@@ -1,5 +1,5 @@
 // The view Play: a game against the engine.
-import { confirmed, onClose } from "./dialogs.js";
+import { confirmed, element, onClose } from "./dialogs.js";
 import {
   clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, LIMIT_KINDS, pliesToTakeBack,
 } from "./session.js";
@@ -18,6 +18,7 @@ export function create(page) {
 
 class Play {
   #visible = false;
+  #begun = false; // the user has played since the page was opened
   #attached = true; // false: the game on the board is not the one that is played
   #own = false; // this view itself changes the game
   #thinking = null; // a token for the move that the engine works out
@@ -55,6 +56,11 @@ class Play {
     this.#tick();
   }
 
+  /** Whether the user is in the middle of a game since the page was opened. */
+  get busy() {
+    return this.#begun && this.underWay;
+  }
+
   /** Whether a game has begun in which a move is still to come. */
   get underWay() {
     return this.#attached && this.game.moves.length > 0 && this.game.outcome() === null;
@@ -78,11 +84,12 @@ class Play {
     byId("play-on").addEventListener("click", () => this.#playOn(this.#human));
   }
 
-  // The game -----------------------------------------------------------------------------------------------------
+  // The game -----------------------------------------------------------------------------------------------
 
   /** Changes the game so that it stays the one that is played. */
   #change(change) {
     this.#own = true;
+    this.#begun = true;
     try {
       change();
     } finally {
@@ -154,7 +161,7 @@ class Play {
     });
   }
 
-  // The engine ---------------------------------------------------------------------------------------------------
+  // The engine ---------------------------------------------------------------------------------------------
 
   #engineToMove() {
     const last = this.game.fenAt(this.game.moves.length);
@@ -166,7 +173,8 @@ class Play {
     this.#thinking = token;
     const { game } = this;
     try {
-      const answer = await this.engine.move(game.position(game.moves.length), engineLimits(this.#choice, this.#clock));
+      const limits = engineLimits(this.#choice, this.#clock);
+      const answer = await this.engine.move(game.position(game.moves.length), limits);
       if (this.#thinking !== token) {
         return;
       }
@@ -208,7 +216,7 @@ class Play {
     }
   }
 
-  // The clock ----------------------------------------------------------------------------------------------------
+  // The clock ----------------------------------------------------------------------------------------------
 
   #newClock(times) {
     this.#clock?.stop();
@@ -243,7 +251,7 @@ class Play {
     }
   }
 
-  // What is seen -------------------------------------------------------------------------------------------------
+  // What is seen -------------------------------------------------------------------------------------------
 
   #update() {
     if (this.#visible && !this.#thinking && !this.#failed && this.#engineToMove()) {
@@ -276,7 +284,7 @@ class Play {
     }
     this.players.show({
       orientation: this.board.orientation, names: this.names() ?? this.players.namesOf(this.game),
-      clock: this.#attached ? this.#clock : null, turn: this.game.turn,
+      clock: this.#attached ? this.#clock : null, turn: this.game.outcome() ? null : this.game.turn,
       busy: this.#thinking ? (this.#human === "w" ? "b" : "w") : null,
     });
   }
@@ -284,21 +292,21 @@ class Play {
   #status() {
     const { game, texts } = this;
     const outcome = game.outcome();
-    if (!this.#attached) {
-      return { text: texts.t("play.status.changed") };
-    }
-    if (!game.atEnd) {
+    if (this.#attached && !game.atEnd) {
       return { text: texts.t("play.status.earlier") };
     }
-    if (outcome !== null) {
-      const { title, text } = outcomeInWords(outcome, this.#human, texts);
-      return { title, text, over: true };
+    if (outcome !== null && game.atEnd) {
+      return { ...outcomeInWords(outcome, this.#attached ? this.#human : null, texts), over: true };
+    }
+    if (!this.#attached) {
+      return { text: texts.t("play.status.changed") };
     }
     if (this.#failed) {
       return { text: texts.t("play.status.noEngine") };
     }
     if (game.turn !== this.#human) {
-      return { text: texts.t(this.engine.state === "loading" ? "play.status.loading" : "play.status.thinking") };
+      const loading = this.engine.state === "loading";
+      return { text: texts.t(loading ? "play.status.loading" : "play.status.thinking") };
     }
     return { text: texts.t(game.inCheck ? "play.status.check" : "play.status.yours") };
   }
@@ -312,9 +320,7 @@ class Play {
     }
     status.dataset.shown = shown;
     status.classList.toggle("over", over);
-    const strong = document.createElement("strong");
-    strong.textContent = title ?? "";
-    status.replaceChildren(...(title ? [strong, document.createTextNode(` ${text}`)] : [document.createTextNode(text)]));
+    status.replaceChildren(...(title ? [element("strong", {}, title), " "] : []), text);
     if (over) {
       this.notices.say(`${title}. ${text}`);
     }
@@ -333,10 +339,11 @@ class Play {
 
   #limitsInWords() {
     const { limit, base, increment } = this.#choice;
-    return this.texts.t(`play.told.${limit}`, limit === "clock" ? { base, increment } : { n: this.#choice[limit] });
+    const values = limit === "clock" ? { base, increment } : { n: this.#choice[limit] };
+    return this.texts.t(`play.told.${limit}`, values);
   }
 
-  // The dialog for a new game ------------------------------------------------------------------------------------
+  // The dialog for a new game ------------------------------------------------------------------------------
 
   #newGameDialog() {
     const dialog = byId("new-game-dialog");
@@ -370,7 +377,7 @@ class Play {
     });
   }
 
-  // What outlives the page ---------------------------------------------------------------------------------------
+  // What outlives the page ---------------------------------------------------------------------------------
 
   #save() {
     const { game } = this;

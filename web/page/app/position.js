@@ -33,6 +33,9 @@ class PositionDialog {
     this.setUp.show(this.game.fen);
     this.#fail("");
     this.#dialog.showModal();
+    if (!this.pages[0].hidden) {
+      this.text.focus();
+    }
   }
 
   #build() {
@@ -66,21 +69,21 @@ class PositionDialog {
 
   #pastePage() {
     const form = element("form");
-    this.text = element("textarea", { rows: "6", spellcheck: "false", autocapitalize: "off", id: "position-text" });
+    this.text = element("textarea", {
+      rows: "6", spellcheck: "false", autocapitalize: "off", id: "position-text",
+    });
     this.text.addEventListener("input", () => this.#fail(""));
     this.fen = element("input", { type: "text", readonly: "", id: "position-fen" });
     const copy = this.#button("position.copyFen", "quiet", () =>
       copyText(this.fen.value, { notices: this.notices, doneKey: "position.copied" }));
     const fenRow = element("div", { class: "row" });
     fenRow.append(this.fen, copy);
-    const file = element("input", { type: "file", accept: ".pgn,.fen,.txt,text/plain", class: "unseen", tabindex: "-1" });
-    file.setAttribute("aria-label", this.texts.t("position.file"));
-    file.addEventListener("change", () => this.#readFile(file));
+    const file = this.#fileInput();
     const buttons = element("div", { class: "buttons end" });
     buttons.append(file, this.#button("position.file", "", () => file.click()), this.#cancelButton(),
       element("button", { type: "submit", class: "primary" }, this.texts.t("position.open")));
-    form.append(this.#label("position.paste", this.text), this.text, this.#label("position.fen", this.fen), fenRow,
-      buttons);
+    form.append(this.#field("position.paste", this.text, this.text),
+      this.#field("position.fen", this.fen, fenRow), buttons);
     form.addEventListener("submit", (event) => {
       event.preventDefault();
       this.#take(() => this.#load(this.text.value));
@@ -114,8 +117,19 @@ class PositionDialog {
     return button;
   }
 
-  #label(key, field) {
-    return element("label", { for: field.id }, this.texts.t(key));
+  #fileInput() {
+    const file = element("input", {
+      type: "file", accept: ".pgn,.fen,.txt,text/plain", class: "unseen", tabindex: "-1",
+      "aria-label": this.texts.t("position.file"),
+    });
+    file.addEventListener("change", () => this.#readFile(file));
+    return file;
+  }
+
+  #field(key, input, content) {
+    const field = element("div", { class: "field" });
+    field.append(element("label", { for: input.id }, this.texts.t(key)), content);
+    return field;
   }
 
   #fail(text) {

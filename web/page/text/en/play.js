@@ -46,7 +46,7 @@ export default {
   "play.status.thinking": "The engine is thinking …",
   "play.status.noEngine": "The engine is not running",
   "play.status.earlier": "An earlier position of the game",
-  "play.status.changed": "The game was changed outside of play.",
+  "play.status.changed": "Make a move on the board to play on from here.",
   "play.over.win": "You won",
   "play.over.loss": "Morvane won",
   "play.over.white": "White won",
