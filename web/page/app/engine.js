@@ -138,8 +138,10 @@ export class PageEngine extends EventTarget {
 
   /** Ends the worker; the page goes away. */
   quit() {
-    this.#engine?.quit();
+    this.#dropAll();
+    const engine = this.#engine;
     this.#engine = null;
+    engine?.quit();
   }
 
   #choose(option, key, value) {

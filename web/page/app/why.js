@@ -112,7 +112,8 @@ function makePositionPart({ texts, marks, preview, feed }) {
   const words = h("span", { class: "score-words", text: "why.staticValue" });
   const view = makePositionView({ texts, marks });
   const none = h("p", { class: "hint", text: "why.none" });
-  const element = h("div", { class: "why-part" }, h("p", { class: "score-line" }, value, words), view.element, none);
+  const line = h("p", { class: "score-line" }, value, words);
+  const element = h("div", { class: "why-part" }, line, view.element, none);
   toggle(view.element, false);
   const ask = newestOnly((fen) => feed.of(fen), (evaluation, fen, unit) => {
     toggle(view.element, evaluation !== null);

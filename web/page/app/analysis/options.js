@@ -23,7 +23,8 @@ export function makeOptions({ engine, texts, settings, notices }) {
 
   const choose = async (key, value) => {
     settings.set(`engine.${key}`, value);
-    const messages = await (key === "hash" ? engine.setHash(value) : engine.setThreads(value)).catch(() => []);
+    const told = key === "hash" ? engine.setHash(value) : engine.setThreads(value);
+    const messages = await told.catch(() => []); // the engine's state tells of failures
     for (const message of messages) {
       showRefusal(message, notices);
     }

@@ -105,9 +105,12 @@ function historyRow({ depth, score, pv }, fen, texts) {
 
 /** The button that switches the analysis on and off: {element, show(on)}. */
 export function makeSwitch({ onSwitch }) {
-  const element = h("button", { type: "button", class: "switch", role: "switch", "data-test": "analysis-switch",
-    onclick: () => onSwitch() }, h("span", { class: "switch-knob", "aria-hidden": "true" }),
-  h("span", { text: "analyse.switch" }));
+  const element = h(
+    "button",
+    { type: "button", class: "switch", role: "switch", "data-test": "analysis-switch", onclick: onSwitch },
+    h("span", { class: "switch-knob", "aria-hidden": "true" }),
+    h("span", { text: "analyse.switch" }),
+  );
   const show = (on) => element.setAttribute("aria-checked", String(on));
   show(false);
   return { element, show };

@@ -2,7 +2,11 @@
 
 const REFUSALS = [
   // The engine's own words; docs/uci.md lists them.
-  { form: /^setoption hash: (\d+) МБ.*використано (\d+) МБ/, key: "analyse.hashReduced", names: ["asked", "used"] },
+  {
+    form: /^setoption hash: (\d+) МБ.*використано (\d+) МБ/,
+    key: "analyse.hashReduced",
+    names: ["asked", "used"],
+  },
   { form: /^setoption hash: .*?(\d+) МБ/, key: "analyse.hashRefused", names: ["asked"] },
   { form: /^setoption threads: .*?(\d+) потоків/, key: "analyse.threadsRefused", names: ["n"] },
 ];

@@ -8,7 +8,10 @@ const known = new WeakMap();
 /** The {session, preview} of a game, made when first asked for. */
 export function sharedBy({ game, board, engine }) {
   if (!known.has(game)) {
-    known.set(game, { session: new AnalysisSession({ engine, game }), preview: new Preview({ game, board }) });
+    known.set(game, {
+      session: new AnalysisSession({ engine, game }),
+      preview: new Preview({ game, board }),
+    });
   }
   return known.get(game);
 }

@@ -18,7 +18,7 @@ export function makeDifferenceView({ texts, marks, prefix }) {
     const amount = (value) => amountText(value, unit, texts);
     write(table.caption, texts.t("why.differenceCaption"));
     table.show(difference.rows, {
-      limit: barLimit(difference.rows.flatMap(({ change, features }) => [change, ...features.map((f) => f.change)])),
+      limit: barLimit(difference.rows.flatMap((row) => [row, ...row.features]).map(({ change }) => change)),
       cells: (row) => [amount(row.before.value), amount(row.after.value), amount(row.change)],
       value: (row) => row.change,
       ticks: () => null,

@@ -44,8 +44,9 @@ export class MovePart {
     } });
     this.buttons = h("p", { class: "buttons" }, this.back, this.add);
     this.difference = makeDifferenceView({ texts, marks, prefix: "why-move" });
-    this.element = h("div", { class: "why-part" }, h("p", { class: "hint", text: "why.movesHint" }), this.list,
-      this.none, this.heading, this.buttons, this.difference.element);
+    const hint = h("p", { class: "hint", text: "why.movesHint" });
+    this.element = h("div", { class: "why-part" }, hint, this.list, this.none, this.heading, this.buttons,
+      this.difference.element);
     this.load = newestOnly((fen) => this.#evaluateAll(fen), (found, fen) => this.#loaded(found, fen));
   }
 
@@ -89,7 +90,8 @@ export class MovePart {
     const moves = legalMoves(fen);
     const before = await this.#feed.of(fen);
     const evaluations = await Promise.all(moves.map((move) => this.#feed.of(move.fen)));
-    return { before, moves: rankMoves(before, moves.map((move, i) => ({ ...move, evaluation: evaluations[i] }))) };
+    const evaluated = moves.map((move, i) => ({ ...move, evaluation: evaluations[i] }));
+    return { before, moves: rankMoves(before, evaluated) };
   }
 
   #loaded(found, fen) {
@@ -112,10 +114,18 @@ export class MovePart {
   }
 
   #addItem() {
-    const button = h("button", { type: "button", class: "why-move",
-      onpointerenter: () => this.#compare(button.dataset.uci),
-      onfocus: () => this.#compare(button.dataset.uci),
-      onclick: () => this.#choose(button.dataset.uci) }, h("span", { class: "san" }), h("span", { class: "gain" }));
+    const button = h(
+      "button",
+      {
+        type: "button",
+        class: "why-move",
+        onpointerenter: () => this.#compare(button.dataset.uci),
+        onfocus: () => this.#compare(button.dataset.uci),
+        onclick: () => this.#choose(button.dataset.uci),
+      },
+      h("span", { class: "san" }),
+      h("span", { class: "gain" }),
+    );
     const item = h("li", {}, button);
     this.list.append(item);
     return item;

@@ -46,7 +46,8 @@ export class TermTable {
     for (const row of rows) {
       this.#fill(this.#bodyOf(row.key), row, layout);
     }
-    keepingFocus(() => placeInOrder(rows.map(({ key }) => this.#bodies.get(key).body), this.element, this.foot));
+    const bodies = rows.map(({ key }) => this.#bodies.get(key).body);
+    keepingFocus(() => placeInOrder(bodies, this.element, this.foot));
     this.#keepAgain();
   }
 
