@@ -127,7 +127,7 @@ class PositionDialog {
   }
 
   #field(key, input, content) {
-    const field = element("div", { class: "field" });
+    const field = element("div", { class: "labelled" });
     field.append(element("label", { for: input.id }, this.texts.t(key)), content);
     return field;
   }
