@@ -37,15 +37,16 @@ test("a move is searched with its limits and answered", async (t) => {
   assert.equal(engine.state, "ready");
 });
 
-test("updates come at most once a frame, the newest of them", async (t) => {
+test("updates come together, once a frame", async (t) => {
   const { engine, fakes } = makeEngine(t);
   const seen = [];
   engine.analyse(START, { onUpdate: (line) => seen.push(line.depth) });
   await until(() => fakes[0]?.search);
   for (let depth = 1; depth <= 5; ++depth)
     fakes[0].search.tell({ depth });
+  assert.deepEqual(seen, []);
   await until(() => seen.length > 0);
-  assert.deepEqual(seen, [5]);
+  assert.deepEqual(seen, [1, 2, 3, 4, 5]);
 });
 
 test("a new analysis stops the one before, whose answer is dropped", async (t) => {
@@ -192,6 +193,21 @@ test("options stop the search, return refusals, and go before the next search", 
   const names = fakes[0].calls.map(([name]) => name);
   assert.deepEqual(names, ["setPosition", "go", "setOption", "setPosition", "go"]);
   next.stop();
+});
+
+test("what the engine refuses is not kept", async (t) => {
+  const kept = "setoption hash: не вдалося виділити 512 МБ — лишається попередній розмір";
+  const { engine } = makeEngine(t, { hash: 64 }, { refuse: [kept] });
+  await engine.ready;
+  assert.deepEqual(await engine.setHash(512), [kept]);
+  assert.equal(engine.hash, 64);
+  const less = "setoption hash: 1024 МБ — більше за 3/4 фізичної RAM (512 МБ); використано 384 МБ";
+  const second = makeEngine(t, { hash: 64 }, { refuse: [less] }).engine;
+  await second.setHash(1024);
+  assert.equal(second.hash, 384);
+  const third = makeEngine(t, { hash: 64 }, { refuse: [less, kept] }).engine;
+  await third.setHash(1024);
+  assert.equal(third.hash, 64);
 });
 
 test("the build without threads is not asked for threads", async (t) => {

@@ -62,9 +62,10 @@ test("the bar is half White's where nothing is known", () => {
 
 test("counts and times are short", () => {
   assert.equal(shortCount(950, texts), "950");
-  assert.equal(shortCount(12345, texts), "12.3\u00a0k");
-  assert.equal(shortCount(4560000, texts), "4.56\u00a0M");
-  assert.equal(shortCount(7.1e9, texts), "7.1\u00a0G");
+  assert.equal(shortCount(12345, texts), "12.3K");
+  assert.equal(shortCount(4560000, texts), "4.56M");
+  assert.equal(shortCount(7.1e9, texts), "7.1B");
+  assert.equal(shortCount(12345, new Texts("uk")), "12,3\u00a0тис.");
   assert.equal(shortTime(1340, texts), "1.3 s");
   assert.equal(shortTime(125000, texts), "2:05");
 });

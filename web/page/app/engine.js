@@ -2,7 +2,8 @@
 // again when a search needs it, keeps the settings, and drops the answers to searches that nobody waits
 // for any more.
 
-import { perFrame } from "./analysis/frame.js";
+import { queuePerFrame } from "./analysis/frame.js";
+import { refusalOf } from "./analysis/refusals.js";
 
 const PATIENCE = 8000;
 const START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
@@ -92,7 +93,7 @@ export class PageEngine extends EventTarget {
 
   /**
    * Infinite analysis, or one within `limits`, in place of the analysis before; a search for a move comes
-   * first. `position` is {fen, moves}. `onUpdate(line)` gets the newest line, at most once a frame. Returns
+   * first. `position` is {fen, moves}. `onUpdate(line)` gets the lines, those of one frame together. Returns
    * {result, stop()}: stop() ends it with the result found so far. The result is null once something else
    * took its place.
    */
@@ -144,9 +145,17 @@ export class PageEngine extends EventTarget {
     engine?.quit();
   }
 
-  #choose(option, key, value) {
+  async #choose(option, key, value) {
+    const before = this.#wanted[key];
     this.#wanted[key] = value;
-    return this.#between((engine) => (this.#takes(engine, option) ? engine.setOption(option, value) : []));
+    const messages = await this.#between((engine) => (
+      this.#takes(engine, option) ? engine.setOption(option, value) : []
+    ));
+    const refusal = messages.map(refusalOf).findLast(Boolean); // of several the last one holds
+    if (refusal) {
+      this.#wanted[key] = refusal.values.used ?? before;
+    }
+    return messages;
   }
 
   #takes(engine, option) {
@@ -222,7 +231,7 @@ export class PageEngine extends EventTarget {
     if (search.dropped) {
       return null;
     }
-    const deliver = perFrame((line) => {
+    const deliver = queuePerFrame((line) => {
       if (!search.dropped) {
         search.onUpdate?.(line);
       }

@@ -16,7 +16,7 @@ const MODE_SETTING = "why.mode";
 
 /** The view in <section id="view-why">: {show(), hide()}. */
 export function create({ game, board, engine, texts, settings }) {
-  const { session, preview } = sharedBy({ game, board, engine });
+  const { session, preview } = sharedBy({ game, board, engine, settings });
   const feed = feedOf(engine);
   const marks = new SquareMarks(board);
   const parts = {

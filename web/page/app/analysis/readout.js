@@ -76,12 +76,23 @@ function makeHistory(texts) {
       h("table", {}, h("thead", {}, h("tr", {}, heads)), rows)),
   );
   let state = null;
+  let made = new WeakMap(); // rows by entry: each is written once
+  const rowOf = (entry) => {
+    if (!made.has(entry)) {
+      made.set(entry, historyRow(entry, state.fen, texts));
+    }
+    return made.get(entry);
+  };
   const render = () => {
     if (element.open && state) {
-      rows.replaceChildren(...state.history.map((entry) => historyRow(entry, state.fen, texts)));
+      rows.replaceChildren(...state.history.map(rowOf));
     }
   };
   element.addEventListener("toggle", render);
+  texts.addEventListener("change", () => {
+    made = new WeakMap();
+    render();
+  });
   const show = (next) => {
     const isNew = next.history !== state?.history;
     state = next;
@@ -89,7 +100,6 @@ function makeHistory(texts) {
       render();
     }
   };
-  texts.addEventListener("change", render);
   return { element, show };
 }
 

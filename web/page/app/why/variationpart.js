@@ -1,6 +1,7 @@
 // Why after the variation: what is different at the end of the engine's line.
 
 import { h, toggle, write } from "../analysis/dom.js";
+import { switchAnalysis } from "../analysis/shared.js";
 import { variationMoves, variationText } from "../analysis/variation.js";
 import { newestOnly } from "./feed.js";
 import { makeDifferenceView } from "./differenceview.js";
@@ -11,10 +12,8 @@ const OWNER = "why-variation";
 export function makeVariationPart({ game, texts, marks, session, preview, feed, settings }) {
   const line = h("p", { class: "why-line", "data-test": "why-line" });
   const none = h("p", { class: "hint", text: "why.noLine" });
-  const begin = h("button", { type: "button", text: "why.begin", "data-test": "why-begin", onclick: () => {
-    settings.set("analysis.on", true);
-    session.set(true);
-  } });
+  const begin = h("button", { type: "button", text: "why.begin", "data-test": "why-begin",
+    onclick: () => switchAnalysis(true, { session, settings }) });
   const look = h("button", { type: "button", class: "look", text: "why.lookAtEnd", "aria-pressed": "false",
     "data-test": "why-look", onclick: () => (isLooked() ? preview.back() : preview.show(moves, OWNER)) });
   const difference = makeDifferenceView({ texts, marks, prefix: "why-variation" });

@@ -40,7 +40,7 @@ export default {
   "analyse.options": "Threads and memory",
   "analyse.threads": "Threads",
   "analyse.noThreads": "The browser allows this page no threads: it searches with one.",
-  "analyse.hash": "Memory for what was searched",
+  "analyse.hash": "Memory (hash)",
   "analyse.hashReduced": "{asked} MB is more than there is: the engine uses {used} MB.",
   "analyse.hashRefused": "The browser does not give {asked} MB: the engine keeps the size that it had.",
   "analyse.threadsRefused": {

@@ -46,7 +46,7 @@ export default {
   "analyse.options": "Потоки й пам'ять",
   "analyse.threads": "Потоки",
   "analyse.noThreads": "Браузер не дає цій сторінці потоків: вона шукає одним.",
-  "analyse.hash": "Пам'ять для знайденого",
+  "analyse.hash": "Пам'ять (хеш)",
   "analyse.hashReduced": "{asked} МБ — більше, ніж є: рушій бере {used} МБ.",
   "analyse.hashRefused": "Браузер не дає {asked} МБ: рушій лишає попередній розмір.",
   "analyse.threadsRefused": {
