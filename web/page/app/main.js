@@ -109,6 +109,7 @@ function playTyped(uci) {
 }
 
 engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
+  byId("about").textContent = about();
   const failures = ["notice.webassembly", "notice.memory", "notice.load", "notice.died"];
   if (state === "failed") {
     const action = reason === "webassembly" ? undefined : { key: "notice.retry", run: retry };
@@ -136,6 +137,9 @@ function mayReload() {
 function about() {
   if (engine.state === "failed") {
     return texts.t("about.none");
+  }
+  if (engine.state === "loading") {
+    return texts.t("play.status.loading");
   }
   return texts.t(engine.threads ? "about.threads" : "about.single", { name: engine.name });
 }
