@@ -46,7 +46,7 @@ function joinRow(before = NO_PAIR, after = NO_PAIR) {
     mg: after.mg - before.mg,
     eg: after.eg - before.eg,
     change: withoutDust(after.value - before.value),
-    squares: after.squares ?? before.squares,
+    squares: { before: before.squares ?? null, after: after.squares ?? null },
     features: features.filter(isChanged).sort(byChange),
   };
 }

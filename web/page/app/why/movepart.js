@@ -158,7 +158,8 @@ export class MovePart {
       this.#board.arrow(ARROW, from, to);
     }
     write(this.heading, this.#texts.t("why.moveChanges", { move: move.san }));
-    this.difference.show({ before: this.#before, after: move.evaluation, unit: this.#unit });
+    const onBoard = this.#tried ? "after" : "before";
+    this.difference.show({ before: this.#before, after: move.evaluation, unit: this.#unit, onBoard });
   }
 
   #compare(uci) {

@@ -28,7 +28,8 @@ export function makeVariationPart({ game, texts, marks, session, preview, feed, 
     (found, from, to, unit) => {
       toggle(difference.element, found !== null);
       if (found) {
-        difference.show({ before: found[0], after: found[1], unit });
+        const onBoard = isLooked() ? "after" : "before";
+        difference.show({ before: found[0], after: found[1], unit, onBoard });
       }
     },
   );
@@ -45,7 +46,7 @@ export function makeVariationPart({ game, texts, marks, session, preview, feed, 
     toggle(begin, !session.on && !hasLine);
     toggle(look, hasLine);
     look.setAttribute("aria-pressed", String(isLooked()));
-    const key = `${game.fen} ${moves.at(-1)?.fen} ${unit} ${texts.language}`;
+    const key = [game.fen, moves.at(-1)?.fen, unit, texts.language, isLooked()].join();
     if (!hasLine) {
       toggle(difference.element, false);
     } else if (key !== shownFor) {

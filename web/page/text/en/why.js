@@ -18,7 +18,7 @@ export default {
   "why.eg": "End game",
   "why.mgColumn": "Middle game",
   "why.egColumn": "End game",
-  "why.counts": "Counts ≈",
+  "why.counts": "Counts\u00a0≈",
   "why.total": "Total",
   "why.forBlack": "Black",
   "why.forWhite": "White",

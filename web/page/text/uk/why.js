@@ -18,7 +18,7 @@ export default {
   "why.eg": "Ендшпіль",
   "why.mgColumn": "Мітель\u00adшпіль",
   "why.egColumn": "Енд\u00adшпіль",
-  "why.counts": "Важить ≈",
+  "why.counts": "Важить\u00a0≈",
   "why.total": "Разом",
   "why.forBlack": "Чорні",
   "why.forWhite": "Білі",
