@@ -24,8 +24,10 @@ export function press(visit, key, role = "button") {
   return find(visit, role, said(visit, key)).click();
 }
 
-export function openView(visit, view) {
-  return press(visit, `tab.${view}`, "tab");
+export async function openView(visit, view) {
+  await press(visit, `tab.${view}`, "tab");
+  await visit.until(`the view ${view} is there`, (name) =>
+    document.getElementById(`view-${name}`).innerText.trim().length > 20, view);
 }
 
 // Waits until the words are seen somewhere on the page.
