@@ -15,7 +15,26 @@ function reloadForThreads(mayReload) {
     return;
   }
   sessionStorage.setItem(RELOADED, "1");
+  leaveForGood();
+}
+
+/** Reloads so that the browser does not keep this page as it is and bring it back later. */
+function leaveForGood() {
+  addEventListener("unload", () => {}); // a page with such a listener is not kept
   location.reload();
+}
+
+/**
+ * A page that the browser kept and brings back as it was, may be the one from before a reload: then it makes place
+ * for what is stored.
+ */
+function reloadWhenStale(isStale) {
+  addEventListener("pageshow", (event) => {
+    const isolatable = !crossOriginIsolated && navigator.serviceWorker.controller !== null;
+    if (event.persisted && (isolatable || isStale())) {
+      leaveForGood();
+    }
+  });
 }
 
 function offerUpdate(registration, notices, isWanted) {
@@ -37,13 +56,15 @@ function watchUpdates(registration, notices, isWanted) {
 
 /**
  * Installs the worker where the browser has them.
- * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean}} options mayReload:
- *   whether a reload takes nothing from the user
+ * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean,
+ *   isStale: () => boolean}} options mayReload:
+ *   whether a reload takes nothing from the user; isStale: whether another page has stored what is newer
  */
-export async function installWorker({ notices, mayReload }) {
+export async function installWorker({ notices, mayReload, isStale }) {
   if (!("serviceWorker" in navigator)) {
     return;
   }
+  reloadWhenStale(isStale);
   let updateWanted = false;
   navigator.serviceWorker.addEventListener("controllerchange", () => {
     if (updateWanted) {

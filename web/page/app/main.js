@@ -158,4 +158,4 @@ showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");
 loadPieces("pieces.svg").catch(() => notices.show("notice.pieces", { kind: "error" }));
 document.documentElement.dataset.ready = "";
-installWorker({ notices, mayReload });
+installWorker({ notices, mayReload, isStale: () => views.play.isStale });

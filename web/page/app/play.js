@@ -38,7 +38,7 @@ class Play {
     board.addEventListener("orientation", () => this.#showPlayers());
     this.#buttons();
     this.#newGameDialog();
-    addEventListener("pagehide", () => this.#save());
+    addEventListener("pagehide", () => this.#clock?.running && this.#save());
   }
 
   show() {
@@ -378,6 +378,11 @@ class Play {
   }
 
   // What outlives the page ---------------------------------------------------------------------------------
+
+  /** Whether the same game has gone on in another page, so that this one's is out of date. */
+  get isStale() {
+    return this.settings.isStale(SAVE_KEY);
+  }
 
   #save() {
     const { game } = this;
