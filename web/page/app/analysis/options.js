@@ -23,6 +23,7 @@ export function makeOptions({ engine, texts, settings, notices }) {
 
   const choose = async (key, value) => {
     REFUSAL_KEYS.forEach((refusal) => notices.dismiss(refusal));
+    settings.set(`engine.${key}`, value);
     const told = key === "hash" ? engine.setHash(value) : engine.setThreads(value);
     const messages = await told.catch(() => []); // the engine's state tells of failures
     settings.set(`engine.${key}`, key === "hash" ? engine.hash : engine.threadCount);

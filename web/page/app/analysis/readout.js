@@ -41,7 +41,7 @@ function sideOf(score) {
   return score.cp > 0 ? "white" : score.cp < 0 ? "black" : "none";
 }
 
-function wordsFor(state, { on, running }, texts) {
+function wordsFor(state, { on, running, failed }, texts) {
   if (state.end) {
     return texts.t(`analyse.end.${state.end}`);
   }
@@ -50,6 +50,9 @@ function wordsFor(state, { on, running }, texts) {
   }
   if (running) {
     return texts.t("analyse.begins");
+  }
+  if (failed) {
+    return texts.t("analyse.failed");
   }
   return texts.t(on ? "analyse.waits" : "analyse.off");
 }

@@ -152,5 +152,15 @@ export class VariationView {
       }
       item.classList.toggle("played", i < steps);
     });
+    this.#reveal(this.list.children[steps - 1]);
+  }
+
+  /** Scrolls the list, and nothing else, to where a move is seen. */
+  #reveal(item) {
+    if (item) {
+      const top = item.offsetTop - this.list.offsetTop;
+      const low = top + item.offsetHeight - this.list.clientHeight;
+      this.list.scrollTop = Math.max(low, Math.min(top, this.list.scrollTop));
+    }
   }
 }

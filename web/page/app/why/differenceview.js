@@ -2,7 +2,6 @@
 
 import { h, toggle, write } from "../analysis/dom.js";
 import { amountText } from "./amounts.js";
-import { barLimit } from "./bars.js";
 import { evaluationDifference } from "./difference.js";
 import { TermTable } from "./termtable.js";
 
@@ -24,10 +23,9 @@ export function makeDifferenceView({ texts, marks, prefix }) {
     const amount = (value) => amountText(value, unit, texts);
     write(table.caption, texts.t("why.differenceCaption"));
     table.show(difference.rows, {
-      limit: barLimit(difference.rows.flatMap((row) => [row, ...row.features]).map(({ change }) => change)),
       cells: (row) => [amount(row.before.value), amount(row.after.value), amount(row.change)],
       value: (row) => row.change,
-      ticks: () => null,
+      ticks: () => [],
       note: (row) => texts.t("why.pairChange", { mg: amount(row.mg), eg: amount(row.eg) }),
     });
     table.showSums(sumsOf(difference, before, after, amount));

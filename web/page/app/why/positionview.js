@@ -3,7 +3,6 @@
 import { h, toggle, write } from "../analysis/dom.js";
 import { amountText } from "./amounts.js";
 import { makeArithmetic } from "./arithmeticview.js";
-import { barLimit } from "./bars.js";
 import { evaluationRows, isEmptyRow } from "./model.js";
 import { makePhaseScale } from "./phaseview.js";
 import { sidesText } from "./sides.js";
@@ -30,7 +29,6 @@ export function makePositionView({ texts, marks }) {
     phase.show(evaluation);
     write(table.caption, texts.t("why.caption"));
     table.show(rows, {
-      limit: barLimit(rows.flatMap(({ mg, eg, value }) => [mg, eg, value])),
       cells: ({ mg, eg, value }) => [amount(mg), amount(eg), amount(value)],
       value: (row) => row.value,
       ticks: ({ mg, eg }) => [mg, eg],

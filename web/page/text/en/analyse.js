@@ -4,6 +4,7 @@ export default {
   "analyse.import": "Load …",
   "analyse.off": "The analysis is off.",
   "analyse.waits": "The analysis waits.",
+  "analyse.failed": "The engine does not run.",
   "analyse.begins": "Beginning …",
   "analyse.unknown": "not known yet",
   "analyse.depth": "Depth",

@@ -50,6 +50,7 @@ export default {
   "why.disagrees": "These steps do not lead to the engine's value. This is a defect of the page.",
 
   "why.noLine": "There is no line of the engine yet.",
+  "why.lineScore": "The engine's line at depth {depth}, score {score}:",
   "why.begin": "Let the engine look",
   "why.lookAtEnd": "The end of the line on the board",
   "why.differenceCaption": "What changes, the largest change first. Positive changes are good for White.",

@@ -4,6 +4,7 @@ export default {
   "analyse.import": "Завантажити…",
   "analyse.off": "Аналіз вимкнено.",
   "analyse.waits": "Аналіз очікує.",
+  "analyse.failed": "Рушій не працює.",
   "analyse.begins": "Починаю…",
   "analyse.unknown": "ще не відомо",
   "analyse.depth": "Глибина",
