@@ -42,7 +42,8 @@ async function dropOld() {
 
 async function answer(request) {
   const cache = await caches.open(CACHE);
-  const wanted = request.mode === "navigate" ? new URL("index.html", self.registration.scope).href : request;
+  const opens = request.mode === "navigate" && isPage(request);
+  const wanted = opens ? new URL("index.html", self.registration.scope).href : request;
   const kept = await cache.match(wanted, { ignoreSearch: true, ignoreVary: true });
   return isolated(kept ?? await fetch(request));
 }
@@ -51,7 +52,7 @@ function isOurs(request) {
   return request.method === "GET" && request.url.startsWith(self.registration.scope);
 }
 
-/** A page to be opened that is not the index, like a text file beside it, comes as it is. */
+/** Whether it is the page itself, and not a file beside it, that is to be opened. */
 function isPage(request) {
   const path = new URL(request.url).pathname.slice(new URL(self.registration.scope).pathname.length);
   return path === "" || path === "index.html";
@@ -61,7 +62,7 @@ self.addEventListener("install", (event) => event.waitUntil(keepAll()));
 self.addEventListener("activate", (event) => event.waitUntil(dropOld()));
 self.addEventListener("message", ({ data }) => data === "use" && self.skipWaiting());
 self.addEventListener("fetch", (event) => {
-  if (isOurs(event.request) && (event.request.mode !== "navigate" || isPage(event.request))) {
+  if (isOurs(event.request)) {
     event.respondWith(answer(event.request));
   }
 });

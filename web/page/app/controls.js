@@ -1,5 +1,6 @@
 // The controls beside the board that all views share: steps through the game, turning the board, the text
 // field for moves, and the game as PGN.
+import { keepFocus } from "./dialogs.js";
 
 const byId = (id) => document.getElementById(id);
 
@@ -20,6 +21,7 @@ export function createBoardBar({ game, board }) {
   const update = () => {
     byId("go-first").disabled = byId("go-previous").disabled = game.ply === 0;
     byId("go-last").disabled = byId("go-next").disabled = game.atEnd;
+    keepFocus(byId(game.ply === 0 ? "go-next" : "go-previous"));
   };
   game.addEventListener("change", update);
   update();

@@ -25,8 +25,8 @@ function leaveForGood() {
 }
 
 /**
- * A page that the browser kept and brings back as it was, may be the one from before a reload: then it makes place
- * for what is stored.
+ * A page that the browser kept and brings back as it was may be the one from before a reload: then it makes
+ * place for what is stored.
  */
 function reloadWhenStale(isStale) {
   addEventListener("pageshow", (event) => {

@@ -26,6 +26,8 @@ const players = new Players(byId("player-top"), byId("player-bottom"), texts);
 const engine = new PageEngine({
   threads: settings.get("engine.threads", 1, isCount), hash: settings.get("engine.hash", null, isCount),
 });
+const piecesLoaded = loadPieces("pieces.svg")
+  .catch(() => notices.show("notice.pieces", { kind: "error" }));
 const page = { game, board, engine, texts, settings, notices, players };
 const views = {}; // by name, as they are opened
 let current = null;
@@ -156,6 +158,6 @@ createPositionDialog({ game, board, engine, texts, notices });
 known = game.moves.length;
 showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");
-loadPieces("pieces.svg").catch(() => notices.show("notice.pieces", { kind: "error" }));
+await piecesLoaded;
 document.documentElement.dataset.ready = "";
 installWorker({ notices, mayReload, isStale: () => views.play.isStale });

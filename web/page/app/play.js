@@ -1,5 +1,5 @@
 // The view Play: a game against the engine.
-import { confirmed, element, onClose } from "./dialogs.js";
+import { confirmed, element, keepFocus, onClose } from "./dialogs.js";
 import {
   clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, LIMIT_KINDS, pliesToTakeBack,
 } from "./session.js";
@@ -335,6 +335,7 @@ class Play {
     byId("back-to-game").hidden = !this.#attached || game.atEnd;
     byId("play-on").hidden = this.#attached || (game.atEnd && outcome !== null);
     byId("play-limits").textContent = this.#limitsInWords();
+    keepFocus(byId("new-game"));
   }
 
   #limitsInWords() {

@@ -26,7 +26,8 @@ export class Settings extends EventTarget {
 
   /** Whether another page has stored another value since this one got or set it. */
   isStale(key) {
-    return this.#storage !== null && JSON.stringify(this.#read(key)) !== JSON.stringify(this.#values.get(key));
+    const known = JSON.stringify(this.#values.get(key));
+    return this.#storage !== null && JSON.stringify(this.#read(key)) !== known;
   }
 
   #read(key) {

@@ -18,6 +18,7 @@ export default {
   "settings.theme.light": "Світлі",
   "settings.theme.dark": "Темні",
   "settings.private": "Усе працює на цьому пристрої. Нічого нікуди не надсилається.",
+  "settings.licences": "Ліцензії",
   "about.threads": "{name}, кілька потоків",
   "about.single": "{name}, один потік",
   "about.none": "Рушій не працює.",
@@ -156,5 +157,4 @@ export default {
   "notice.update": "Готова нова версія.",
   "notice.reload": "Перезавантажити",
   "notice.view": "Цей розділ не вдалося завантажити. Перевірте з'єднання й перезавантажте сторінку.",
-  "notice.offline": "Ви без мережі. Усе працює, як і раніше.",
 };
