@@ -72,14 +72,13 @@ export function createMoveForm({ game, texts, play }) {
   });
 }
 
-/** Copies a text, with a word on it. */
-export async function copyText(text, { notices, doneKey }) {
-  notices.dismiss("moves.notCopied");
+/** Copies a text; resolves to whether the browser let the page. */
+export async function copyText(text) {
   try {
     await navigator.clipboard.writeText(text);
-    notices.show(doneKey, { seconds: 4 });
+    return true;
   } catch {
-    notices.show("moves.notCopied", { kind: "error" });
+    return false;
   }
 }
 
@@ -93,7 +92,14 @@ function pgnHeaders(names) {
 /** Copying and saving the game. `names()` gives the players of a game played here, or null. */
 export function createPgnButtons({ game, notices, names }) {
   const pgn = () => game.toPgn(pgnHeaders(names()));
-  byId("copy-pgn").addEventListener("click", () => copyText(pgn(), { notices, doneKey: "moves.copied" }));
+  byId("copy-pgn").addEventListener("click", async () => {
+    notices.dismiss("moves.notCopied");
+    if (await copyText(pgn())) {
+      notices.show("moves.copied", { seconds: 4 });
+    } else {
+      notices.show("moves.notCopied", { kind: "error" });
+    }
+  });
   byId("save-pgn").addEventListener("click", () => {
     const link = document.createElement("a");
     link.href = URL.createObjectURL(new Blob([pgn()], { type: "application/x-chess-pgn" }));

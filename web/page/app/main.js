@@ -154,7 +154,7 @@ new MoveList(byId("move-list"), { game, texts });
 createBoardBar({ game, board });
 createMoveForm({ game, texts, play: playTyped });
 createPgnButtons({ game, notices, names: () => views.play.names() });
-createPositionDialog({ game, board, engine, texts, notices });
+createPositionDialog({ game, engine, texts });
 known = game.moves.length;
 showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");

@@ -99,7 +99,7 @@ export default {
   "position.file": "Open a file …",
   "position.fen": "FEN of the position on the board",
   "position.copyFen": "Copy",
-  "position.copied": "The FEN was copied.",
+  "position.copied": "Copied",
   "position.palette": "Pieces",
   "position.eraser": "Take away",
   "position.palette.hint": "Choose a piece, then the squares. The same piece again takes it away.",

@@ -99,7 +99,7 @@ export default {
   "position.file": "Відкрити файл …",
   "position.fen": "FEN позиції на дошці",
   "position.copyFen": "Копіювати",
-  "position.copied": "FEN скопійовано.",
+  "position.copied": "Скопійовано",
   "position.palette": "Фігури",
   "position.eraser": "Прибрати",
   "position.palette.hint": "Оберіть фігуру, потім поля. Та сама фігура вдруге прибирає.",
