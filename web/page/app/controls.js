@@ -30,8 +30,7 @@ export function createBoardBar({ game, board }) {
 
 /** The arrow keys step through the game where nothing else wants them. */
 function stepByKey(event, game) {
-  const { ply, moves } = game;
-  const to = { ArrowLeft: ply - 1, ArrowRight: ply + 1, Home: 0, End: moves.length }[event.key];
+  const to = { ArrowLeft: game.ply - 1, ArrowRight: game.ply + 1 }[event.key];
   const free = event.target === document.body || event.target.closest?.(".board-bar, #board") !== null;
   if (to === undefined || !free || event.defaultPrevented || event.ctrlKey || event.altKey || event.metaKey) {
     return;

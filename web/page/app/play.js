@@ -1,9 +1,10 @@
 // The view Play: a game against the engine.
-import { confirmed, element, keepFocus, onClose } from "./dialogs.js";
-import {
-  clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, LIMIT_KINDS, pliesToTakeBack,
-} from "./session.js";
+import { confirmed, element, keepFocus } from "./dialogs.js";
 import { sideToMove } from "./fen.js";
+import { createNewGameDialog } from "./newgame.js";
+import {
+  clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, pliesToTakeBack,
+} from "./session.js";
 import { outcomeInWords } from "./words.js";
 
 const SAVE_KEY = "play.session";
@@ -37,7 +38,6 @@ class Play {
     texts.addEventListener("change", () => this.#update());
     board.addEventListener("orientation", () => this.#showPlayers());
     this.#buttons();
-    this.#newGameDialog();
     addEventListener("pagehide", () => this.#clock?.running && this.#save());
   }
 
@@ -77,7 +77,11 @@ class Play {
   }
 
   #buttons() {
-    byId("new-game").addEventListener("click", () => byId("new-game-dialog").showModal());
+    createNewGameDialog({
+      choice: () => this.#choice,
+      here: () => !this.#attached,
+      onStart: (choice, here) => this.#newGame(choice, here ? this.game.fen : undefined),
+    });
     byId("take-back").addEventListener("click", () => this.#takeBack());
     byId("resign").addEventListener("click", () => this.#resign());
     byId("back-to-game").addEventListener("click", () => this.game.goto(this.game.moves.length));
@@ -90,6 +94,7 @@ class Play {
   #change(change) {
     this.#own = true;
     this.#begun = true;
+    this.#failed = false; // the engine is asked again
     try {
       change();
     } finally {
@@ -113,7 +118,7 @@ class Play {
     this.#update();
   }
 
-  /** Begins to play from the position looked at; what follows it in the game stays until a move is made. */
+  /** Begins to play from the position looked at; what follows it in the game is dropped. */
   #playOn(human) {
     this.#human = human;
     this.#attached = true;
@@ -126,7 +131,6 @@ class Play {
     this.settings.set("play.choice", choice);
     this.#human = choice.side === "random" ? (Math.random() < 0.5 ? "w" : "b") : choice.side;
     this.#attached = true;
-    this.#failed = false;
     this.#stopThinking();
     this.#newClock();
     this.board.orientation = this.#human;
@@ -342,40 +346,6 @@ class Play {
     const { limit, base, increment } = this.#choice;
     const values = limit === "clock" ? { base, increment } : { n: this.#choice[limit] };
     return this.texts.t(`play.told.${limit}`, values);
-  }
-
-  // The dialog for a new game ------------------------------------------------------------------------------
-
-  #newGameDialog() {
-    const dialog = byId("new-game-dialog");
-    const form = byId("new-game-form");
-    const fields = form.elements;
-    const showFields = () => {
-      for (const group of form.querySelectorAll("[data-limit]")) {
-        group.hidden = group.dataset.limit !== fields.limit.value;
-        group.querySelectorAll("input").forEach((input) => { input.disabled = group.hidden; });
-      }
-    };
-    form.addEventListener("change", showFields);
-    byId("new-game").addEventListener("click", () => {
-      for (const [key, value] of Object.entries(this.#choice)) {
-        fields[key].value = String(value);
-      }
-      fields.here.checked = !this.#attached;
-      showFields();
-    });
-    onClose(dialog);
-    form.addEventListener("submit", () => {
-      const choice = { ...this.#choice, side: fields.side.value, limit: fields.limit.value };
-      for (const key of Object.keys(choice)) {
-        if (typeof choice[key] === "number" && !fields[key].disabled) {
-          choice[key] = fields[key].valueAsNumber;
-        }
-      }
-      if (isChoice(choice) && LIMIT_KINDS.includes(choice.limit)) {
-        this.#newGame(choice, fields.here.checked ? this.game.fen : undefined);
-      }
-    });
   }
 
   // What outlives the page ---------------------------------------------------------------------------------
