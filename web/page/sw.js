@@ -37,7 +37,6 @@ async function dropOld() {
   const names = await caches.keys();
   await Promise.all(names.filter((name) => name.startsWith(PREFIX) && name !== CACHE)
     .map((name) => caches.delete(name)));
-  await self.clients.claim();
 }
 
 async function answer(request) {
@@ -60,7 +59,13 @@ function isPage(request) {
 
 self.addEventListener("install", (event) => event.waitUntil(keepAll()));
 self.addEventListener("activate", (event) => event.waitUntil(dropOld()));
-self.addEventListener("message", ({ data }) => data === "use" && self.skipWaiting());
+self.addEventListener("message", ({ data }) => {
+  if (data === "use") {
+    self.skipWaiting();
+  } else if (data === "claim") {
+    self.clients.claim();
+  }
+});
 self.addEventListener("fetch", (event) => {
   if (isOurs(event.request)) {
     event.respondWith(answer(event.request));

@@ -54,6 +54,24 @@ function watchUpdates(registration, notices, isWanted) {
   });
 }
 
+/** Resolves when a worker can answer: Firefox fails what is asked of one before. */
+function activated(worker) {
+  return new Promise((resolve) => {
+    const check = () => worker.state === "activated" && resolve();
+    worker.addEventListener("statechange", check);
+    check();
+  });
+}
+
+/** Lets the worker have the page that it was installed by. */
+async function beControlled() {
+  const { active } = await navigator.serviceWorker.ready;
+  await activated(active);
+  if (!navigator.serviceWorker.controller) {
+    active.postMessage("claim");
+  }
+}
+
 /**
  * Installs the worker where the browser has them.
  * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean,
@@ -66,7 +84,8 @@ export async function installWorker({ notices, mayReload, isStale }) {
   }
   reloadWhenStale(isStale);
   let updateWanted = false;
-  navigator.serviceWorker.addEventListener("controllerchange", () => {
+  navigator.serviceWorker.addEventListener("controllerchange", async () => {
+    await activated(navigator.serviceWorker.controller);
     if (updateWanted) {
       location.reload();
     } else {
@@ -77,6 +96,7 @@ export async function installWorker({ notices, mayReload, isStale }) {
     const registration = await navigator.serviceWorker.register("sw.js", { updateViaCache: "none" });
     watchUpdates(registration, notices, () => { updateWanted = true; });
     reloadForThreads(mayReload);
+    await beControlled();
   } catch {
     // Private windows and plain http have no workers: the page works as it is while the host is there.
   }
