@@ -6,6 +6,7 @@ import { queuePerFrame } from "./analysis/frame.js";
 import { refusalOf } from "./analysis/refusals.js";
 
 const PATIENCE = 8000;
+const TICKS = 4;
 const START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 const startFromPackage = async (options) => {
@@ -256,16 +257,22 @@ export class PageEngine extends EventTarget {
   #watch(engine) {
     return setInterval(() => {
       this.#answered(engine, engine.evaluate(START_FEN)).catch(() => {});
-    }, this.#patience / 4);
+    }, this.#patience / TICKS);
   }
 
   /** The answer of an engine; one that does not come in time is that of a worker that has ended. */
   async #answered(engine, answer) {
-    const timer = setTimeout(() => this.#lose(engine), this.#patience);
+    let ticks = 0; // several, as a computer that slept comes back with one timer run out
+    const timer = setInterval(() => {
+      if (++ticks === TICKS) {
+        clearInterval(timer);
+        this.#lose(engine);
+      }
+    }, this.#patience / TICKS);
     try {
       return await answer;
     } finally {
-      clearTimeout(timer);
+      clearInterval(timer);
     }
   }
 

@@ -94,7 +94,7 @@ function makeSummary(texts) {
   }));
   const heads = MARKS.map(({ name, mark }) => h("th", { scope: "col", title: `analyse.rule.${name}` },
     h("span", { class: `sign mark-${name}`, "aria-hidden": "true" }, mark),
-    h("span", { text: `analyse.${name}s` })));
+    h("span", { text: `analyse.many.${name}` })));
   const element = h(
     "div",
     { class: "review-summary" },

@@ -37,17 +37,22 @@ export class MovePart {
       onpointerleave: () => this.#compare(this.#tried) });
     this.none = h("p", { class: "hint", text: "why.noMoves" });
     this.heading = h("h2", { "data-test": "why-compared" });
-    this.add = h("button", { type: "button", text: "analyse.add", onclick: () => preview.addToGame() });
-    this.back = h("button", { type: "button", text: "analyse.back", onclick: () => {
-      preview.back();
-      this.#focusFirst();
-    } });
-    this.buttons = h("p", { class: "buttons" }, this.back, this.add);
+    this.buttons = h("p", { class: "buttons" },
+      this.#button("analyse.back", () => preview.back()),
+      this.#button("analyse.add", () => preview.addToGame()));
     this.difference = makeDifferenceView({ texts, marks, prefix: "why-move" });
     const hint = h("p", { class: "hint", text: "why.movesHint" });
-    this.element = h("div", { class: "why-part" }, hint, this.list, this.none, this.heading, this.buttons,
+    this.element = h("div", { class: "why-part", tabindex: "-1" }, hint, this.list, this.none, this.heading, this.buttons,
       this.difference.element);
     this.load = newestOnly((fen) => this.#evaluateAll(fen), (found, fen) => this.#loaded(found, fen));
+  }
+
+  /** A button that goes away with what it does; the focus goes to the moves. */
+  #button(text, act) {
+    return h("button", { type: "button", text, onclick: () => {
+      act();
+      (this.list.querySelector("button[tabindex='0']") ?? this.element).focus();
+    } });
   }
 
   get #tried() {
@@ -194,9 +199,5 @@ export class MovePart {
     }
     event.preventDefault();
     event.stopPropagation();
-  }
-
-  #focusFirst() {
-    this.list.querySelector("button[tabindex='0']")?.focus();
   }
 }
