@@ -150,6 +150,7 @@ const tabs = createTabs({ onChange: onTab });
 writeTexts(texts, () => texts.t(`title.${current ?? "play"}`));
 createSettingsDialog({ texts, settings, about });
 views.play = play.create(page);
+await piecesLoaded; // so that all comes into sight at once
 new MoveList(byId("move-list"), { game, texts });
 createBoardBar({ game, board });
 createMoveForm({ game, texts, play: playTyped });
@@ -158,6 +159,5 @@ createPositionDialog({ game, engine, texts });
 known = game.moves.length;
 showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");
-await piecesLoaded;
 document.documentElement.dataset.ready = "";
 installWorker({ notices, mayReload, isStale: () => views.play.isStale });

@@ -45,10 +45,11 @@ export class MoveList {
     event.stopPropagation();
   }
 
+  /** Once for all changes that are made together. */
   #redraw() {
     if (!this.#waiting) {
       this.#waiting = true;
-      requestAnimationFrame(() => this.#waiting && this.#draw());
+      queueMicrotask(() => this.#waiting && this.#draw());
     }
   }
 

@@ -56,10 +56,10 @@ export default {
 
   "moves.title": "Ходи",
   "moves.none": "Ходів ще немає",
-  "moves.copy": "Копіювати PGN",
+  "moves.copy": "Копія PGN",
   "moves.copied": "Партію скопійовано.",
   "moves.notCopied": "Браузер не дозволяє сторінці копіювати. Натомість збережіть партію.",
-  "moves.save": "Зберегти PGN",
+  "moves.save": "Файл PGN",
   "moves.type": "Введіть хід",
   "moves.example": "Nf3 або g1f3",
   "moves.play": "Піти",
