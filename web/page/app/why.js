@@ -36,16 +36,11 @@ export function create({ game, board, engine, texts, settings }) {
     }
     parts[mode].show(unitOf(settings));
   });
-  /** Moves made on the board are tried where a move's difference is shown. */
   const takeMoves = () => {
-    const tries = mode === "move";
-    board.setMoveInput({
-      colors: tries ? game.turn : "wb",
-      legalTargets: (square) => (preview.active ? [] : game.legalTargets(square)),
-      onMove: (from, to, promotion = "") => (
-        tries ? parts.move.tryMove(from, to, promotion) : game.play(from + to + promotion)
-      ),
-    });
+    const act = mode === "move"
+      ? (from, to, promotion) => parts.move.tryMove(from, to, promotion)
+      : (from, to, promotion = "") => game.play(from + to + promotion);
+    board.setMoveInput(moveInput({ game, preview, colors: mode === "move" ? game.turn : "wb", act }));
   };
   const chooseMode = (next) => {
     parts[mode].leave();
@@ -59,15 +54,9 @@ export function create({ game, board, engine, texts, settings }) {
 
   const root = document.getElementById("view-why");
   root.append(
-    choice({ name: "why-mode", label: "why.show", value: mode, onChange: chooseMode,
-      options: MODES.map((value) => ({ value, text: `why.mode.${value}` })) }),
+    modeChoice(mode, chooseMode),
     ...MODES.map((name) => parts[name].element),
-    choice({ name: "why-unit", label: "why.unit", hasLegend: true, value: unitOf(settings),
-      onChange: (unit) => {
-        chooseUnit(settings, unit);
-        render();
-      },
-      options: UNITS.map((value) => ({ value, text: `why.unit.${value}` })) }),
+    unitChoice(settings, render),
   );
   for (const source of [game, preview]) {
     source.addEventListener("change", () => {
@@ -104,6 +93,30 @@ export function create({ game, board, engine, texts, settings }) {
       marks.clear();
     },
   };
+}
+
+/** What moves made on the board do; none can be made while something else than the game is on it. */
+function moveInput({ game, preview, colors, act }) {
+  return {
+    colors,
+    legalTargets: (square) => (preview.active ? [] : game.legalTargets(square)),
+    onMove: act,
+  };
+}
+
+function modeChoice(mode, onChange) {
+  const options = MODES.map((value) => ({ value, text: `why.mode.${value}` }));
+  return choice({ name: "why-mode", label: "why.show", value: mode, options, onChange });
+}
+
+function unitChoice(settings, render) {
+  const options = UNITS.map((value) => ({ value, text: `why.unit.${value}` }));
+  const onChange = (unit) => {
+    chooseUnit(settings, unit);
+    render();
+  };
+  const value = unitOf(settings);
+  return choice({ name: "why-unit", label: "why.unit", hasLegend: true, value, options, onChange });
 }
 
 /** The evaluation of the position on the board, with its value in front. */

@@ -42,8 +42,8 @@ export class MovePart {
       this.#button("analyse.add", () => preview.addToGame()));
     this.difference = makeDifferenceView({ texts, marks, prefix: "why-move" });
     const hint = h("p", { class: "hint", text: "why.movesHint" });
-    this.element = h("div", { class: "why-part", tabindex: "-1" }, hint, this.list, this.none, this.heading, this.buttons,
-      this.difference.element);
+    this.element = h("div", { class: "why-part", tabindex: "-1" },
+      hint, this.list, this.none, this.heading, this.buttons, this.difference.element);
     this.load = newestOnly((fen) => this.#evaluateAll(fen), (found, fen) => this.#loaded(found, fen));
   }
 

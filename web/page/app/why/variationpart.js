@@ -19,8 +19,8 @@ export function makeVariationPart({ game, texts, marks, session, preview, feed, 
   const look = h("button", { type: "button", class: "look", text: "why.lookAtEnd", "aria-pressed": "false",
     "data-test": "why-look", onclick: () => (isLooked() ? preview.back() : preview.show(moves, OWNER)) });
   const difference = makeDifferenceView({ texts, marks, prefix: "why-variation" });
-  const element = h("div", { class: "why-part" }, about, line, none, h("p", { class: "buttons" }, begin, look),
-    difference.element);
+  const buttons = h("p", { class: "buttons" }, begin, look);
+  const element = h("div", { class: "why-part" }, about, line, none, buttons, difference.element);
   let moves = [];
   let found = null; // {depth, score} of the moves
   let shownFor = "";
