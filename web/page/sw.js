@@ -1,5 +1,5 @@
-// The service worker: keeps every file of the page, so that it works without a network, and gives each the headers
-// that let threads share memory, whatever the host sends.
+// The service worker: keeps every file of the page, so that it works without a network, and gives each the
+// headers that let threads share memory, whatever the host sends.
 /* global PRECACHE */
 importScripts("precache.js"); // self.PRECACHE = {version, files: [...]}: written when the page is built
 
@@ -37,12 +37,12 @@ async function dropOld() {
   const names = await caches.keys();
   await Promise.all(names.filter((name) => name.startsWith(PREFIX) && name !== CACHE)
     .map((name) => caches.delete(name)));
-  await self.clients.claim();
 }
 
 async function answer(request) {
   const cache = await caches.open(CACHE);
-  const wanted = request.mode === "navigate" ? new URL("index.html", self.registration.scope).href : request;
+  const opens = request.mode === "navigate" && isPage(request);
+  const wanted = opens ? new URL("index.html", self.registration.scope).href : request;
   const kept = await cache.match(wanted, { ignoreSearch: true, ignoreVary: true });
   return isolated(kept ?? await fetch(request));
 }
@@ -51,7 +51,7 @@ function isOurs(request) {
   return request.method === "GET" && request.url.startsWith(self.registration.scope);
 }
 
-/** A page to be opened that is not the index, like a text file beside it, comes as it is. */
+/** Whether it is the page itself, and not a file beside it, that is to be opened. */
 function isPage(request) {
   const path = new URL(request.url).pathname.slice(new URL(self.registration.scope).pathname.length);
   return path === "" || path === "index.html";
@@ -59,9 +59,15 @@ function isPage(request) {
 
 self.addEventListener("install", (event) => event.waitUntil(keepAll()));
 self.addEventListener("activate", (event) => event.waitUntil(dropOld()));
-self.addEventListener("message", ({ data }) => data === "use" && self.skipWaiting());
+self.addEventListener("message", ({ data }) => {
+  if (data === "use") {
+    self.skipWaiting();
+  } else if (data === "claim") {
+    self.clients.claim();
+  }
+});
 self.addEventListener("fetch", (event) => {
-  if (isOurs(event.request) && (event.request.mode !== "navigate" || isPage(event.request))) {
+  if (isOurs(event.request)) {
     event.respondWith(answer(event.request));
   }
 });

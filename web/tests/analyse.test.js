@@ -46,6 +46,7 @@ async function analyse(t, text, options) {
   const visit = await Visit.start(t, options);
   if (text) await openPosition(visit, text);
   await openView(visit, "analyse");
+  await find(visit, "switch", words("analyse.switch")).wait();
   return visit;
 }
 
@@ -131,7 +132,7 @@ test("its line can be played through on the board, left again, and added to the 
   assert.deepEqual(await listedMoves(visit), moves.slice(0, 2));
 });
 
-const BLUNDER = "1. e4 e5 2. Nf3 Nc6 3. Bc4 Nf6 4. Ng5 Bc5 5. f3 O-O 6. Qe2 Qe7 7. g4 Bxg1 8. Qxe5 Qxe5+ *";
+const BLUNDER = "1. e4 e5 2. Nf3 Nc6 3. Bc4 Nf6 4. Ng5 Bc5 5. f3 O-O 6. Qe2 Qe7 7. g4 Bg1 8. d3 d6 *";
 const SHORT = "1. f3 e5 2. g4 Qh4# 0-1";
 
 test("the whole game is analysed: graph, marks, table", async (t) => {

@@ -22,12 +22,17 @@ function pair({ mg, eg }) {
   return { mg, eg };
 }
 
+// Cut towards zero, and no minus zero.
+function divide(a, b) {
+  return Math.trunc(a / b) + 0;
+}
+
 // The arithmetic as the pages tell it, from the bars alone.
 function recomputed({ terms, phase, scale }, halfmoveClock) {
   const { mg, eg } = sum(terms.flatMap((term) => term.features));
-  const scaled = Math.trunc((scale * eg) / 64);
-  const blended = Math.trunc((phase * mg + (24 - phase) * scaled) / 24);
-  return { blended, white: Math.trunc((blended * (200 - halfmoveClock)) / 200) };
+  const scaled = divide(scale * eg, 64);
+  const blended = divide(phase * mg + (24 - phase) * scaled, 24);
+  return { blended, white: divide(blended * (200 - halfmoveClock), 200) };
 }
 
 function check(fen, shown, printed) {

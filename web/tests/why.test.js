@@ -14,9 +14,11 @@ import { positions } from "./support/positions.js";
 const START = new Chess().fen();
 const TERMS = ["material", "king", "bishopPair", "mobility", "kingSafety", "rookFiles", "pawns"];
 
-// The numbers in a text, with a real minus or another.
-const numbers = (text) =>
-  [...text.replaceAll(/[−–]/g, "-").matchAll(/[+-]?\d+(?:\.\d+)?/g)].map(([number]) => Number(number));
+// The numbers in an English text, with a real minus or another: "−1,283" is -1283.
+function numbers(text) {
+  const plain = text.replaceAll(/[−–]/g, "-").replaceAll(/(?<=\d),(?=\d{3})/g, "");
+  return [...plain.matchAll(/[+-]?\d+(?:\.\d+)?/g)].map(([number]) => Number(number));
+}
 
 async function openWhy(t, fen = null) {
   const visit = await Visit.start(t);
@@ -92,7 +94,7 @@ test("a term that is looked at shows its squares on the board", async (t) => {
   const visit = await openWhy(t, fen);
   await untilValue(visit, (await traced(fen)).white);
   await find(visit, "button", words("term.pawns")).click();
-  await find(visit, "button", words("term.passed")).hover();
+  await find(visit, "button", words("term.pawns.passed")).hover();
   await visit.until("the passed pawns are marked", (squares) => {
     const marks = [...document.querySelectorAll("[class*=mark-term][data-mark]")];
     return squares.every((square) => marks.some((mark) => mark.dataset.mark === square));

@@ -59,7 +59,9 @@ test("the flag falls once, at zero", () => {
 
 test("the flag falls by itself", async () => {
   const clock = new Clock({ base: 20, increment: 0 });
-  const flag = new Promise((resolve) => clock.addEventListener("flag", ({ detail }) => resolve(detail.color)));
+  const flag = new Promise((resolve) => {
+    clock.addEventListener("flag", ({ detail }) => resolve(detail.color));
+  });
   clock.start("b");
   assert.equal(await flag, "b");
 });

@@ -10,20 +10,22 @@ import { FakeEngine, until } from "./support/fakeengine.js";
 const START = { moves: [] };
 const AFTER_E4 = { moves: ["e2e4"] };
 
-/** A page engine over fakes; `fakes` lists those that were started. */
-function makeEngine(settings = {}, fakeOptions = {}) {
+/** A page engine over fakes that ends with the test `t`; `fakes` lists those that were started. */
+function makeEngine(t, settings = {}, fakeOptions = {}) {
   const fakes = [];
   const start = async () => {
     fakes.push(new FakeEngine(fakeOptions));
     return fakes.at(-1);
   };
-  return { engine: new PageEngine({ start, ...settings }), fakes };
+  const engine = new PageEngine({ start, ...settings });
+  t.after(() => engine.quit());
+  return { engine, fakes };
 }
 
 const goes = (fake) => fake.calls.filter(([name]) => name === "go").map(([, limits]) => limits);
 
-test("a move is searched with its limits and answered", async () => {
-  const { engine, fakes } = makeEngine();
+test("a move is searched with its limits and answered", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   assert.equal(await engine.ready, true);
   const answer = engine.move(AFTER_E4, { movetime: 100 });
   await until(() => fakes[0].search);
@@ -35,19 +37,20 @@ test("a move is searched with its limits and answered", async () => {
   assert.equal(engine.state, "ready");
 });
 
-test("updates come at most once a frame, the newest of them", async () => {
-  const { engine, fakes } = makeEngine();
+test("updates come together, once a frame", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const seen = [];
   engine.analyse(START, { onUpdate: (line) => seen.push(line.depth) });
   await until(() => fakes[0]?.search);
   for (let depth = 1; depth <= 5; ++depth)
     fakes[0].search.tell({ depth });
+  assert.deepEqual(seen, []);
   await until(() => seen.length > 0);
-  assert.deepEqual(seen, [5]);
+  assert.deepEqual(seen, [1, 2, 3, 4, 5]);
 });
 
-test("a new analysis stops the one before, whose answer is dropped", async () => {
-  const { engine, fakes } = makeEngine();
+test("a new analysis stops the one before, whose answer is dropped", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const seen = [];
   const first = engine.analyse(START, { onUpdate: () => seen.push("first") });
   await until(() => fakes[0]?.search);
@@ -61,8 +64,8 @@ test("a new analysis stops the one before, whose answer is dropped", async () =>
   assert.notEqual(await second.result, null);
 });
 
-test("an analysis waits for a move that is searched; a move does not wait for an analysis", async () => {
-  const { engine, fakes } = makeEngine();
+test("an analysis waits for a move that is searched; a move does not wait for an analysis", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const move = engine.move(START, { depth: 5 });
   await until(() => fakes[0]?.search);
   const analysis = engine.analyse(START);
@@ -77,8 +80,8 @@ test("an analysis waits for a move that is searched; a move does not wait for an
   assert.deepEqual(goes(fakes[0]), [{ depth: 5 }, { infinite: true }, { depth: 6 }]);
 });
 
-test("cancel drops the running search and what waits behind it", async () => {
-  const { engine, fakes } = makeEngine();
+test("cancel drops the running search and what waits behind it", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const move = engine.move(START, { depth: 5 });
   await until(() => fakes[0]?.search);
   const analysis = engine.analyse(START);
@@ -89,8 +92,8 @@ test("cancel drops the running search and what waits behind it", async () => {
   assert.equal(engine.state, "ready");
 });
 
-test("stop ends an analysis with what it has found", async () => {
-  const { engine, fakes } = makeEngine();
+test("stop ends an analysis with what it has found", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const analysis = engine.analyse(START);
   await until(() => fakes[0]?.search);
   fakes[0].search.tell({ depth: 9, pv: ["d2d4"] });
@@ -98,16 +101,16 @@ test("stop ends an analysis with what it has found", async () => {
   assert.equal((await analysis.result).bestMove, "d2d4");
 });
 
-test("a position is evaluated while a search runs", async () => {
-  const { engine, fakes } = makeEngine();
+test("a position is evaluated while a search runs", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   engine.analyse(START);
   await until(() => fakes[0]?.search);
   assert.deepEqual(await engine.evaluate("a fen"), { fen: "a fen" });
   assert.ok(!fakes[0].search.stopped);
 });
 
-test("a worker that dies in a search is started again with the settings, and searches again", async () => {
-  const { engine, fakes } = makeEngine();
+test("a worker that dies in a search is started again with the settings, and searches again", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   await engine.setHash(64);
   await engine.setThreads(3);
   const states = [];
@@ -134,8 +137,8 @@ test("a worker that dies in a search is started again with the settings, and sea
   ]);
 });
 
-test("a worker that dies idle is started again only by the next search", async () => {
-  const { engine, fakes } = makeEngine();
+test("a worker that dies idle is started again only by the next search", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   await engine.ready;
   fakes[0].die();
   assert.deepEqual([engine.state, engine.reason], ["failed", "died"]);
@@ -145,8 +148,8 @@ test("a worker that dies idle is started again only by the next search", async (
   assert.equal(fakes.length, 2);
 });
 
-test("a search whose worker dies twice fails", async () => {
-  const { engine, fakes } = makeEngine();
+test("a search whose worker dies twice fails", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   const move = engine.move(START, { depth: 3 });
   const refused = assert.rejects(move, /worker ended/);
   await until(() => fakes[0]?.search);
@@ -156,8 +159,8 @@ test("a search whose worker dies twice fails", async () => {
   await refused;
 });
 
-test("a position that the engine refuses is no reason to start again", async () => {
-  const { engine, fakes } = makeEngine();
+test("a position that the engine refuses is no reason to start again", async (t) => {
+  const { engine, fakes } = makeEngine(t);
   await assert.rejects(engine.move({ fen: "bad" }, { depth: 1 }), /bad FEN/);
   assert.equal(fakes.length, 1);
   assert.equal(engine.state, "ready");
@@ -178,8 +181,8 @@ test("a failed start is told with its reason and tried again when needed", async
   assert.deepEqual(await engine.evaluate("a fen"), { fen: "a fen" });
 });
 
-test("options stop the search, return refusals, and go before the next search", async () => {
-  const { engine, fakes } = makeEngine({}, { refuse: ["no"] });
+test("options stop the search, return refusals, and go before the next search", async (t) => {
+  const { engine, fakes } = makeEngine(t, {}, { refuse: ["no"] });
   const analysis = engine.analyse(START);
   await until(() => fakes[0]?.search);
   const set = engine.setHash(999);
@@ -192,10 +195,47 @@ test("options stop the search, return refusals, and go before the next search", 
   next.stop();
 });
 
-test("the build without threads is not asked for threads", async () => {
-  const { engine, fakes } = makeEngine({ threads: 4 }, { threads: false });
+test("what the engine refuses is not kept", async (t) => {
+  const kept = "setoption hash: не вдалося виділити 512 МБ — лишається попередній розмір";
+  const { engine } = makeEngine(t, { hash: 64 }, { refuse: [kept] });
+  await engine.ready;
+  assert.deepEqual(await engine.setHash(512), [kept]);
+  assert.equal(engine.hash, 64);
+  const less = "setoption hash: 1024 МБ — більше за 3/4 фізичної RAM (512 МБ); використано 384 МБ";
+  const second = makeEngine(t, { hash: 64 }, { refuse: [less] }).engine;
+  await second.setHash(1024);
+  assert.equal(second.hash, 384);
+  const third = makeEngine(t, { hash: 64 }, { refuse: [less, kept] }).engine;
+  await third.setHash(1024);
+  assert.equal(third.hash, 64);
+});
+
+test("the build without threads is not asked for threads", async (t) => {
+  const { engine, fakes } = makeEngine(t, { threads: 4 }, { threads: false });
   await engine.ready;
   assert.deepEqual(await engine.setThreads(8), []);
   assert.equal(engine.threadCount, 1);
   assert.deepEqual(fakes[0].calls, []);
+});
+
+test("a worker that ends without a word is noticed while it searches", async (t) => {
+  const { engine, fakes } = makeEngine(t, { patience: 20 });
+  const move = engine.move(AFTER_E4, { depth: 3 });
+  await until(() => fakes[0]?.search);
+  await new Promise((resolve) => setTimeout(resolve, 60));
+  assert.equal(fakes.length, 1, "a worker that answers is left alone");
+  fakes[0].mute = true;
+  await until(() => fakes[1]?.search);
+  assert.ok(fakes[0].dead);
+  fakes[1].search.answer("c7c5");
+  assert.equal((await move).bestMove, "c7c5");
+});
+
+test("a worker that does not answer a question has ended", async (t) => {
+  const { engine, fakes } = makeEngine(t, { patience: 20 });
+  await engine.ready;
+  fakes[0].mute = true;
+  engine.evaluate("a fen");
+  await until(() => engine.state === "failed");
+  assert.equal(engine.reason, "died");
 });

@@ -52,8 +52,10 @@ test("illegal moves change nothing", () => {
 
 test("typed moves are read as SAN and as squares", () => {
   const game = new Game("4k3/P6r/8/8/8/2N3N1/8/R3K3 w Q - 0 1");
-  const read = { "O-O-O": "e1c1", "0-0-0": "e1c1", "Nce4": "c3e4", "nge4": "g3e4", "a8=N": "a7a8n", "a7a8": "a7a8q",
-    "a7-a8=R": "a7a8r", "1. Ke2!": "e1e2", "c3d5": "c3d5", "Ne4": null, "": null };
+  const read = {
+    "O-O-O": "e1c1", "0-0-0": "e1c1", "Nce4": "c3e4", "nge4": "g3e4", "a8=N": "a7a8n", "a7a8": "a7a8q",
+    "a7-a8=R": "a7a8r", "1. Ke2!": "e1e2", "c3d5": "c3d5", "Ne4": null, "": null,
+  };
   for (const [text, uci] of Object.entries(read)) {
     assert.equal(game.parseMove(text), uci, text);
   }
@@ -176,7 +178,8 @@ const PGN = `[Event "Casual"]
 [Black "B"]
 [Result "1-0"]
 
-1. e4 {best by test (or so) [%clk 1:00]} e5 $1 2. Nf3 (2. f4 exf4 (2... d5 3. exd5) 3. Nf3) 2... Nc6 ; to the end
+1. e4 {best by test (or so) [%clk 1:00]} e5 $1 2. Nf3 (2. f4 exf4 (2... d5 3. exd5) 3. Nf3)
+2... Nc6 ; to the end
 3. Bb5 a6 4. O-O 1-0
 
 [Event "Another"]

@@ -1,4 +1,5 @@
-// The texts: both languages have the same, none is empty, plural forms are complete, and the page asks for none else.
+// The texts: both languages have the same, none is empty, plural forms are complete, and the page asks for
+// none else.
 import assert from "node:assert/strict";
 import { readdirSync, readFileSync } from "node:fs";
 import { test } from "node:test";

@@ -1,7 +1,10 @@
-// Settings: remembered, guarded, and harmless without a storage. And what a game against the engine is set to.
+// Settings: remembered, guarded, and harmless without a storage. And what a game against the engine is set
+// to.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, pliesToTakeBack } from "../page/app/session.js";
+import {
+  clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, pliesToTakeBack,
+} from "../page/app/session.js";
 import { Settings } from "../page/app/settings.js";
 
 class MemoryStorage {
@@ -60,8 +63,8 @@ test("changes are told", () => {
 
 test("a choice for a game is checked", () => {
   assert.equal(isChoice(DEFAULT_CHOICE), true);
-  for (const bad of [null, 1, {}, { ...DEFAULT_CHOICE, side: "x" }, { ...DEFAULT_CHOICE, limit: "elo" },
-    { ...DEFAULT_CHOICE, depth: 0 }, { ...DEFAULT_CHOICE, nodes: "9" }, { ...DEFAULT_CHOICE, movetime: NaN }]) {
+  const wrong = [{ side: "x" }, { limit: "elo" }, { depth: 0 }, { nodes: "9" }, { movetime: NaN }];
+  for (const bad of [null, 1, {}, ...wrong.map((part) => ({ ...DEFAULT_CHOICE, ...part }))]) {
     assert.equal(isChoice(bad), false);
   }
 });

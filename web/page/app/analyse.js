@@ -8,7 +8,7 @@ import { makeReadout, makeSwitch } from "./analysis/readout.js";
 import { GameReview } from "./analysis/reviewmodel.js";
 import { makeReviewPanel } from "./analysis/reviewpanel.js";
 import { scoreInWords } from "./analysis/score.js";
-import { sharedBy } from "./analysis/shared.js";
+import { sharedBy, switchAnalysis } from "./analysis/shared.js";
 import { moveParts } from "./analysis/variation.js";
 import { VariationView } from "./analysis/variationview.js";
 import { makeCompactWhy } from "./why/compact.js";
@@ -18,7 +18,7 @@ const SPOKEN_DEPTHS = 5;
 
 /** The view in <section id="view-analyse">: {show(), hide()}. */
 export function create({ game, board, engine, texts, settings, notices }) {
-  const { session, preview } = sharedBy({ game, board, engine });
+  const { session, preview } = sharedBy({ game, board, engine, settings });
   const review = new GameReview({ game, engine, session, settings });
   const evalBar = makeEvalBar({ texts });
   const parts = makeParts({ game, engine, texts, settings, notices, session, preview, review });
@@ -29,25 +29,31 @@ export function create({ game, board, engine, texts, settings, notices }) {
 
   const arrow = makeBestArrow(board);
   let isShown = false;
-  const render = perFrame(() => {
-    if (!isShown) {
-      return;
+  const whileShown = (show) => perFrame(() => {
+    if (isShown) {
+      show();
     }
-    parts.show();
+  });
+  const renderLive = whileShown(() => {
+    parts.showLive();
     evalBar.show(boardScore(session, preview, review, game));
     arrow.show(session.on && !preview.active ? session.state.pv[0] : undefined);
   });
+  const renderRest = whileShown(() => parts.showRest());
+  const render = () => {
+    renderLive();
+    renderRest();
+    parts.follow();
+  };
 
-  for (const source of [session, preview, review, game]) {
+  session.addEventListener("change", renderLive);
+  for (const source of [preview, game, review]) {
     source.addEventListener("change", render);
   }
-  for (const source of [preview, game]) {
-    source.addEventListener("change", () => parts.follow());
-  }
+  engine.addEventListener("state", renderRest);
   board.addEventListener("orientation", () => evalBar.turn(board.orientation));
   texts.addEventListener("change", () => {
     texts.apply(root);
-    parts.follow();
     render();
   });
   texts.apply(root);
@@ -74,12 +80,7 @@ export function create({ game, board, engine, texts, settings, notices }) {
 }
 
 function makeParts({ game, engine, texts, settings, notices, session, preview, review }) {
-  session.on = settings.get("analysis.on", false, (value) => typeof value === "boolean");
-  const onSwitch = () => {
-    settings.set("analysis.on", !session.on);
-    session.set(!session.on);
-  };
-  const button = makeSwitch({ onSwitch });
+  const button = makeSwitch({ onSwitch: () => switchAnalysis(!session.on, { session, settings }) });
   const readout = makeReadout({ texts });
   const line = new VariationView({ preview, texts });
   const options = makeOptions({ engine, texts, settings, notices });
@@ -102,14 +103,16 @@ function makeParts({ game, engine, texts, settings, notices, session, preview, r
     ],
     watch: (looks) => why.watch(looks),
     follow: () => why.update(),
-    show() {
+    showLive() {
       const { state } = session;
       button.show(session.on);
       readout.show(state, session);
       line.show(state);
+      speak(state);
+    },
+    showRest() {
       options.show();
       panel.show();
-      speak(state);
     },
   };
 }

@@ -21,7 +21,12 @@ export function writeTexts(texts, title) {
   write();
 }
 
+const BARS = { light: "#f6f4ef", dark: "#181b1f" }; // the browser's own bars, as --back has it
+
 function applyTheme(theme) {
+  for (const meta of document.querySelectorAll("meta[name=theme-color]")) {
+    meta.content = BARS[theme] ?? BARS[meta.media.includes("dark") ? "dark" : "light"];
+  }
   if (theme === "auto") {
     delete document.documentElement.dataset.theme;
   } else {

@@ -9,7 +9,6 @@ import { askPromotion } from "./board/promotion.js";
 const SPRITE_ID = "cm-chessboard-sprite"; // cm-chessboard takes its pieces from the element of this name
 const ANIMATION_MS = 180;
 const MOVE_DONE = "moveDone"; // cm-chessboard's state of input between a move and the end of its animation
-const MOVE_DONE = "moveDone"; // a state of cm-chessboard's input
 const NO_INPUT = { colors: "", legalTargets: () => [], onMove: () => {} };
 
 /** Loads the drawings of the pieces into the page; rejects when they are not to be had. */
@@ -141,7 +140,8 @@ export class Board extends EventTarget {
     }
     this.chessboard.disableMoveInput();
     if (colors !== "") {
-      this.chessboard.enableMoveInput((event) => this.#onPointer(event), colors === "wb" ? undefined : colors);
+      const only = colors === "wb" ? undefined : colors;
+      this.chessboard.enableMoveInput((event) => this.#onPointer(event), only);
     }
   }
 
@@ -154,13 +154,6 @@ export class Board extends EventTarget {
   async #moveDone() {
     while (this.#isMoving) {
       await new Promise(requestAnimationFrame);
-    }
-  }
-
-  /** Ends a drag, but not a move just made: cm-chessboard still puts its piece down. */
-  #cancelPointer() {
-    if (this.chessboard.view.visualMoveInput.moveInputState !== MOVE_DONE) {
-      this.chessboard.cancelMoveInput();
     }
   }
 

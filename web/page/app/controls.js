@@ -1,5 +1,6 @@
-// The controls beside the board that all views share: steps through the game, turning the board, the text field for
-// moves, and the game as PGN.
+// The controls beside the board that all views share: steps through the game, turning the board, the text
+// field for moves, and the game as PGN.
+import { keepFocus } from "./dialogs.js";
 
 const byId = (id) => document.getElementById(id);
 
@@ -13,9 +14,14 @@ export function createBoardBar({ game, board }) {
     byId(id).addEventListener("click", () => game.goto(to()));
   }
   byId("flip").addEventListener("click", () => board.flip());
+  document.querySelector(".skip").addEventListener("click", (event) => {
+    event.preventDefault();
+    board.focus();
+  });
   const update = () => {
     byId("go-first").disabled = byId("go-previous").disabled = game.ply === 0;
     byId("go-last").disabled = byId("go-next").disabled = game.atEnd;
+    keepFocus(byId(game.ply === 0 ? "go-next" : "go-previous"));
   };
   game.addEventListener("change", update);
   update();
@@ -24,7 +30,7 @@ export function createBoardBar({ game, board }) {
 
 /** The arrow keys step through the game where nothing else wants them. */
 function stepByKey(event, game) {
-  const to = { ArrowLeft: game.ply - 1, ArrowRight: game.ply + 1, Home: 0, End: game.moves.length }[event.key];
+  const to = { ArrowLeft: game.ply - 1, ArrowRight: game.ply + 1 }[event.key];
   const free = event.target === document.body || event.target.closest?.(".board-bar, #board") !== null;
   if (to === undefined || !free || event.defaultPrevented || event.ctrlKey || event.altKey || event.metaKey) {
     return;
@@ -65,14 +71,13 @@ export function createMoveForm({ game, texts, play }) {
   });
 }
 
-/** Copies a text, with a word on it. */
-export async function copyText(text, { notices, doneKey }) {
-  notices.dismiss("moves.notCopied");
+/** Copies a text; resolves to whether the browser let the page. */
+export async function copyText(text) {
   try {
     await navigator.clipboard.writeText(text);
-    notices.show(doneKey, { seconds: 4 });
+    return true;
   } catch {
-    notices.show("moves.notCopied", { kind: "error" });
+    return false;
   }
 }
 
@@ -86,7 +91,14 @@ function pgnHeaders(names) {
 /** Copying and saving the game. `names()` gives the players of a game played here, or null. */
 export function createPgnButtons({ game, notices, names }) {
   const pgn = () => game.toPgn(pgnHeaders(names()));
-  byId("copy-pgn").addEventListener("click", () => copyText(pgn(), { notices, doneKey: "moves.copied" }));
+  byId("copy-pgn").addEventListener("click", async () => {
+    notices.dismiss("moves.notCopied");
+    if (await copyText(pgn())) {
+      notices.show("moves.copied", { seconds: 4 });
+    } else {
+      notices.show("moves.notCopied", { kind: "error" });
+    }
+  });
   byId("save-pgn").addEventListener("click", () => {
     const link = document.createElement("a");
     link.href = URL.createObjectURL(new Blob([pgn()], { type: "application/x-chess-pgn" }));

@@ -21,6 +21,14 @@ export function onClose(dialog) {
   });
 }
 
+/** Moves the focus on where its element has just become disabled or hidden. */
+export function keepFocus(next) {
+  const { activeElement } = document;
+  if (activeElement?.disabled || activeElement?.hidden) {
+    next.focus();
+  }
+}
+
 /** Asks a question; resolves to whether the answer is the one with `actionKey`'s text. */
 export function confirmed(texts, questionKey, actionKey) {
   const dialog = element("dialog", { "aria-labelledby": "question" });

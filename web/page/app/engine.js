@@ -2,7 +2,12 @@
 // again when a search needs it, keeps the settings, and drops the answers to searches that nobody waits
 // for any more.
 
-import { perFrame } from "./analysis/frame.js";
+import { queuePerFrame } from "./analysis/frame.js";
+import { refusalOf } from "./analysis/refusals.js";
+
+const PATIENCE = 8000;
+const TICKS = 4;
+const START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 const startFromPackage = async (options) => {
   let Engine;
@@ -25,6 +30,7 @@ const startFromPackage = async (options) => {
  */
 export class PageEngine extends EventTarget {
   #startEngine;
+  #patience;
   #engine = null;
   #starting = null;
   #state = "loading";
@@ -34,10 +40,14 @@ export class PageEngine extends EventTarget {
   #queue = Promise.resolve(); // what needs the engine while no search runs
   #wanted = { threads: 1, hash: null };
 
-  /** Starts loading at once. `start` makes an Engine, `threads` and `hash` are the settings to begin with. */
-  constructor({ start = startFromPackage, threads = 1, hash = null } = {}) {
+  /**
+   * Starts loading at once. `start` makes an Engine, `threads` and `hash` are the settings to begin with; a
+   * worker that does not answer for `patience` milliseconds has ended.
+   */
+  constructor({ start = startFromPackage, threads = 1, hash = null, patience = PATIENCE } = {}) {
     super();
     this.#startEngine = start;
+    this.#patience = patience;
     this.#wanted = { threads, hash };
     /** Resolves, once the first start has succeeded or failed, to whether there is an engine. */
     this.ready = this.#ensure().then(() => true, () => false);
@@ -84,7 +94,7 @@ export class PageEngine extends EventTarget {
 
   /**
    * Infinite analysis, or one within `limits`, in place of the analysis before; a search for a move comes
-   * first. `position` is {fen, moves}. `onUpdate(line)` gets the newest line, at most once a frame. Returns
+   * first. `position` is {fen, moves}. `onUpdate(line)` gets the lines, those of one frame together. Returns
    * {result, stop()}: stop() ends it with the result found so far. The result is null once something else
    * took its place.
    */
@@ -102,15 +112,16 @@ export class PageEngine extends EventTarget {
   /** Stops the search with the result found so far. Resolves when none runs. */
   async stop() {
     const search = this.#current;
-    if (search)
+    if (search) {
       this.#end(search);
+    }
     await search?.result.catch(() => {});
   }
 
   /** The evaluation of a position, term by term; also while a search runs. Rejects on a refused FEN. */
   async evaluate(fen) {
     const engine = await this.#ensure();
-    return engine.evaluate(fen);
+    return this.#answered(engine, engine.evaluate(fen));
   }
 
   /** Forgets what was learned of the game before. */
@@ -129,13 +140,23 @@ export class PageEngine extends EventTarget {
 
   /** Ends the worker; the page goes away. */
   quit() {
-    this.#engine?.quit();
+    this.#dropAll();
+    const engine = this.#engine;
     this.#engine = null;
+    engine?.quit();
   }
 
-  #choose(option, key, value) {
+  async #choose(option, key, value) {
+    const before = this.#wanted[key];
     this.#wanted[key] = value;
-    return this.#between((engine) => (this.#takes(engine, option) ? engine.setOption(option, value) : []));
+    const messages = await this.#between((engine) => (
+      this.#takes(engine, option) ? engine.setOption(option, value) : []
+    ));
+    const refusal = messages.map(refusalOf).findLast(Boolean); // of several the last one holds
+    if (refusal) {
+      this.#wanted[key] = refusal.values.used ?? before;
+    }
+    return messages;
   }
 
   #takes(engine, option) {
@@ -154,10 +175,11 @@ export class PageEngine extends EventTarget {
 
   #begin(search) {
     const before = this.#current;
-    if (search.forMove)
+    if (search.forMove) {
       this.#dropAll();
-    else if (before && !before.forMove)
+    } else if (before && !before.forMove) {
       this.#drop(before);
+    }
     Object.assign(search, { before, dropped: false, stopped: false, running: null });
     this.#current = search;
     const turn = Promise.allSettled([before?.result, this.#queue]);
@@ -167,8 +189,9 @@ export class PageEngine extends EventTarget {
   }
 
   #dropAll() {
-    for (let search = this.#current; search; search = search.before)
+    for (let search = this.#current; search; search = search.before) {
       this.#drop(search);
+    }
   }
 
   #drop(search) {
@@ -178,7 +201,11 @@ export class PageEngine extends EventTarget {
 
   #end(search) {
     search.stopped = true;
-    search.running?.stop();
+    try {
+      search.running?.stop();
+    } catch {
+      // The worker has just ended; the search hears of it, too.
+    }
   }
 
   /** A search that loses its worker is begun once more by the next one. */
@@ -189,34 +216,74 @@ export class PageEngine extends EventTarget {
       try {
         return await this.#searchOn(engine, search);
       } catch (error) {
-        if (await this.#lives(engine) || !mayRetry)
+        if (await this.#lives(engine) || !mayRetry) {
           throw error;
+        }
       }
     }
     return null;
   }
 
   async #searchOn(engine, search) {
-    if (search.dropped)
+    if (search.dropped) {
       return null;
-    await engine.setPosition(search.position);
-    if (search.dropped)
+    }
+    await this.#answered(engine, engine.setPosition(search.position));
+    if (search.dropped) {
       return null;
-    const deliver = perFrame((line) => {
-      if (!search.dropped)
+    }
+    const deliver = queuePerFrame((line) => {
+      if (!search.dropped) {
         search.onUpdate?.(line);
+      }
     });
     search.running = engine.go(search.limits, search.onUpdate ? deliver : undefined);
     this.#tell("thinking");
-    if (search.stopped)
-      search.running.stop();
+    if (search.stopped) {
+      this.#end(search);
+    }
+    const watch = this.#watch(engine);
     try {
       const result = await search.running.result;
       deliver.flush();
       return search.dropped ? null : result;
     } finally {
+      clearInterval(watch);
       search.running = null;
     }
+  }
+
+  /** A worker can end without a word: while it searches, it has to answer something now and then. */
+  #watch(engine) {
+    return setInterval(() => {
+      this.#answered(engine, engine.evaluate(START_FEN)).catch(() => {});
+    }, this.#patience / TICKS);
+  }
+
+  /** The answer of an engine; one that does not come in time is that of a worker that has ended. */
+  async #answered(engine, answer) {
+    let ticks = 0; // several, as a computer that slept comes back with one timer run out
+    const timer = setInterval(() => {
+      if (++ticks === TICKS) {
+        clearInterval(timer);
+        this.#lose(engine);
+      }
+    }, this.#patience / TICKS);
+    try {
+      return await answer;
+    } finally {
+      clearInterval(timer);
+    }
+  }
+
+  #lose(engine) {
+    if (this.#engine !== engine) {
+      return;
+    }
+    this.#engine = null;
+    this.#died = true;
+    engine.quit(); // which rejects what is still asked of it
+    this.#tell("failed", { reason: "died" });
   }
 
   /** Whether an engine still runs, once the news of its end has had time to arrive. */
@@ -226,15 +293,18 @@ export class PageEngine extends EventTarget {
   }
 
   #finish(search) {
-    if (this.#current === search)
+    if (this.#current === search) {
       this.#current = null;
-    if (this.#state === "thinking" && !this.#current)
+    }
+    if (this.#state === "thinking" && !this.#current) {
       this.#tell("ready");
+    }
   }
 
   #ensure() {
-    if (this.#engine)
+    if (this.#engine) {
       return Promise.resolve(this.#engine);
+    }
     this.#starting ??= this.#startOnce().finally(() => {
       this.#starting = null;
     });
@@ -260,23 +330,19 @@ export class PageEngine extends EventTarget {
 
   async #applySettings(engine) {
     const { hash, threads } = this.#wanted;
-    if (hash !== null && this.#takes(engine, "Hash"))
+    if (hash !== null && this.#takes(engine, "Hash")) {
       await engine.setOption("Hash", hash);
-    if (threads !== 1 && this.#takes(engine, "Threads"))
+    }
+    if (threads !== 1 && this.#takes(engine, "Threads")) {
       await engine.setOption("Threads", threads);
+    }
   }
 
   #listen(engine) {
     engine.addEventListener("message", (event) => {
       this.dispatchEvent(new CustomEvent("message", { detail: event.detail }));
     });
-    engine.addEventListener("error", () => {
-      if (this.#engine !== engine)
-        return;
-      this.#engine = null;
-      this.#died = true;
-      this.#tell("failed", { reason: "died" });
-    });
+    engine.addEventListener("error", () => this.#lose(engine));
   }
 
   #tell(state, { reason = null, restarted = false } = {}) {

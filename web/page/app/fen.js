@@ -95,11 +95,12 @@ function counters(clock, number) {
 }
 
 /**
- * Checks a FEN and returns it in its normal form; throws a PositionError. Counters, castling and en passant may be
- * left out. Rights that no king and rook at home bear out are dropped, as the engine drops them.
+ * Checks a FEN and returns it in its normal form; throws a PositionError. Counters, castling and en passant
+ * may be left out. Rights that no king and rook at home bear out are dropped, as the engine drops them.
  */
 export function normalFen(text) {
-  const [placement, side = "w", castling = "-", enPassant = "-", clock, number, ...rest] = text.trim().split(/\s+/);
+  const [placement, side = "w", castling = "-", enPassant = "-", clock, number, ...rest]
+    = text.trim().split(/\s+/);
   if (!placement) {
     throw new PositionError("fen.empty");
   }
@@ -117,8 +118,9 @@ export function normalFen(text) {
     throw new PositionError("fen.fields");
   }
   const color = side.toLowerCase();
-  const fen = [placement, color, possibleCastling(placement, castling),
-    enPassant === "-" ? "-" : possibleEnPassant(placement, color, enPassant), counters(clock, number)].join(" ");
+  const passed = enPassant === "-" ? "-" : possibleEnPassant(placement, color, enPassant);
+  const rights = possibleCastling(placement, castling);
+  const fen = [placement, color, rights, passed, counters(clock, number)].join(" ");
   if (!validateFen(fen).ok) {
     throw new PositionError("fen.other");
   }

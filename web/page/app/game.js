@@ -1,17 +1,19 @@
-// The game on the board: a line of moves from a start position, and the place in it that is shown. Without a DOM.
+// The game on the board: a line of moves from a start position, and the place in it that is shown. Without a
+// DOM.
 import { Chess } from "chess.js";
 import { normalFen, PositionError, sideToMove, START_FEN } from "./fen.js";
 import { firstGame } from "./pgn.js";
 
 /**
- * One move: `ply` counts from 1, `fen` is the position after it, `mark` a comment sign like "?!" that an analysis gave.
+ * One move: `ply` counts from 1, `fen` is the position after it, `mark` a comment sign like "?!" that an
+ * analysis gave.
  * @typedef {{ply: number, san: string, uci: string, fen: string, color: "w"|"b", piece: string, from: string,
  *   to: string, captured?: string, promotion?: string, mark?: string}} GameMove
  */
 
 /**
- * Dispatches "change" with `detail.kind`: "moves" (the line changed), "ply" (another place is looked at), "reset"
- * (another game), "end" (someone resigned or lost on time), "marks" (comment signs).
+ * Dispatches "change" with `detail.kind`: "moves" (the line changed), "ply" (another place is looked at),
+ * "reset" (another game), "end" (someone resigned or lost on time), "marks" (comment signs).
  */
 export class Game extends EventTarget {
   #chess = new Chess();
@@ -101,13 +103,14 @@ export class Game extends EventTarget {
     return [...new Set(moves.map(({ to }) => to))];
   }
 
-  /** A move typed as "Nf3", "e4", "e2e4" or "e7e8q" in the form of the last two, or null when it is not legal. */
+  /** A move typed as "Nf3", "e4", "e2e4" or "e7e8q" in the form of the last two; null: not a legal one. */
   parseMove(text) {
     const word = text.trim().replace(/^\d+\.+\s*/, "");
     const legal = this.legalMoves();
     const bare = (san) => san.replaceAll("0", "O").replace(/[+#=!?x]/g, "");
     const squares = word.toLowerCase().replace(/[-=]/g, "");
-    const uci = legal.find((move) => move.uci === squares) ?? legal.find((move) => move.uci === `${squares}q`);
+    const uci = legal.find((move) => move.uci === squares)
+      ?? legal.find((move) => move.uci === `${squares}q`);
     const found = uci ?? legal.find(({ san }) => bare(san) === bare(word))
       ?? legal.find(({ san }) => bare(san).toLowerCase() === bare(word).toLowerCase());
     return found?.uci ?? null;
@@ -183,7 +186,7 @@ export class Game extends EventTarget {
     this.#changed("reset");
   }
 
-  /** Another game from PGN text: the first in it, its main line. Throws a PositionError and then keeps the game. */
+  /** Loads the first game of PGN text, its main line. Throws a PositionError and then keeps the game. */
   loadPgn(text) {
     this.load(firstGame(text));
   }
@@ -207,7 +210,7 @@ export class Game extends EventTarget {
     return this.moves.slice(0, upToPly).map(({ uci }) => uci);
   }
 
-  /** A position of the game as the engine takes it: with the moves that led to it, for draws by repetition. */
+  /** A position of the game as the engine takes it: with its moves, for draws by repetition. */
   position(ply = this.ply) {
     return { fen: this.startFen, moves: this.uciMoves(ply) };
   }

@@ -37,8 +37,8 @@ export class Texts extends EventTarget {
   }
 
   /**
-   * A text, with `{name}` replaced by values. A text with plural forms is {one, few, many, other}, chosen by values.n.
-   * Numbers are written as the language writes them.
+   * A text, with `{name}` replaced by values. A text with plural forms is {one, few, many, other}, chosen by
+   * values.n. Numbers are written as the language writes them.
    */
   t(key, values = {}) {
     const entry = LANGUAGES[this.language][key] ?? LANGUAGES[FALLBACK][key];
@@ -58,8 +58,8 @@ export class Texts extends EventTarget {
   }
 
   /**
-   * Puts texts into the elements that name them: data-text (content), data-text-label (aria-label), data-text-title,
-   * data-text-placeholder.
+   * Puts texts into the elements that name them: data-text (content), data-text-label (aria-label),
+   * data-text-title, data-text-placeholder.
    * @param {ParentNode} root
    */
   apply(root) {

@@ -15,7 +15,26 @@ function reloadForThreads(mayReload) {
     return;
   }
   sessionStorage.setItem(RELOADED, "1");
+  leaveForGood();
+}
+
+/** Reloads so that the browser does not keep this page as it is and bring it back later. */
+function leaveForGood() {
+  addEventListener("unload", () => {}); // a page with such a listener is not kept
   location.reload();
+}
+
+/**
+ * A page that the browser kept and brings back as it was may be the one from before a reload: then it makes
+ * place for what is stored.
+ */
+function reloadWhenStale(isStale) {
+  addEventListener("pageshow", (event) => {
+    const isolatable = !crossOriginIsolated && navigator.serviceWorker.controller !== null;
+    if (event.persisted && (isolatable || isStale())) {
+      leaveForGood();
+    }
+  });
 }
 
 function offerUpdate(registration, notices, isWanted) {
@@ -30,21 +49,43 @@ function offerUpdate(registration, notices, isWanted) {
 function watchUpdates(registration, notices, isWanted) {
   offerUpdate(registration, notices, isWanted);
   registration.addEventListener("updatefound", () => {
-    registration.installing?.addEventListener("statechange", () => offerUpdate(registration, notices, isWanted));
+    registration.installing?.addEventListener("statechange", () =>
+      offerUpdate(registration, notices, isWanted));
   });
+}
+
+/** Resolves when a worker can answer: Firefox fails what is asked of one before. */
+function activated(worker) {
+  return new Promise((resolve) => {
+    const check = () => worker.state === "activated" && resolve();
+    worker.addEventListener("statechange", check);
+    check();
+  });
+}
+
+/** Lets the worker have the page that it was installed by. */
+async function beControlled() {
+  const { active } = await navigator.serviceWorker.ready;
+  await activated(active);
+  if (!navigator.serviceWorker.controller) {
+    active.postMessage("claim");
+  }
 }
 
 /**
  * Installs the worker where the browser has them.
- * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean}} options mayReload: whether nothing is
- *   lost to the user by a reload
+ * @param {{notices: import("./notices.js").Notices, mayReload: () => boolean,
+ *   isStale: () => boolean}} options mayReload:
+ *   whether a reload takes nothing from the user; isStale: whether another page has stored what is newer
  */
-export async function installWorker({ notices, mayReload }) {
+export async function installWorker({ notices, mayReload, isStale }) {
   if (!("serviceWorker" in navigator)) {
     return;
   }
+  reloadWhenStale(isStale);
   let updateWanted = false;
-  navigator.serviceWorker.addEventListener("controllerchange", () => {
+  navigator.serviceWorker.addEventListener("controllerchange", async () => {
+    await activated(navigator.serviceWorker.controller);
     if (updateWanted) {
       location.reload();
     } else {
@@ -55,6 +96,7 @@ export async function installWorker({ notices, mayReload }) {
     const registration = await navigator.serviceWorker.register("sw.js", { updateViaCache: "none" });
     watchUpdates(registration, notices, () => { updateWanted = true; });
     reloadForThreads(mayReload);
+    await beControlled();
   } catch {
     // Private windows and plain http have no workers: the page works as it is while the host is there.
   }

@@ -26,6 +26,8 @@ const players = new Players(byId("player-top"), byId("player-bottom"), texts);
 const engine = new PageEngine({
   threads: settings.get("engine.threads", 1, isCount), hash: settings.get("engine.hash", null, isCount),
 });
+const piecesLoaded = loadPieces("pieces.svg")
+  .catch(() => notices.show("notice.pieces", { kind: "error" }));
 const page = { game, board, engine, texts, settings, notices, players };
 const views = {}; // by name, as they are opened
 let current = null;
@@ -109,10 +111,11 @@ function playTyped(uci) {
 }
 
 engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
+  byId("about").textContent = about();
   const failures = ["notice.webassembly", "notice.memory", "notice.load", "notice.died"];
   if (state === "failed") {
-    const retry = { key: "notice.retry", run: () => { views[current]?.hide(); views[current]?.show(); } };
-    notices.show(`notice.${reason}`, { kind: "error", action: reason === "webassembly" ? undefined : retry });
+    const action = reason === "webassembly" ? undefined : { key: "notice.retry", run: retry };
+    notices.show(`notice.${reason}`, { kind: "error", action });
   } else if (state === "ready") {
     failures.forEach((key) => notices.dismiss(key));
     if (restarted) {
@@ -121,9 +124,24 @@ engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
   }
 });
 
+/** Starts the engine again, and then what the view wanted of it. */
+async function retry() {
+  views[current]?.hide();
+  await engine.evaluate(game.fen).catch(() => {}); // its failure is told by the next "state"
+  views[current]?.show();
+}
+
+/** Whether a reload that nobody asked for takes nothing from the user. */
+function mayReload() {
+  return !views.play.busy && engine.state !== "thinking" && document.querySelector("dialog[open]") === null;
+}
+
 function about() {
   if (engine.state === "failed") {
     return texts.t("about.none");
+  }
+  if (engine.state === "loading") {
+    return texts.t("play.status.loading");
   }
   return texts.t(engine.threads ? "about.threads" : "about.single", { name: engine.name });
 }
@@ -132,14 +150,14 @@ const tabs = createTabs({ onChange: onTab });
 writeTexts(texts, () => texts.t(`title.${current ?? "play"}`));
 createSettingsDialog({ texts, settings, about });
 views.play = play.create(page);
+await piecesLoaded; // so that all comes into sight at once
 new MoveList(byId("move-list"), { game, texts });
 createBoardBar({ game, board });
 createMoveForm({ game, texts, play: playTyped });
 createPgnButtons({ game, notices, names: () => views.play.names() });
-createPositionDialog({ game, board, engine, texts, notices });
+createPositionDialog({ game, engine, texts });
 known = game.moves.length;
 showGame(false);
 tabs.show(tabs.fromAddress() ?? "play");
-loadPieces("pieces.svg").catch(() => notices.show("notice.pieces", { kind: "error" }));
 document.documentElement.dataset.ready = "";
-installWorker({ notices, mayReload: () => !views.play.underWay });
+installWorker({ notices, mayReload, isStale: () => views.play.isStale });

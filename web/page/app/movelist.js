@@ -31,22 +31,25 @@ export class MoveList {
   #onKey(event) {
     const { ply, moves } = this.#game;
     const to = {
-      ArrowLeft: ply - 1, ArrowRight: ply + 1, ArrowUp: ply - 2, ArrowDown: ply + 2, Home: 0, End: moves.length,
+      ArrowLeft: ply - 1, ArrowRight: ply + 1, ArrowUp: ply - 2, ArrowDown: ply + 2,
+      Home: 0, End: moves.length,
     }[event.key];
     if (to === undefined || event.ctrlKey || event.altKey || event.metaKey) {
       return;
     }
     this.#game.goto(to);
     this.#draw();
-    (this.#root.querySelector("[aria-current]") ?? this.#root.querySelector("button"))?.focus({ preventScroll: true });
+    const at = this.#root.querySelector("[aria-current]") ?? this.#root.querySelector("button");
+    at?.focus({ preventScroll: true });
     event.preventDefault();
     event.stopPropagation();
   }
 
+  /** Once for all changes that are made together. */
   #redraw() {
     if (!this.#waiting) {
       this.#waiting = true;
-      requestAnimationFrame(() => this.#waiting && this.#draw());
+      queueMicrotask(() => this.#waiting && this.#draw());
     }
   }
 

@@ -18,8 +18,8 @@ export class Notices {
    * Shows the message of a text's key until it is dismissed.
    * @param {string} key
    * @param {{kind?: "info"|"error", values?: object, text?: string, seconds?: number,
-   *   action?: {key: string, run: () => void}}} options `text` instead of the key's text; `seconds`: gone by itself;
-   *   `action`: a button with its text's key
+   *   action?: {key: string, run: () => void}}} options `text` instead of the key's text; `seconds`: gone by
+   * itself; `action`: a button with its text's key
    */
   show(key, options = {}) {
     this.dismiss(key);

@@ -1,9 +1,10 @@
 // The view Play: a game against the engine.
-import { confirmed, onClose } from "./dialogs.js";
-import {
-  clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, LIMIT_KINDS, pliesToTakeBack,
-} from "./session.js";
+import { confirmed, element, keepFocus } from "./dialogs.js";
 import { sideToMove } from "./fen.js";
+import { createNewGameDialog } from "./newgame.js";
+import {
+  clockFor, DEFAULT_CHOICE, engineLimits, flagOutcome, isChoice, pliesToTakeBack,
+} from "./session.js";
 import { outcomeInWords } from "./words.js";
 
 const SAVE_KEY = "play.session";
@@ -18,6 +19,7 @@ export function create(page) {
 
 class Play {
   #visible = false;
+  #begun = false; // the user has played since the page was opened
   #attached = true; // false: the game on the board is not the one that is played
   #own = false; // this view itself changes the game
   #thinking = null; // a token for the move that the engine works out
@@ -36,8 +38,7 @@ class Play {
     texts.addEventListener("change", () => this.#update());
     board.addEventListener("orientation", () => this.#showPlayers());
     this.#buttons();
-    this.#newGameDialog();
-    addEventListener("pagehide", () => this.#save());
+    addEventListener("pagehide", () => this.#clock?.running && this.#save());
   }
 
   show() {
@@ -53,6 +54,11 @@ class Play {
     this.#clock?.stop();
     this.#save();
     this.#tick();
+  }
+
+  /** Whether the user is in the middle of a game since the page was opened. */
+  get busy() {
+    return this.#begun && this.underWay;
   }
 
   /** Whether a game has begun in which a move is still to come. */
@@ -71,18 +77,24 @@ class Play {
   }
 
   #buttons() {
-    byId("new-game").addEventListener("click", () => byId("new-game-dialog").showModal());
+    createNewGameDialog({
+      choice: () => this.#choice,
+      here: () => !this.#attached,
+      onStart: (choice, here) => this.#newGame(choice, here ? this.game.fen : undefined),
+    });
     byId("take-back").addEventListener("click", () => this.#takeBack());
     byId("resign").addEventListener("click", () => this.#resign());
     byId("back-to-game").addEventListener("click", () => this.game.goto(this.game.moves.length));
     byId("play-on").addEventListener("click", () => this.#playOn(this.#human));
   }
 
-  // The game -----------------------------------------------------------------------------------------------------
+  // The game -----------------------------------------------------------------------------------------------
 
   /** Changes the game so that it stays the one that is played. */
   #change(change) {
     this.#own = true;
+    this.#begun = true;
+    this.#failed = false; // the engine is asked again
     try {
       change();
     } finally {
@@ -106,7 +118,7 @@ class Play {
     this.#update();
   }
 
-  /** Begins to play from the position looked at; what follows it in the game stays until a move is made. */
+  /** Begins to play from the position looked at; what follows it in the game is dropped. */
   #playOn(human) {
     this.#human = human;
     this.#attached = true;
@@ -119,7 +131,6 @@ class Play {
     this.settings.set("play.choice", choice);
     this.#human = choice.side === "random" ? (Math.random() < 0.5 ? "w" : "b") : choice.side;
     this.#attached = true;
-    this.#failed = false;
     this.#stopThinking();
     this.#newClock();
     this.board.orientation = this.#human;
@@ -154,7 +165,7 @@ class Play {
     });
   }
 
-  // The engine ---------------------------------------------------------------------------------------------------
+  // The engine ---------------------------------------------------------------------------------------------
 
   #engineToMove() {
     const last = this.game.fenAt(this.game.moves.length);
@@ -166,7 +177,8 @@ class Play {
     this.#thinking = token;
     const { game } = this;
     try {
-      const answer = await this.engine.move(game.position(game.moves.length), engineLimits(this.#choice, this.#clock));
+      const limits = engineLimits(this.#choice, this.#clock);
+      const answer = await this.engine.move(game.position(game.moves.length), limits);
       if (this.#thinking !== token) {
         return;
       }
@@ -208,7 +220,7 @@ class Play {
     }
   }
 
-  // The clock ----------------------------------------------------------------------------------------------------
+  // The clock ----------------------------------------------------------------------------------------------
 
   #newClock(times) {
     this.#clock?.stop();
@@ -243,7 +255,7 @@ class Play {
     }
   }
 
-  // What is seen -------------------------------------------------------------------------------------------------
+  // What is seen -------------------------------------------------------------------------------------------
 
   #update() {
     if (this.#visible && !this.#thinking && !this.#failed && this.#engineToMove()) {
@@ -276,7 +288,7 @@ class Play {
     }
     this.players.show({
       orientation: this.board.orientation, names: this.names() ?? this.players.namesOf(this.game),
-      clock: this.#attached ? this.#clock : null, turn: this.game.turn,
+      clock: this.#attached ? this.#clock : null, turn: this.game.outcome() ? null : this.game.turn,
       busy: this.#thinking ? (this.#human === "w" ? "b" : "w") : null,
     });
   }
@@ -284,21 +296,21 @@ class Play {
   #status() {
     const { game, texts } = this;
     const outcome = game.outcome();
-    if (!this.#attached) {
-      return { text: texts.t("play.status.changed") };
-    }
-    if (!game.atEnd) {
+    if (this.#attached && !game.atEnd) {
       return { text: texts.t("play.status.earlier") };
     }
-    if (outcome !== null) {
-      const { title, text } = outcomeInWords(outcome, this.#human, texts);
-      return { title, text, over: true };
+    if (outcome !== null && game.atEnd) {
+      return { ...outcomeInWords(outcome, this.#attached ? this.#human : null, texts), over: true };
+    }
+    if (!this.#attached) {
+      return { text: texts.t("play.status.changed") };
     }
     if (this.#failed) {
       return { text: texts.t("play.status.noEngine") };
     }
     if (game.turn !== this.#human) {
-      return { text: texts.t(this.engine.state === "loading" ? "play.status.loading" : "play.status.thinking") };
+      const loading = this.engine.state === "loading";
+      return { text: texts.t(loading ? "play.status.loading" : "play.status.thinking") };
     }
     return { text: texts.t(game.inCheck ? "play.status.check" : "play.status.yours") };
   }
@@ -312,9 +324,7 @@ class Play {
     }
     status.dataset.shown = shown;
     status.classList.toggle("over", over);
-    const strong = document.createElement("strong");
-    strong.textContent = title ?? "";
-    status.replaceChildren(...(title ? [strong, document.createTextNode(` ${text}`)] : [document.createTextNode(text)]));
+    status.replaceChildren(...(title ? [element("strong", {}, title), " "] : []), text);
     if (over) {
       this.notices.say(`${title}. ${text}`);
     }
@@ -329,48 +339,21 @@ class Play {
     byId("back-to-game").hidden = !this.#attached || game.atEnd;
     byId("play-on").hidden = this.#attached || (game.atEnd && outcome !== null);
     byId("play-limits").textContent = this.#limitsInWords();
+    keepFocus(byId("new-game"));
   }
 
   #limitsInWords() {
     const { limit, base, increment } = this.#choice;
-    return this.texts.t(`play.told.${limit}`, limit === "clock" ? { base, increment } : { n: this.#choice[limit] });
+    const values = limit === "clock" ? { base, increment } : { n: this.#choice[limit] };
+    return this.texts.t(`play.told.${limit}`, values);
   }
 
-  // The dialog for a new game ------------------------------------------------------------------------------------
+  // What outlives the page ---------------------------------------------------------------------------------
 
-  #newGameDialog() {
-    const dialog = byId("new-game-dialog");
-    const form = byId("new-game-form");
-    const fields = form.elements;
-    const showFields = () => {
-      for (const group of form.querySelectorAll("[data-limit]")) {
-        group.hidden = group.dataset.limit !== fields.limit.value;
-        group.querySelectorAll("input").forEach((input) => { input.disabled = group.hidden; });
-      }
-    };
-    form.addEventListener("change", showFields);
-    byId("new-game").addEventListener("click", () => {
-      for (const [key, value] of Object.entries(this.#choice)) {
-        fields[key].value = String(value);
-      }
-      fields.here.checked = !this.#attached;
-      showFields();
-    });
-    onClose(dialog);
-    form.addEventListener("submit", () => {
-      const choice = { ...this.#choice, side: fields.side.value, limit: fields.limit.value };
-      for (const key of Object.keys(choice)) {
-        if (typeof choice[key] === "number" && !fields[key].disabled) {
-          choice[key] = fields[key].valueAsNumber;
-        }
-      }
-      if (isChoice(choice) && LIMIT_KINDS.includes(choice.limit)) {
-        this.#newGame(choice, fields.here.checked ? this.game.fen : undefined);
-      }
-    });
+  /** Whether the same game has gone on in another page, so that this one's is out of date. */
+  get isStale() {
+    return this.settings.isStale(SAVE_KEY);
   }
-
-  // What outlives the page ---------------------------------------------------------------------------------------
 
   #save() {
     const { game } = this;

@@ -19,14 +19,14 @@ export class Players {
 
   /**
    * @param {{orientation: "w"|"b", names: {w: string, b: string}, clock: import("./clock.js").Clock | null,
-   *   busy?: "w"|"b"|null, turn: "w"|"b"}} state busy: who is thinking
+   *   busy?: "w"|"b"|null, turn: "w"|"b"|null}} state busy: who is thinking
    */
   show({ orientation, names, clock, busy = null, turn }) {
     for (const [place, color] of [["bottom", orientation], ["top", orientation === "w" ? "b" : "w"]]) {
       const parts = this.#lines[place];
       setText(parts.name, names[color]);
       parts.root.dataset.color = color;
-      parts.root.setAttribute("aria-label", `${this.#texts.t(`say.side.${color}`)}: ${names[color]}`);
+      setLabel(parts.root, `${this.#texts.t(`say.side.${color}`)}: ${names[color]}`);
       parts.root.classList.toggle("turn", turn === color);
       parts.root.classList.toggle("busy", busy === color);
       parts.clock.hidden = clock === null;
@@ -34,7 +34,7 @@ export class Players {
         const ms = clock.remaining(color);
         setText(parts.clock, clockText(ms));
         parts.clock.classList.toggle("low", ms < 20000);
-        parts.clock.setAttribute("aria-label", this.#texts.t("play.clock", { name: names[color] }));
+        setLabel(parts.clock, this.#texts.t("play.clock", { name: names[color] }));
       }
     }
   }
@@ -53,6 +53,12 @@ function line(root) {
   parts.dots.append(part(""), part(""), part(""));
   root.append(parts.dot, parts.name, parts.dots, parts.clock);
   return parts;
+}
+
+function setLabel(element, label) {
+  if (element.getAttribute("aria-label") !== label) {
+    element.setAttribute("aria-label", label);
+  }
 }
 
 function setText(element, text) {

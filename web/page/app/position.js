@@ -11,7 +11,7 @@ export function looksLikeFen(text) {
   return !text.includes("[") && !/\d\.\s*\S/.test(text) && /^\s*\S*\/\S*(\s|$)/.test(text);
 }
 
-/** @param {{game, board, engine, texts, notices}} page */
+/** @param {{game, engine, texts}} page */
 export function createPositionDialog(page) {
   new PositionDialog(page);
 }
@@ -19,8 +19,8 @@ export function createPositionDialog(page) {
 class PositionDialog {
   #dialog = document.getElementById("position-dialog");
 
-  constructor({ game, board, engine, texts, notices }) {
-    Object.assign(this, { game, board, engine, texts, notices });
+  constructor({ game, engine, texts }) {
+    Object.assign(this, { game, engine, texts });
     this.#build();
     onClose(this.#dialog);
     document.getElementById("open-position").addEventListener("click", () => this.open());
@@ -30,9 +30,13 @@ class PositionDialog {
   open() {
     this.text.value = "";
     this.fen.value = this.game.fen;
+    this.copy.textContent = this.texts.t("position.copyFen");
     this.setUp.show(this.game.fen);
     this.#fail("");
     this.#dialog.showModal();
+    if (!this.pages[0].hidden) {
+      this.text.focus();
+    }
   }
 
   #build() {
@@ -65,43 +69,58 @@ class PositionDialog {
   }
 
   #pastePage() {
-    const form = element("form");
-    this.text = element("textarea", { rows: "6", spellcheck: "false", autocapitalize: "off", id: "position-text" });
+    const form = this.#form(() => this.#load(this.text.value));
+    this.text = element("textarea", {
+      rows: "6", spellcheck: "false", autocapitalize: "off", id: "position-text",
+    });
     this.text.addEventListener("input", () => this.#fail(""));
     this.fen = element("input", { type: "text", readonly: "", id: "position-fen" });
-    const copy = this.#button("position.copyFen", "quiet", () =>
-      copyText(this.fen.value, { notices: this.notices, doneKey: "position.copied" }));
+    this.copy = this.#button("position.copyFen", "quiet", () => this.#copyFen());
     const fenRow = element("div", { class: "row" });
-    fenRow.append(this.fen, copy);
-    const file = element("input", { type: "file", accept: ".pgn,.fen,.txt,text/plain", class: "unseen", tabindex: "-1" });
-    file.setAttribute("aria-label", this.texts.t("position.file"));
-    file.addEventListener("change", () => this.#readFile(file));
+    fenRow.append(this.fen, this.copy);
+    const file = this.#fileInput();
     const buttons = element("div", { class: "buttons end" });
     buttons.append(file, this.#button("position.file", "", () => file.click()), this.#cancelButton(),
-      element("button", { type: "submit", class: "primary" }, this.texts.t("position.open")));
-    form.append(this.#label("position.paste", this.text), this.text, this.#label("position.fen", this.fen), fenRow,
-      buttons);
-    form.addEventListener("submit", (event) => {
-      event.preventDefault();
-      this.#take(() => this.#load(this.text.value));
-    });
+      this.#submitButton("position.open"));
+    form.append(this.#field("position.paste", this.text, this.text),
+      this.#field("position.fen", this.fen, fenRow), buttons);
     return form;
   }
 
   #setUpPage() {
-    const form = element("form");
+    const form = this.#form(() => this.#reset(this.setUp.fen()));
     this.setUp = new SetUpBoard(this.texts, () => this.#fail(""));
+    const presets = element("div", { class: "buttons" });
+    presets.append(this.#button("position.clear", "quiet", () => this.setUp.clear()),
+      this.#button("position.start", "quiet", () => this.setUp.show()),
+      this.#button("position.fromBoard", "quiet", () => this.setUp.show(this.game.fen)));
     const buttons = element("div", { class: "buttons end" });
-    buttons.append(this.#button("position.clear", "", () => this.setUp.clear()),
-      this.#button("position.start", "", () => this.setUp.show()),
-      this.#button("position.fromBoard", "", () => this.setUp.show(this.game.fen)), this.#cancelButton(),
-      element("button", { type: "submit", class: "primary" }, this.texts.t("position.use")));
-    form.append(this.setUp.element, buttons);
+    buttons.append(this.#cancelButton(), this.#submitButton("position.use"));
+    form.append(presets, this.setUp.element, buttons);
+    return form;
+  }
+
+  /** A form that changes the game. */
+  #form(change) {
+    const form = element("form");
     form.addEventListener("submit", (event) => {
       event.preventDefault();
-      this.#take(() => this.#reset(this.setUp.fen()));
+      this.#take(change);
     });
     return form;
+  }
+
+  /** Where the page may not copy, the user can. */
+  async #copyFen() {
+    if (await copyText(this.fen.value)) {
+      this.copy.textContent = this.texts.t("position.copied");
+    } else {
+      this.fen.select();
+    }
+  }
+
+  #submitButton(key) {
+    return element("button", { type: "submit", class: "primary" }, this.texts.t(key));
   }
 
   #cancelButton() {
@@ -114,8 +133,19 @@ class PositionDialog {
     return button;
   }
 
-  #label(key, field) {
-    return element("label", { for: field.id }, this.texts.t(key));
+  #fileInput() {
+    const file = element("input", {
+      type: "file", accept: ".pgn,.fen,.txt,text/plain", class: "unseen", tabindex: "-1",
+      "aria-label": this.texts.t("position.file"),
+    });
+    file.addEventListener("change", () => this.#readFile(file));
+    return file;
+  }
+
+  #field(key, input, content) {
+    const field = element("div", { class: "labelled" });
+    field.append(element("label", { for: input.id }, this.texts.t(key)), content);
+    return field;
   }
 
   #fail(text) {

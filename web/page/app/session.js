@@ -1,4 +1,5 @@
-// The game that the user plays against the engine: who has which side, what the engine gets, the clock. Without a DOM.
+// The game that the user plays against the engine: who has which side, what the engine gets, the clock.
+// Without a DOM.
 import { Clock } from "./clock.js";
 
 export const LIMIT_KINDS = ["movetime", "clock", "depth", "nodes"];

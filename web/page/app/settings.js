@@ -24,6 +24,12 @@ export class Settings extends EventTarget {
     return value === undefined || !isValid(value) ? fallback : value;
   }
 
+  /** Whether another page has stored another value since this one got or set it. */
+  isStale(key) {
+    const known = JSON.stringify(this.#values.get(key));
+    return this.#storage !== null && JSON.stringify(this.#read(key)) !== known;
+  }
+
   #read(key) {
     try {
       const text = this.#storage?.getItem(PREFIX + key) ?? null;

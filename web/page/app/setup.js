@@ -66,20 +66,24 @@ export class SetUpBoard {
   }
 
   #board() {
-    const grid = element("div", { class: "set-up-board", role: "grid", "aria-label": this.#texts.t("board.name") });
+    const grid = element("div", {
+      class: "set-up-board", role: "grid", "aria-label": this.#texts.t("board.name"),
+    });
     for (let rank = 8; rank >= 1; --rank) {
       const row = element("div", { role: "row" });
       for (const file of FILES) {
         const square = file + rank;
         const shade = (FILES.indexOf(file) + rank) % 2 === 0 ? "light" : "dark";
-        const cell = element("div", { role: "gridcell", tabindex: square === "e4" ? "0" : "-1", class: shade });
-        cell.dataset.setUp = square;
+        const cell = element("div", {
+          role: "gridcell", tabindex: square === "e4" ? "0" : "-1", class: shade, "data-set-up": square,
+        });
         this.#cells[square] = cell;
         row.append(cell);
       }
       grid.append(row);
     }
-    grid.addEventListener("click", (event) => this.#put(event.target.closest("[role=gridcell]")?.dataset.setUp));
+    grid.addEventListener("click", ({ target }) =>
+      this.#put(target.closest("[role=gridcell]")?.dataset.setUp));
     grid.addEventListener("keydown", (event) => this.#onKey(event));
     grid.addEventListener("focusin", (event) => {
       Object.values(this.#cells).forEach((cell) => { cell.tabIndex = cell === event.target ? 0 : -1; });
@@ -122,7 +126,8 @@ export class SetUpBoard {
       if (cell.dataset.piece !== piece) {
         cell.dataset.piece = piece;
         cell.replaceChildren(...(piece ? [pieceImage(piece)] : []));
-        cell.setAttribute("aria-label", `${square}, ${this.#texts.t(piece ? `board.piece.${piece}` : "board.empty")}`);
+        const name = this.#texts.t(piece ? `board.piece.${piece}` : "board.empty");
+        cell.setAttribute("aria-label", `${square}, ${name}`);
       }
     }
   }

@@ -38,7 +38,8 @@ export function createTabs({ onChange }) {
   });
 
   const choose = (i) => {
-    history.replaceState(null, "", VIEWS[i] === "play" ? location.pathname + location.search : `#${VIEWS[i]}`);
+    const address = location.pathname + location.search;
+    history.replaceState(null, "", VIEWS[i] === "play" ? address : `${address}#${VIEWS[i]}`);
     show(VIEWS[i]);
   };
   const fromAddress = () => {

@@ -16,7 +16,7 @@ const MODE_SETTING = "why.mode";
 
 /** The view in <section id="view-why">: {show(), hide()}. */
 export function create({ game, board, engine, texts, settings }) {
-  const { session, preview } = sharedBy({ game, board, engine });
+  const { session, preview } = sharedBy({ game, board, engine, settings });
   const feed = feedOf(engine);
   const marks = new SquareMarks(board);
   const parts = {
@@ -36,16 +36,11 @@ export function create({ game, board, engine, texts, settings }) {
     }
     parts[mode].show(unitOf(settings));
   });
-  /** Moves made on the board are tried where a move's difference is shown. */
   const takeMoves = () => {
-    const tries = mode === "move";
-    board.setMoveInput({
-      colors: tries ? game.turn : "wb",
-      legalTargets: (square) => (preview.active ? [] : game.legalTargets(square)),
-      onMove: (from, to, promotion = "") => (
-        tries ? parts.move.tryMove(from, to, promotion) : game.play(from + to + promotion)
-      ),
-    });
+    const act = mode === "move"
+      ? (from, to, promotion) => parts.move.tryMove(from, to, promotion)
+      : (from, to, promotion = "") => game.play(from + to + promotion);
+    board.setMoveInput(moveInput({ game, preview, colors: mode === "move" ? game.turn : "wb", act }));
   };
   const chooseMode = (next) => {
     parts[mode].leave();
@@ -59,16 +54,9 @@ export function create({ game, board, engine, texts, settings }) {
 
   const root = document.getElementById("view-why");
   root.append(
-    h("div", { class: "why-choices" },
-      choice({ name: "why-mode", label: "why.show", value: mode, onChange: chooseMode,
-        options: MODES.map((value) => ({ value, text: `why.mode.${value}` })) }).element,
-      choice({ name: "why-unit", label: "why.unit", value: unitOf(settings),
-        onChange: (unit) => {
-          chooseUnit(settings, unit);
-          render();
-        },
-        options: UNITS.map((value) => ({ value, text: `why.unit.${value}` })) }).element),
+    modeChoice(mode, chooseMode),
     ...MODES.map((name) => parts[name].element),
+    unitChoice(settings, render),
   );
   for (const source of [game, preview]) {
     source.addEventListener("change", () => {
@@ -107,13 +95,38 @@ export function create({ game, board, engine, texts, settings }) {
   };
 }
 
+/** What moves made on the board do; none can be made while something else than the game is on it. */
+function moveInput({ game, preview, colors, act }) {
+  return {
+    colors,
+    legalTargets: (square) => (preview.active ? [] : game.legalTargets(square)),
+    onMove: act,
+  };
+}
+
+function modeChoice(mode, onChange) {
+  const options = MODES.map((value) => ({ value, text: `why.mode.${value}` }));
+  return choice({ name: "why-mode", label: "why.show", value: mode, options, onChange });
+}
+
+function unitChoice(settings, render) {
+  const options = UNITS.map((value) => ({ value, text: `why.unit.${value}` }));
+  const onChange = (unit) => {
+    chooseUnit(settings, unit);
+    render();
+  };
+  const value = unitOf(settings);
+  return choice({ name: "why-unit", label: "why.unit", hasLegend: true, value, options, onChange });
+}
+
 /** The evaluation of the position on the board, with its value in front. */
 function makePositionPart({ texts, marks, preview, feed }) {
   const value = h("strong", { class: "score", "data-test": "why-value" });
   const words = h("span", { class: "score-words", text: "why.staticValue" });
   const view = makePositionView({ texts, marks });
   const none = h("p", { class: "hint", text: "why.none" });
-  const element = h("div", { class: "why-part" }, h("p", { class: "score-line" }, value, words), view.element, none);
+  const line = h("p", { class: "score-line" }, value, words);
+  const element = h("div", { class: "why-part" }, line, view.element, none);
   toggle(view.element, false);
   const ask = newestOnly((fen) => feed.of(fen), (evaluation, fen, unit) => {
     toggle(view.element, evaluation !== null);

@@ -33,10 +33,8 @@ export function outcomeInWords(outcome, human, texts) {
     return { title: texts.t("play.over.draw"), text: texts.t(`play.over.${key}`) };
   }
   const winner = outcome.result === "1-0" ? "w" : "b";
-  const winnerKey = winner === "w" ? "white" : "black";
-  const who = texts.t(human === null ? `play.over.${winnerKey}` : `play.over.${winner === human ? "win" : "loss"}`);
-  const values = {
-    who: texts.t(`play.over.${winnerKey}`), loser: texts.t(`say.side.${winner === "w" ? "b" : "w"}`),
-  };
-  return { title: who, text: texts.t(`play.over.${outcome.reason}`, values) };
+  const who = texts.t(winner === "w" ? "play.over.white" : "play.over.black");
+  const loser = texts.t(winner === "w" ? "say.side.b" : "say.side.w");
+  const title = human === null ? who : texts.t(winner === human ? "play.over.win" : "play.over.loss");
+  return { title, text: texts.t(`play.over.${outcome.reason}`, { who, loser }) };
 }

@@ -1,4 +1,4 @@
-// One browser for the tests of a file, and visits to the page in it: each with a profile, a server and a
+// A browser for the tests of a file, and visits to the page in it: each with a profile, a server and a
 // port of its own. A visit fails its test when the page reports an error, leaves a rejection unhandled or
 // asks another origin for anything.
 
@@ -17,8 +17,11 @@ import { SiteServer } from "./site.js";
 // Generous: a loaded machine is several times slower than an idle one.
 export const PATIENCE = Number(process.env.MORVANE_PATIENCE ?? 60_000);
 
-const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
-const FLAGS = [
+const PROGRAMS = {
+  chrome: process.env.CHROMIUM ?? "/usr/bin/chromium",
+  firefox: process.env.FIREFOX ?? "/usr/bin/firefox-esr",
+};
+const CHROMIUM_FLAGS = [
   "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
   "--disable-background-networking", "--disable-component-update", "--disable-sync",
   "--disable-dev-shm-usage", "--disable-domain-reliability",
@@ -28,21 +31,32 @@ const FLAGS = [
   "--disable-backgrounding-occluded-windows",
 ];
 
-// What the browser itself asks for; no page is behind it.
+const firefoxPreferences = (proxy) => ({
+  "network.proxy.type": 1,
+  "network.proxy.http": "127.0.0.1",
+  "network.proxy.http_port": proxy,
+  "network.proxy.ssl": "127.0.0.1",
+  "network.proxy.ssl_port": proxy,
+  "ui.prefersReducedMotion": 1,
+  "intl.accept_languages": "en-US",
+});
+
+// What the browsers themselves ask for; no page is behind it.
 const BROWSERS_OWN = new Set([
   "accounts.google.com", "android.clients.google.com", "clients2.google.com",
   "content-autofill.googleapis.com", "optimizationguide-pa.googleapis.com", "redirector.gvt1.com",
   "safebrowsing.googleapis.com", "update.googleapis.com",
 ]);
+const isBrowsersOwn = (name) => BROWSERS_OWN.has(name) || /\.mozilla\.(com|org|net)$/.test(name);
 
-let running = null;
+const running = new Map(); // by kind
 
 // What is asked of any address but this machine's own is sent to this proxy, which only takes it down.
 async function startRecorder() {
   const seen = [];
   const takeDown = ({ url }) => {
     const { hostname } = new URL(url.includes("://") ? url : `https://${url}`);
-    if (!BROWSERS_OWN.has(hostname)) seen.push(url);
+    if (!isBrowsersOwn(hostname)) seen.push(url);
   };
   const server = createServer((request, response) => {
     takeDown(request);
@@ -54,18 +68,21 @@ async function startRecorder() {
     socket.end("HTTP/1.1 502 Bad Gateway\r\n\r\n");
   });
   await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
-  return { seen, server, address: `127.0.0.1:${server.address().port}` };
+  return { seen, server, port: server.address().port };
 }
 
-async function launch() {
+async function launch(kind) {
   const profile = mkdtempSync(path.join(os.tmpdir(), "morvane-web-"));
   const recorder = await startRecorder();
   const browser = await puppeteer.launch({
-    executablePath: CHROMIUM,
+    browser: kind,
+    executablePath: PROGRAMS[kind],
     headless: true,
     userDataDir: profile,
     protocolTimeout: 4 * PATIENCE,
-    args: [...FLAGS, `--proxy-server=http://${recorder.address}`],
+    ...(kind === "firefox"
+      ? { extraPrefsFirefox: firefoxPreferences(recorder.port) }
+      : { args: [...CHROMIUM_FLAGS, `--proxy-server=http://127.0.0.1:${recorder.port}`] }),
   });
   return { browser, profile, recorder };
 }
@@ -78,13 +95,12 @@ async function close({ browser, profile, recorder }) {
 }
 
 after(async () => {
-  const last = await running;
-  if (last) await close(last);
+  for (const launched of running.values()) await close(await launched);
 });
 
-export async function theBrowser() {
-  running ??= launch();
-  return running;
+function theBrowser(kind) {
+  if (!running.has(kind)) running.set(kind, launch(kind));
+  return running.get(kind);
 }
 
 // What a visitor brings along.
@@ -100,9 +116,12 @@ export class Visit {
   // Opens a page for the test `t`, which closes and checks it at its end. `prepare(page)` runs before the
   // page is loaded, `path` is appended to the server's address.
   static async start(t, options = {}) {
-    const { server, isolated = true, folder, prepare, path: where = "", go = true, ...visitor } = options;
+    const {
+      kind = "chrome", server, isolated = true, folder, prepare, path: where = "", ...visitor
+    } = options;
     const visit = new Visit();
-    const { browser, recorder } = await theBrowser();
+    visit.kind = kind;
+    const { browser, recorder } = await theBrowser(kind);
     visit.server = server ?? (await SiteServer.start({ isolated, folder }));
     visit.context = await browser.createBrowserContext();
     const before = recorder.seen.length;
@@ -117,26 +136,30 @@ export class Visit {
     });
     visit.visitor = { ...VISITOR, ...visitor };
     visit.texts = new Texts(chooseLanguage([visit.visitor.language]));
-    visit.page = await visit.newPage(prepare);
-    if (go) await visit.goto(where);
+    visit.page = await visit.context.newPage();
+    visit.page.setDefaultTimeout(PATIENCE);
+    if (kind === "chrome") {
+      await visit.#emulate(await browser.userAgent());
+    } else {
+      await visit.page.setViewport({ width: visit.visitor.width, height: visit.visitor.height });
+    }
+    visit.#watch(visit.page);
+    await prepare?.(visit.page);
+    await visit.goto(where);
     return visit;
   }
 
-  async newPage(prepare) {
-    const page = await this.context.newPage();
+  // Screen, colours and language of the visitor.
+  async #emulate(userAgent) {
+    const { page } = this;
     const { width, height, language, scheme, touch, motion } = this.visitor;
-    page.setDefaultTimeout(PATIENCE);
     await page.setViewport({ width, height, hasTouch: touch, isMobile: touch });
     await page.emulateMediaFeatures([
       { name: "prefers-color-scheme", value: scheme },
       { name: "prefers-reduced-motion", value: motion },
     ]);
     const session = await page.createCDPSession();
-    const agent = await (await theBrowser()).browser.userAgent();
-    await session.send("Network.setUserAgentOverride", { userAgent: agent, acceptLanguage: language });
-    this.#watch(page);
-    await prepare?.(page);
-    return page;
+    await session.send("Network.setUserAgentOverride", { userAgent, acceptLanguage: language });
   }
 
   #watch(page) {

@@ -1,5 +1,7 @@
 // The page as a user knows it: by roles and by the words on it.
 
+import { Puppeteer } from "puppeteer-core";
+
 import { Texts } from "../../page/app/i18n.js";
 import { PATIENCE } from "./browser.js";
 
@@ -15,17 +17,43 @@ function said(visit, key, values) {
   return visit.texts.t(key, values);
 }
 
+// Firefox tells nothing of its accessibility tree here: roles and names are taken from the elements.
+const ELEMENTS = {
+  button: "button:not([role])",
+  checkbox: "input[type=checkbox]",
+  radio: "input[type=radio]",
+  spinbutton: "input[type=number]",
+  textbox: "textarea, input[type=text]",
+};
+
+Puppeteer.registerCustomQueryHandler("named", {
+  queryAll: (root, selector) => {
+    const { elements, name } = JSON.parse(selector);
+    const nameOf = (element) =>
+      element.getAttribute("aria-label") ?? element.labels?.[0]?.innerText ?? element.innerText;
+    const scope = document.querySelector("dialog[open]") ?? root;
+    return [...scope.querySelectorAll(elements)]
+      .filter((element) => element.checkVisibility() && nameOf(element).trim() === name);
+  },
+});
+
 // A locator of what has this role and this name; it waits until it can be used.
 export function find(visit, role, name) {
-  return visit.page.locator(`::-p-aria([name="${name}"][role="${role}"])`).setTimeout(PATIENCE);
+  const elements = ELEMENTS[role] ?? `[role=${role}]`;
+  const selector = visit.kind === "firefox"
+    ? `::-p-named(${JSON.stringify({ elements, name })})`
+    : `::-p-aria([name="${name}"][role="${role}"])`;
+  return visit.page.locator(selector).setTimeout(PATIENCE);
 }
 
 export function press(visit, key, role = "button") {
   return find(visit, role, said(visit, key)).click();
 }
 
-export function openView(visit, view) {
-  return press(visit, `tab.${view}`, "tab");
+export async function openView(visit, view) {
+  await press(visit, `tab.${view}`, "tab");
+  await visit.until(`the view ${view} is there`, (name) =>
+    document.getElementById(`view-${name}`).innerText.trim().length > 20, view);
 }
 
 // Waits until the words are seen somewhere on the page.

@@ -42,6 +42,7 @@ export class FakeEngine extends EventTarget {
     this.calls = [];
     this.searches = [];
     this.dead = false;
+    this.mute = false; // no answers any more
   }
 
   get search() {
@@ -72,11 +73,15 @@ export class FakeEngine extends EventTarget {
 
   async evaluate(fen) {
     this.#called("evaluate", fen);
+    if (this.mute) {
+      await new Promise(() => {});
+    }
     return { fen };
   }
 
   quit() {
-    this.#called("quit");
+    this.dead = true;
+    this.search?.reject(new Error("the engine was told to quit"));
   }
 
   /** The worker ends without a word. */

@@ -46,7 +46,7 @@ export function toggle(element, isShown) {
  * A choice of one of several values, as radio buttons in a row: `options` is [{value, text}], text the name
  * of its text.
  */
-export function choice({ name, label, options, value, onChange }) {
+export function choice({ name, label, options, value, onChange, hasLegend = false }) {
   const inputs = options.map((option) => h("input", {
     type: "radio",
     name,
@@ -55,13 +55,8 @@ export function choice({ name, label, options, value, onChange }) {
     onchange: () => onChange(option.value),
   }));
   const labels = options.map((option, i) => h("label", {}, inputs[i], h("span", { text: option.text })));
-  const element = h("fieldset", { class: "choice" }, h("legend", { text: label }), labels);
-  const choose = (wanted) => {
-    for (const input of inputs) {
-      input.checked = input.value === wanted;
-    }
-  };
-  return { element, choose };
+  const legend = h("legend", { class: hasLegend ? null : "unseen", text: label });
+  return h("fieldset", { class: "choice" }, legend, labels);
 }
 
 /** A live region that says no more than one thing in a while: the newest when the time has come. */

@@ -25,3 +25,19 @@ export function perFrame(callback) {
   later.flush = hand;
   return later;
 }
+
+/** A function that keeps its arguments and hands them to `callback`, one after the other, once a frame. */
+export function queuePerFrame(callback) {
+  let queue = [];
+  const hand = perFrame(() => {
+    const values = queue;
+    queue = [];
+    values.forEach((value) => callback(value));
+  });
+  const later = (value) => {
+    queue.push(value);
+    hand();
+  };
+  later.flush = hand.flush;
+  return later;
+}

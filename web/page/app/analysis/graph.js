@@ -47,9 +47,8 @@ export function linePath(points) {
 
 /** The area between the line and the bottom, White's share; one piece for each stretch of known plies. */
 export function areaPath(points, height) {
-  return stretches(points)
-    .map((stretch) => `${linePath(stretch)}L${fixed(stretch.at(-1).x)} ${height}L${fixed(stretch[0].x)} ${height}Z`)
-    .join("");
+  const down = (stretch) => `L${fixed(stretch.at(-1).x)} ${height}L${fixed(stretch[0].x)} ${height}Z`;
+  return stretches(points).map((stretch) => linePath(stretch) + down(stretch)).join("");
 }
 
 function stretches(points) {

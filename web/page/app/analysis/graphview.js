@@ -9,8 +9,11 @@ import { scoreInWords, shortScore } from "./score.js";
 import { moveNumberText } from "./variation.js";
 
 const SIZE = { width: 600, height: 150 };
+const MARGIN = 6; // for what stands on the edge
+const VIEW_BOX = `${-MARGIN} ${-MARGIN} ${SIZE.width + 2 * MARGIN} ${SIZE.height + 2 * MARGIN}`;
 const STEPS = {
-  ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10, Home: -Infinity, End: Infinity,
+  ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10,
+  Home: -Infinity, End: Infinity,
 };
 
 /** A move of the game with its number: "12. Nf3", "12… Nf6". */
@@ -33,10 +36,12 @@ export function makeGraph({ game, texts, onChoose }) {
   const dots = svg("g");
   const grid = GRAPH_GRID.map((centipawns) => {
     const y = graphY(centipawns, SIZE.height);
-    return svg("line", { class: centipawns === 0 ? "graph-zero" : "graph-grid", x1: 0, x2: SIZE.width, y1: y, y2: y });
+    const kind = centipawns === 0 ? "graph-zero" : "graph-grid";
+    return svg("line", { class: kind, x1: 0, x2: SIZE.width, y1: y, y2: y });
   });
-  const drawing = svg("svg", { viewBox: `-6 -6 ${SIZE.width + 12} ${SIZE.height + 12}`, "aria-hidden": "true" },
-    svg("rect", { class: "graph-back", width: SIZE.width, height: SIZE.height }), area, grid, line, here, dots);
+  const back = svg("rect", { class: "graph-back", ...SIZE });
+  const layers = [back, area, ...grid, line, here, dots];
+  const drawing = svg("svg", { viewBox: VIEW_BOX, "aria-hidden": "true" }, layers);
   const element = h("div", { class: "graph", role: "slider", tabindex: "0", label: "analyse.graph",
     "aria-valuemin": "0", "data-test": "graph" }, drawing);
 
@@ -50,8 +55,8 @@ export function makeGraph({ game, texts, onChoose }) {
   });
   element.addEventListener("click", (event) => {
     const { left, width } = drawing.getBoundingClientRect();
-    const unit = width / (SIZE.width + 12);
-    onChoose(plyAt(event.clientX - left - 6 * unit, game.moves.length, SIZE.width * unit));
+    const unit = width / (SIZE.width + 2 * MARGIN);
+    onChoose(plyAt(event.clientX - left - MARGIN * unit, game.moves.length, SIZE.width * unit));
   });
 
   const show = (review) => {

@@ -40,17 +40,9 @@ export function barShare(score, expectation) {
   return score ? expectation(score) : 0.5;
 }
 
-const SUFFIXES = [
-  [1e9, "G"],
-  [1e6, "M"],
-  [1e3, "k"],
-];
-
-/** A large count in three digits: 950, 12.3 k, 4.56 M. */
+/** A large count in three digits: 950, 12.3K, 4.56M. */
 export function shortCount(value, texts) {
-  const [unit, suffix] = SUFFIXES.find(([size]) => value >= size) ?? [1, ""];
-  const number = texts.number(value / unit, { maximumSignificantDigits: 3 });
-  return suffix ? `${number}\u00a0${suffix}` : number;
+  return texts.number(value, { notation: "compact", maximumSignificantDigits: 3 });
 }
 
 /** A time in milliseconds as seconds, or minutes and seconds. */

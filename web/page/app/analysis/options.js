@@ -1,9 +1,9 @@
 // What the engine may use: threads and memory.
 
 import { h, toggle, write } from "./dom.js";
-import { showRefusal } from "./refusals.js";
+import { REFUSAL_KEYS, showRefusal } from "./refusals.js";
 
-const HASH_SIZES = [1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096];
+const HASH_SIZES = [1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048];
 
 /** The choices of threads and hash: {element, show()}. */
 export function makeOptions({ engine, texts, settings, notices }) {
@@ -22,11 +22,15 @@ export function makeOptions({ engine, texts, settings, notices }) {
   );
 
   const choose = async (key, value) => {
+    REFUSAL_KEYS.forEach((refusal) => notices.dismiss(refusal));
     settings.set(`engine.${key}`, value);
-    const messages = await (key === "hash" ? engine.setHash(value) : engine.setThreads(value)).catch(() => []);
-    for (const message of messages) {
-      showRefusal(message, notices);
+    const told = key === "hash" ? engine.setHash(value) : engine.setThreads(value);
+    const messages = await told.catch(() => []); // the engine's state tells of failures
+    settings.set(`engine.${key}`, key === "hash" ? engine.hash : engine.threadCount);
+    if (messages.length > 0) {
+      showRefusal(messages.at(-1), notices); // of several the last one holds
     }
+    show();
   };
 
   const show = () => {
@@ -36,7 +40,6 @@ export function makeOptions({ engine, texts, settings, notices }) {
     toggle(why, engine.state !== "loading" && !engine.threads);
     fillSelect(hash, hashSizes(engine), engine.hash, (n) => texts.t("analyse.megabytes", { n }));
   };
-  engine.addEventListener("state", show);
   return { element, show };
 }
 

@@ -41,7 +41,7 @@ function sideOf(score) {
   return score.cp > 0 ? "white" : score.cp < 0 ? "black" : "none";
 }
 
-function wordsFor(state, { on, running }, texts) {
+function wordsFor(state, { on, running, failed }, texts) {
   if (state.end) {
     return texts.t(`analyse.end.${state.end}`);
   }
@@ -50,6 +50,9 @@ function wordsFor(state, { on, running }, texts) {
   }
   if (running) {
     return texts.t("analyse.begins");
+  }
+  if (failed) {
+    return texts.t("analyse.failed");
   }
   return texts.t(on ? "analyse.waits" : "analyse.off");
 }
@@ -76,12 +79,23 @@ function makeHistory(texts) {
       h("table", {}, h("thead", {}, h("tr", {}, heads)), rows)),
   );
   let state = null;
+  let made = new WeakMap(); // rows by entry: each is written once
+  const rowOf = (entry) => {
+    if (!made.has(entry)) {
+      made.set(entry, historyRow(entry, state.fen, texts));
+    }
+    return made.get(entry);
+  };
   const render = () => {
     if (element.open && state) {
-      rows.replaceChildren(...state.history.map((entry) => historyRow(entry, state.fen, texts)));
+      rows.replaceChildren(...state.history.map(rowOf));
     }
   };
   element.addEventListener("toggle", render);
+  texts.addEventListener("change", () => {
+    made = new WeakMap();
+    render();
+  });
   const show = (next) => {
     const isNew = next.history !== state?.history;
     state = next;
@@ -89,7 +103,6 @@ function makeHistory(texts) {
       render();
     }
   };
-  texts.addEventListener("change", render);
   return { element, show };
 }
 
@@ -105,9 +118,12 @@ function historyRow({ depth, score, pv }, fen, texts) {
 
 /** The button that switches the analysis on and off: {element, show(on)}. */
 export function makeSwitch({ onSwitch }) {
-  const element = h("button", { type: "button", class: "switch", role: "switch", "data-test": "analysis-switch",
-    onclick: () => onSwitch() }, h("span", { class: "switch-knob", "aria-hidden": "true" }),
-  h("span", { text: "analyse.switch" }));
+  const element = h(
+    "button",
+    { type: "button", class: "switch", role: "switch", "data-test": "analysis-switch", onclick: onSwitch },
+    h("span", { class: "switch-knob", "aria-hidden": "true" }),
+    h("span", { text: "analyse.switch" }),
+  );
   const show = (on) => element.setAttribute("aria-checked", String(on));
   show(false);
   return { element, show };

@@ -5,7 +5,8 @@ import { countMarks, judgeMoves, marksByPly } from "./review.js";
 import { reviewPositions } from "./reviewer.js";
 
 const SETTING = "review";
-const isReview = (value) => typeof value?.fen === "string" && Array.isArray(value.moves) && Array.isArray(value.scores);
+const isReview = (value) => typeof value?.fen === "string" && Array.isArray(value.moves)
+  && Array.isArray(value.scores);
 
 /** Dispatches "change" when scores or progress do. */
 export class GameReview extends EventTarget {
@@ -53,7 +54,7 @@ export class GameReview extends EventTarget {
     this.#fit();
     this.#session.pause(this, true);
     const positions = [game.startFen, ...game.moves.map(({ fen }) => fen)]
-      .map((fen, ply) => ({ fen, position: { fen: game.startFen, moves: moves.slice(0, ply) } }));
+      .map((fen, ply) => ({ fen, position: game.position(ply) }));
     const onScore = (ply, found) => this.#add(ply, found);
     try {
       await reviewPositions(positions, limits, { engine: this.#engine, onScore, signal: abort.signal });

@@ -14,6 +14,7 @@ const LIMITS = {
   "1M": { nodes: 1000000 },
 };
 const DEFAULT_LIMIT = "0.3";
+const PERCENT = { style: "percent", maximumFractionDigits: 0 };
 
 /** The panel: {element, show()}. */
 export function makeReviewPanel({ game, texts, settings, review, onChoose }) {
@@ -22,7 +23,9 @@ export function makeReviewPanel({ game, texts, settings, review, onChoose }) {
   Object.keys(LIMITS).map((value) => h("option", { value })));
   limit.value = settings.get("review.limit", DEFAULT_LIMIT, (value) => value in LIMITS);
   const start = h("button", { type: "button", text: "analyse.reviewStart", "data-test": "review-start",
-    onclick: () => review.start(LIMITS[limit.value]).catch(() => {}) }); // the engine's state tells of failures
+    onclick: () => {
+      review.start(LIMITS[limit.value]).catch(() => {}); // the engine's state tells of failures
+    } });
   const cancel = h("button", { type: "button", text: "analyse.reviewCancel", "data-test": "review-cancel",
     onclick: () => {
       review.cancel();
@@ -90,7 +93,8 @@ function makeSummary(texts) {
     return cell;
   }));
   const heads = MARKS.map(({ name, mark }) => h("th", { scope: "col", title: `analyse.rule.${name}` },
-    h("span", { class: `sign mark-${name}`, "aria-hidden": "true" }, mark), " ", h("span", { text: `analyse.${name}s` })));
+    h("span", { class: `sign mark-${name}`, "aria-hidden": "true" }, mark),
+    h("span", { text: `analyse.many.${name}` })));
   const element = h(
     "div",
     { class: "review-summary" },
@@ -98,7 +102,9 @@ function makeSummary(texts) {
       h("caption", { class: "unseen", text: "analyse.summary" }),
       h("thead", {}, h("tr", {}, h("td"), heads)),
       h("tbody", {}, rowOf("w", "analyse.white"), rowOf("b", "analyse.black"))),
-    h("details", {}, h("summary", { text: "analyse.ruleTitle" }), h("p", { class: "hint", text: "analyse.rule" })),
+    h("details", {},
+      h("summary", { text: "analyse.ruleTitle" }),
+      h("p", { class: "hint", text: "analyse.rule" })),
   );
   const show = (counts) => {
     for (const color of ["w", "b"]) {
@@ -111,7 +117,8 @@ function makeSummary(texts) {
 /** The graph as a table, filled while it is open. */
 function makeTable({ game, texts }) {
   const rows = h("tbody");
-  const heads = ["move", "score", "loss", "mark"].map((name) => h("th", { scope: "col", text: `analyse.${name}` }));
+  const columns = ["move", "score", "loss", "mark"];
+  const heads = columns.map((name) => h("th", { scope: "col", text: `analyse.${name}` }));
   const element = h("details", { class: "review-table", "data-test": "review-table" },
     h("summary", { text: "analyse.asTable" }),
     h("div", { class: "scrolls", tabindex: "0", role: "region", label: "analyse.asTable" },
@@ -138,7 +145,7 @@ function tableRow({ ply, loss, mark }, { scores }, game, texts) {
     {},
     h("th", { scope: "row" }, moveName(game, ply)),
     h("td", {}, score ? shortScore(score, texts) : "\u2013"),
-    h("td", {}, loss === null ? "\u2013" : texts.number(loss, { style: "percent", maximumFractionDigits: 0 })),
+    h("td", {}, loss === null ? "\u2013" : texts.number(loss, PERCENT)),
     h("td", {}, kind ? `${mark} ${texts.t(`analyse.${kind.name}`)}` : ""),
   );
 }

@@ -62,8 +62,10 @@ export function shortScore(score, texts) {
 export function scoreInWords(score, texts) {
   if (score.mate === undefined) {
     const side = score.cp > 0 ? "White" : score.cp < 0 ? "Black" : "None";
-    return texts.t(`analyse.ahead${side}`, { pawns: texts.number(Math.abs(score.cp) / 100, { minimumFractionDigits: 2 }) });
+    const pawns = texts.number(Math.abs(score.cp) / 100, { minimumFractionDigits: 2 });
+    return texts.t(`analyse.ahead${side}`, { pawns });
   }
   const side = score.winner === "w" ? "White" : "Black";
-  return score.mate === 0 ? texts.t(`analyse.mated${side}`) : texts.t(`analyse.mate${side}`, { n: score.mate });
+  const key = score.mate === 0 ? `analyse.mated${side}` : `analyse.mate${side}`;
+  return texts.t(key, { n: score.mate });
 }

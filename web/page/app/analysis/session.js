@@ -33,6 +33,11 @@ export class AnalysisSession extends EventTarget {
     return this.#running !== null;
   }
 
+  /** Whether the engine could not be had when it was needed last. */
+  get failed() {
+    return this.#failed;
+  }
+
   /** Switches it on or off. */
   set(on) {
     this.on = on;

@@ -45,7 +45,8 @@ export function moveNumberText({ number, color }, isFirst) {
 
 /** A variation in one line of text. */
 export function variationText(moves) {
-  return moves.map((move, i) => [moveNumberText(move, i === 0), move.san].filter(Boolean).join("\u00a0")).join(" ");
+  const numbered = (move, i) => [moveNumberText(move, i === 0), move.san].filter(Boolean).join("\u00a0");
+  return moves.map(numbered).join(" ");
 }
 
 /** Why no move can be played in a position: "mate", "stalemate", or null when one can. */

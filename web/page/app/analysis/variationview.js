@@ -34,7 +34,7 @@ export class VariationView {
       h("button", { type: "button", text: "analyse.add", "data-test": "preview-add",
         onclick: () => this.#leave(() => preview.addToGame()) }),
     );
-    this.element = h("div", { class: "line-box" }, this.list, this.none, this.bar);
+    this.element = h("div", { class: "line-box", tabindex: "-1" }, this.list, this.none, this.bar);
     preview.addEventListener("change", () => this.#follow());
     texts.addEventListener("change", () => this.#render());
     this.#follow();
@@ -130,7 +130,8 @@ export class VariationView {
   /** Leaves the preview; the focus goes to the line, as the button that had it goes away. */
   #leave(how) {
     how();
-    (this.list.querySelector("button[tabindex='0']") ?? this.element).focus();
+    const move = this.#moves.length > 0 ? this.list.querySelector("button[tabindex='0']") : null;
+    (move ?? this.element).focus();
   }
 
   #follow() {
@@ -152,5 +153,15 @@ export class VariationView {
       }
       item.classList.toggle("played", i < steps);
     });
+    this.#reveal(this.list.children[steps - 1]);
+  }
+
+  /** Scrolls the list, and nothing else, to where a move is seen. */
+  #reveal(item) {
+    if (item) {
+      const top = item.offsetTop - this.list.offsetTop;
+      const low = top + item.offsetHeight - this.list.clientHeight;
+      this.list.scrollTop = Math.max(low, Math.min(top, this.list.scrollTop));
+    }
   }
 }

@@ -1,5 +1,5 @@
-// The board for the keyboard and for screen readers: a grid of 64 cells over the drawing, each named by its square and
-// what stands there. The arrow keys move the focus, Enter or the space bar chooses a square.
+// The board for the keyboard and for screen readers: a grid of 64 cells over the drawing, each named by its
+// square and what stands there. The arrow keys move the focus, Enter or the space bar chooses a square.
 import { pieceAt } from "../fen.js";
 
 const STEPS = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
@@ -15,7 +15,8 @@ export class SquareGrid {
 
   /**
    * @param {HTMLElement} root
-   * @param {{texts: import("../i18n.js").Texts, onChoose: (square: string) => void, onCancel: () => void}} options
+   * @param {{texts: import("../i18n.js").Texts, onChoose: (square: string) => void,
+   *   onCancel: () => void}} options
    */
   constructor(root, { texts, onChoose, onCancel }) {
     this.#texts = texts;
@@ -79,6 +80,11 @@ export class SquareGrid {
     event.stopPropagation();
   }
 
+  focus() {
+    const [column, row] = this.#focused;
+    this.#cells[row][column].focus();
+  }
+
   /** Names the cells for a position and its orientation. */
   show(fen, orientation) {
     this.#fen = fen;
@@ -98,6 +104,13 @@ export class SquareGrid {
     return String.fromCharCode(97 + file) + rank;
   }
 
+  #stateOf(square) {
+    if (square === this.#chosen) {
+      return [this.#texts.t("board.chosen")];
+    }
+    return this.#targets.includes(square) ? [this.#texts.t("board.target")] : [];
+  }
+
   #name() {
     if (this.#fen === "") {
       return;
@@ -106,12 +119,7 @@ export class SquareGrid {
     this.#cells.forEach((cells, row) => cells.forEach((cell, column) => {
       const square = this.#squareOf(row, column);
       const piece = pieceAt(this.#fen, square);
-      let label = `${square}, ${this.#texts.t(piece ? `board.piece.${colorOf(piece)}${piece.toLowerCase()}` : "board.empty")}`;
-      if (square === this.#chosen) {
-        label += `, ${this.#texts.t("board.chosen")}`;
-      } else if (this.#targets.includes(square)) {
-        label += `, ${this.#texts.t("board.target")}`;
-      }
+      const label = [square, this.#texts.t(pieceKey(piece)), ...this.#stateOf(square)].join(", ");
       if (cell.getAttribute("aria-label") !== label) {
         cell.setAttribute("aria-label", label);
       }
@@ -121,6 +129,10 @@ export class SquareGrid {
   }
 }
 
-function colorOf(letter) {
-  return letter === letter.toUpperCase() ? "w" : "b";
+/** The key of the name of a piece, which FEN writes as `letter`; "": none. */
+export function pieceKey(letter) {
+  if (letter === "") {
+    return "board.empty";
+  }
+  return `board.piece.${letter === letter.toUpperCase() ? "w" : "b"}${letter.toLowerCase()}`;
 }

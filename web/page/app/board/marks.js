@@ -1,5 +1,6 @@
-// Marked squares and arrows on the board: an extension of cm-chessboard with two drawings of its own, one below the
-// pieces and one above. Both are as wide as the board and count ten units a square, so they need no redraw on resize.
+// Marked squares and arrows on the board: an extension of cm-chessboard with two drawings of its own, one
+// below the pieces and one above. Both are as wide as the board and count ten units a square, so they need no
+// redraw on resize.
 import { Extension, EXTENSION_POINT } from "cm-chessboard/model/Extension.js";
 import { Svg } from "cm-chessboard/lib/Svg.js";
 
@@ -21,8 +22,8 @@ export function arrowPath([x1, y1], [x2, y2]) {
     `${(x1 + ux * along - uy * across).toFixed(2)} ${(y1 + uy * along + ux * across).toFixed(2)}`;
   const start = 0.3 * UNIT;
   const neck = length - HEAD.length;
-  return `M${at(start, -SHAFT)}L${at(neck, -SHAFT)}L${at(neck, -HEAD.half)}L${at(length, 0)}L${at(neck, HEAD.half)}`
-    + `L${at(neck, SHAFT)}L${at(start, SHAFT)}Z`;
+  return `M${at(start, -SHAFT)}L${at(neck, -SHAFT)}L${at(neck, -HEAD.half)}L${at(length, 0)}`
+    + `L${at(neck, HEAD.half)}L${at(neck, SHAFT)}L${at(start, SHAFT)}Z`;
 }
 
 export class Marks extends Extension {
@@ -106,7 +107,8 @@ export class Marks extends Extension {
     const group = this.#group(this.above, kind);
     for (const [from, to] of this.#arrows.get(kind) ?? []) {
       Svg.addElement(group, "path", {
-        class: `arrow arrow-${kind}`, "data-arrow": from + to, d: arrowPath(this.#center(from), this.#center(to)),
+        class: `arrow arrow-${kind}`, "data-arrow": from + to,
+        d: arrowPath(this.#center(from), this.#center(to)),
       });
     }
   }

@@ -12,7 +12,8 @@ export function makeArithmetic({ texts }) {
   const parts = Object.fromEntries(STEPS.map((name) => {
     const sum = h("span", { class: "sum", "data-test": `sum-${name}` });
     const note = h("span", { class: "hint" });
-    return [name, { sum, note, item: h("li", {}, h("span", { class: "step-name", text: `why.step.${name}` }), sum, note) }];
+    const title = h("span", { class: "step-name", text: `why.step.${name}` });
+    return [name, { sum, note, item: h("li", {}, title, sum, note) }];
   }));
   const warning = h("p", { class: "error", text: "why.disagrees" });
   const element = h("section", { class: "arithmetic", "aria-labelledby": "arithmetic-title" },
@@ -40,8 +41,8 @@ function sumTexts(steps, turn, amount, texts) {
   return {
     totals: texts.t("why.totals", { mg: amount(steps.mg), eg: amount(steps.eg) }),
     scale: `${amount(steps.eg)} \u00d7 ${scale}/${FULL_SCALE} = ${amount(steps.scaledEg)}`,
-    phase: `(${phase} \u00d7 ${amount(steps.mg)} + ${egShare} \u00d7 ${amount(steps.scaledEg)}) / ${FULL_PHASE}`
-      + ` = ${amount(steps.blended)}`,
+    phase: `(${phase} \u00d7 ${amount(steps.mg)} + ${egShare} \u00d7 ${amount(steps.scaledEg)})`
+      + ` / ${FULL_PHASE} = ${amount(steps.blended)}`,
     fade: `${amount(steps.blended)} \u00d7 ${fadeLeft}/${FADE_LENGTH} = ${amount(steps.faded)}`,
     final: `${amount(steps.faded)} (${forMover})`,
   };

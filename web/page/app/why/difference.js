@@ -46,12 +46,14 @@ function joinRow(before = NO_PAIR, after = NO_PAIR) {
     mg: after.mg - before.mg,
     eg: after.eg - before.eg,
     change: withoutDust(after.value - before.value),
-    squares: after.squares ?? before.squares,
+    squares: { before: before.squares ?? null, after: after.squares ?? null },
     features: features.filter(isChanged).sort(byChange),
   };
 }
 
-const isChanged = ({ mg, eg, change, features }) => mg !== 0 || eg !== 0 || change !== 0 || features.length > 0;
+const isChanged = ({ mg, eg, change, features }) => (
+  mg !== 0 || eg !== 0 || change !== 0 || features.length > 0
+);
 
 const byChange = (a, b) => Math.abs(b.change) - Math.abs(a.change);
 
@@ -60,7 +62,6 @@ const byChange = (a, b) => Math.abs(b.change) - Math.abs(a.change);
  * evaluation}.
  */
 export function rankMoves(before, moves) {
-  return moves
-    .map((move) => ({ ...move, gain: (move.evaluation.white - before.white) * (move.color === "w" ? 1 : -1) }))
-    .sort((a, b) => b.gain - a.gain);
+  const gain = ({ evaluation, color }) => (evaluation.white - before.white) * (color === "w" ? 1 : -1);
+  return moves.map((move) => ({ ...move, gain: gain(move) })).sort((a, b) => b.gain - a.gain);
 }

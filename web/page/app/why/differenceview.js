@@ -2,26 +2,30 @@
 
 import { h, toggle, write } from "../analysis/dom.js";
 import { amountText } from "./amounts.js";
-import { barLimit } from "./bars.js";
 import { evaluationDifference } from "./difference.js";
 import { TermTable } from "./termtable.js";
 
-/** The view: {element, show({before, after, unit})}; `prefix` tells its table from others. */
+/**
+ * The view: {element, show({before, after, unit, onBoard})}; `onBoard` tells which of the two positions is on
+ * the board, "before" or "after". `prefix` tells its table from others.
+ */
 export function makeDifferenceView({ texts, marks, prefix }) {
+  let shown = "before";
+  const squaresOf = (row) => row?.squares[shown] ?? null;
   const table = new TermTable({ texts, prefix, columns: ["why.before", "why.after", "why.change"],
-    onLook: (row) => marks.look(row?.squares ?? null), onKeep: (row) => marks.keep(row?.squares ?? null) });
+    onLook: (row) => marks.look(squaresOf(row)), onKeep: (row) => marks.keep(squaresOf(row)) });
   const phase = h("p", { class: "hint" });
   const element = h("div", { class: "why-difference" }, table.element, phase);
 
-  const show = ({ before, after, unit }) => {
+  const show = ({ before, after, unit, onBoard }) => {
+    shown = onBoard;
     const difference = evaluationDifference(before, after);
     const amount = (value) => amountText(value, unit, texts);
     write(table.caption, texts.t("why.differenceCaption"));
     table.show(difference.rows, {
-      limit: barLimit(difference.rows.flatMap(({ change, features }) => [change, ...features.map((f) => f.change)])),
       cells: (row) => [amount(row.before.value), amount(row.after.value), amount(row.change)],
       value: (row) => row.change,
-      ticks: () => null,
+      ticks: () => [],
       note: (row) => texts.t("why.pairChange", { mg: amount(row.mg), eg: amount(row.eg) }),
     });
     table.showSums(sumsOf(difference, before, after, amount));

@@ -37,16 +37,22 @@ export class MovePart {
       onpointerleave: () => this.#compare(this.#tried) });
     this.none = h("p", { class: "hint", text: "why.noMoves" });
     this.heading = h("h2", { "data-test": "why-compared" });
-    this.add = h("button", { type: "button", text: "analyse.add", onclick: () => preview.addToGame() });
-    this.back = h("button", { type: "button", text: "analyse.back", onclick: () => {
-      preview.back();
-      this.#focusFirst();
-    } });
-    this.buttons = h("p", { class: "buttons" }, this.back, this.add);
+    this.buttons = h("p", { class: "buttons" },
+      this.#button("analyse.back", () => preview.back()),
+      this.#button("analyse.add", () => preview.addToGame()));
     this.difference = makeDifferenceView({ texts, marks, prefix: "why-move" });
-    this.element = h("div", { class: "why-part" }, h("p", { class: "hint", text: "why.movesHint" }), this.list,
-      this.none, this.heading, this.buttons, this.difference.element);
+    const hint = h("p", { class: "hint", text: "why.movesHint" });
+    this.element = h("div", { class: "why-part", tabindex: "-1" },
+      hint, this.list, this.none, this.heading, this.buttons, this.difference.element);
     this.load = newestOnly((fen) => this.#evaluateAll(fen), (found, fen) => this.#loaded(found, fen));
+  }
+
+  /** A button that goes away with what it does; the focus goes to the moves. */
+  #button(text, act) {
+    return h("button", { type: "button", text, onclick: () => {
+      act();
+      (this.list.querySelector("button[tabindex='0']") ?? this.element).focus();
+    } });
   }
 
   get #tried() {
@@ -89,7 +95,8 @@ export class MovePart {
     const moves = legalMoves(fen);
     const before = await this.#feed.of(fen);
     const evaluations = await Promise.all(moves.map((move) => this.#feed.of(move.fen)));
-    return { before, moves: rankMoves(before, moves.map((move, i) => ({ ...move, evaluation: evaluations[i] }))) };
+    const evaluated = moves.map((move, i) => ({ ...move, evaluation: evaluations[i] }));
+    return { before, moves: rankMoves(before, evaluated) };
   }
 
   #loaded(found, fen) {
@@ -112,10 +119,18 @@ export class MovePart {
   }
 
   #addItem() {
-    const button = h("button", { type: "button", class: "why-move",
-      onpointerenter: () => this.#compare(button.dataset.uci),
-      onfocus: () => this.#compare(button.dataset.uci),
-      onclick: () => this.#choose(button.dataset.uci) }, h("span", { class: "san" }), h("span", { class: "gain" }));
+    const button = h(
+      "button",
+      {
+        type: "button",
+        class: "why-move",
+        onpointerenter: () => this.#compare(button.dataset.uci),
+        onfocus: () => this.#compare(button.dataset.uci),
+        onclick: () => this.#choose(button.dataset.uci),
+      },
+      h("span", { class: "san" }),
+      h("span", { class: "gain" }),
+    );
     const item = h("li", {}, button);
     this.list.append(item);
     return item;
@@ -148,7 +163,8 @@ export class MovePart {
       this.#board.arrow(ARROW, from, to);
     }
     write(this.heading, this.#texts.t("why.moveChanges", { move: move.san }));
-    this.difference.show({ before: this.#before, after: move.evaluation, unit: this.#unit });
+    const onBoard = this.#tried ? "after" : "before";
+    this.difference.show({ before: this.#before, after: move.evaluation, unit: this.#unit, onBoard });
   }
 
   #compare(uci) {
@@ -183,9 +199,5 @@ export class MovePart {
     }
     event.preventDefault();
     event.stopPropagation();
-  }
-
-  #focusFirst() {
-    this.list.querySelector("button[tabindex='0']")?.focus();
   }
 }

@@ -3,7 +3,6 @@
 import { h, toggle, write } from "../analysis/dom.js";
 import { amountText } from "./amounts.js";
 import { makeArithmetic } from "./arithmeticview.js";
-import { barLimit } from "./bars.js";
 import { evaluationRows, isEmptyRow } from "./model.js";
 import { makePhaseScale } from "./phaseview.js";
 import { sidesText } from "./sides.js";
@@ -11,7 +10,7 @@ import { TermTable } from "./termtable.js";
 
 /** The view: {element, show({evaluation, fen, unit})}. */
 export function makePositionView({ texts, marks }) {
-  const table = new TermTable({ texts, prefix: "why", columns: ["why.mg", "why.eg", "why.counts"],
+  const table = new TermTable({ texts, prefix: "why", columns: ["why.mgColumn", "why.egColumn", "why.counts"],
     onLook: (row) => marks.look(row?.squares ?? null), onKeep: (row) => marks.keep(row?.squares ?? null) });
   const phase = makePhaseScale({ texts });
   const pins = makePins({ texts, marks });
@@ -30,8 +29,7 @@ export function makePositionView({ texts, marks }) {
     phase.show(evaluation);
     write(table.caption, texts.t("why.caption"));
     table.show(rows, {
-      limit: barLimit(rows.flatMap(({ mg, eg, value }) => [mg, eg, value])),
-      cells: ({ mg, eg, value }) => [amount(mg), amount(eg), `\u2248\u00a0${amount(value)}`],
+      cells: ({ mg, eg, value }) => [amount(mg), amount(eg), amount(value)],
       value: (row) => row.value,
       ticks: ({ mg, eg }) => [mg, eg],
       note: (row) => sidesText(row, unit, texts),

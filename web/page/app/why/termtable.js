@@ -2,13 +2,13 @@
 // same elements as their numbers change, so that a focus stays where it is and nothing flickers.
 
 import { h, toggle, write } from "../analysis/dom.js";
-import { barOf, barPlace } from "./bars.js";
+import { barLimit, barOf, barPlace } from "./bars.js";
 
 /**
- * `columns` names the three columns of numbers. `show(rows, {limit, cells, value, ticks, note})` fills the
- * table: `cells(row)` are the texts of a row's columns, `value(row)` the length of its bar, `ticks(row)`
- * what else stands on its axis, `note(row)` what else is to be said of it. `onLook(row)` is called with the
- * row looked at, or null, `onKeep(row)` with the one chosen to stay.
+ * `columns` names the three columns of numbers. `show(rows, {cells, value, ticks, note})` fills the table:
+ * `cells(row)` are the texts of a row's columns, `value(row)` the length of its bar, `ticks(row)` what else
+ * stands on its axis, `note(row)` what else is to be said of it. All bars that are seen have one scale.
+ * `onLook(row)` is called with the row looked at, or null, `onKeep(row)` with the one chosen to stay.
  */
 export class TermTable {
   #texts;
@@ -19,6 +19,7 @@ export class TermTable {
   #opened = new Set();
   #kept = null;
   #rows = [];
+  #layout = null;
 
   constructor({ texts, prefix, columns, onLook = () => {}, onKeep = () => {} }) {
     this.#texts = texts;
@@ -39,15 +40,22 @@ export class TermTable {
 
   show(rows, layout) {
     this.#rows = rows;
+    this.#layout = { ...layout, limit: this.#limit(rows, layout) };
     const shown = new Set(rows.map(({ key }) => key));
     for (const [key, { body }] of this.#bodies) {
       toggle(body, shown.has(key));
     }
     for (const row of rows) {
-      this.#fill(this.#bodyOf(row.key), row, layout);
+      this.#fill(this.#bodyOf(row.key), row);
     }
-    keepingFocus(() => placeInOrder(rows.map(({ key }) => this.#bodies.get(key).body), this.element, this.foot));
+    const bodies = rows.map(({ key }) => this.#bodies.get(key).body);
+    keepingFocus(() => placeInOrder(bodies, this.element, this.foot));
     this.#keepAgain();
+  }
+
+  #limit(rows, { value, ticks }) {
+    const seen = rows.flatMap((row) => [row, ...(this.#opened.has(row.key) ? row.features : [])]);
+    return barLimit(seen.flatMap((row) => [value(row), ...ticks(row)]));
   }
 
   /** The rows of sums at the end: [{name, cells}]. */
@@ -96,8 +104,8 @@ export class TermTable {
     } else {
       this.#opened.delete(key);
     }
-    this.#keep(opens ? key : null);
-    this.#showOpened(key);
+    this.#kept = opens ? key : null;
+    this.show(this.#rows, this.#layout);
   }
 
   #showOpened(key) {
@@ -111,17 +119,17 @@ export class TermTable {
     }
   }
 
-  #fill(parts, row, layout) {
-    this.#fillRow(parts.head, row, layout);
-    this.#fillAbout(parts.about, row, layout);
+  #fill(parts, row) {
+    this.#fillRow(parts.head, row);
+    this.#fillAbout(parts.about, row);
     for (const feature of parts.features.values()) {
       feature.isUsed = false;
     }
     const order = row.features.flatMap((feature) => {
       const made = this.#featureOf(parts, feature.key);
       made.isUsed = true;
-      this.#fillRow(made, feature, layout);
-      this.#fillAbout(made.about, feature, layout);
+      this.#fillRow(made, feature);
+      this.#fillAbout(made.about, feature);
       return [made.element, made.about];
     });
     keepingFocus(() => placeInOrder([parts.head.element, parts.about, ...order], parts.body, null));
@@ -138,15 +146,16 @@ export class TermTable {
     return features.get(key);
   }
 
-  #fillAbout(element, row, { note }) {
+  #fillAbout(element, row) {
     const [about, sides] = element.firstChild.children;
     write(about, this.#texts.t(`term.${row.key}.text`));
-    const text = note(row);
+    const text = this.#layout.note(row);
     write(sides, text);
     toggle(sides, text !== "");
   }
 
-  #fillRow(made, row, { limit, cells, value, ticks }) {
+  #fillRow(made, row) {
+    const { limit, cells, value, ticks } = this.#layout;
     write(made.name, this.#texts.t(`term.${row.key}`));
     made.bar.show(value(row), ticks(row), limit);
     cells(row).forEach((text, i) => write(made.cells[i], text));
@@ -229,8 +238,8 @@ function makeBar() {
     bar.style.width = `${width.toFixed(2)}%`;
     bar.dataset.side = side;
     marks.forEach((mark, i) => {
-      toggle(mark, ticks !== null);
-      if (ticks !== null) {
+      toggle(mark, i < ticks.length);
+      if (i < ticks.length) {
         mark.style.left = `${barPlace(ticks[i], limit).toFixed(2)}%`;
       }
     });

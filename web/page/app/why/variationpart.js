@@ -1,6 +1,8 @@
 // Why after the variation: what is different at the end of the engine's line.
 
 import { h, toggle, write } from "../analysis/dom.js";
+import { shortScore } from "../analysis/score.js";
+import { switchAnalysis } from "../analysis/shared.js";
 import { variationMoves, variationText } from "../analysis/variation.js";
 import { newestOnly } from "./feed.js";
 import { makeDifferenceView } from "./differenceview.js";
@@ -10,26 +12,27 @@ const OWNER = "why-variation";
 /** The part: {element, show(unit), leave()}. */
 export function makeVariationPart({ game, texts, marks, session, preview, feed, settings }) {
   const line = h("p", { class: "why-line", "data-test": "why-line" });
+  const about = h("p", { class: "hint" });
   const none = h("p", { class: "hint", text: "why.noLine" });
-  const begin = h("button", { type: "button", text: "why.begin", "data-test": "why-begin", onclick: () => {
-    settings.set("analysis.on", true);
-    session.set(true);
-  } });
+  const begin = h("button", { type: "button", text: "why.begin", "data-test": "why-begin",
+    onclick: () => switchAnalysis(true, { session, settings }) });
   const look = h("button", { type: "button", class: "look", text: "why.lookAtEnd", "aria-pressed": "false",
     "data-test": "why-look", onclick: () => (isLooked() ? preview.back() : preview.show(moves, OWNER)) });
   const difference = makeDifferenceView({ texts, marks, prefix: "why-variation" });
-  const element = h("div", { class: "why-part" }, line, none, h("p", { class: "buttons" }, begin, look),
-    difference.element);
+  const buttons = h("p", { class: "buttons" }, begin, look);
+  const element = h("div", { class: "why-part" }, about, line, none, buttons, difference.element);
   let moves = [];
+  let found = null; // {depth, score} of the moves
   let shownFor = "";
 
   const isLooked = () => preview.shown?.owner === OWNER;
   const ask = newestOnly(
     (from, to) => Promise.all([feed.of(from), feed.of(to)]),
-    (found, from, to, unit) => {
-      toggle(difference.element, found !== null);
-      if (found) {
-        difference.show({ before: found[0], after: found[1], unit });
+    (evaluations, from, to, unit) => {
+      toggle(difference.element, evaluations !== null);
+      if (evaluations) {
+        const [before, after] = evaluations;
+        difference.show({ before, after, unit, onBoard: isLooked() ? "after" : "before" });
       }
     },
   );
@@ -38,15 +41,18 @@ export function makeVariationPart({ game, texts, marks, session, preview, feed, 
     const { state } = session;
     if (!isLooked()) {
       moves = state.fen === game.fen ? variationMoves(state.fen, state.pv) : [];
+      found = state;
     }
     const hasLine = moves.length > 0;
     write(line, hasLine ? variationText(moves) : "");
+    write(about, hasLine ? aboutLine(found, texts) : "");
     toggle(line, hasLine);
+    toggle(about, hasLine);
     toggle(none, !hasLine);
     toggle(begin, !session.on && !hasLine);
     toggle(look, hasLine);
     look.setAttribute("aria-pressed", String(isLooked()));
-    const key = `${game.fen} ${moves.at(-1)?.fen} ${unit} ${texts.language}`;
+    const key = [game.fen, moves.at(-1)?.fen, unit, texts.language, isLooked()].join();
     if (!hasLine) {
       toggle(difference.element, false);
     } else if (key !== shownFor) {
@@ -60,4 +66,8 @@ export function makeVariationPart({ game, texts, marks, session, preview, feed, 
     }
   };
   return { element, show, leave };
+}
+
+function aboutLine({ depth, score }, texts) {
+  return texts.t("why.lineScore", { depth, score: shortScore(score, texts) });
 }

@@ -1,9 +1,10 @@
 // Texts of the view Analyse.
 export default {
   "analyse.switch": "Analysis",
-  "analyse.import": "Load a position or game …",
+  "analyse.import": "Load …",
   "analyse.off": "The analysis is off.",
   "analyse.waits": "The analysis waits.",
+  "analyse.failed": "The engine does not run.",
   "analyse.begins": "Beginning …",
   "analyse.unknown": "not known yet",
   "analyse.depth": "Depth",
@@ -40,7 +41,7 @@ export default {
   "analyse.options": "Threads and memory",
   "analyse.threads": "Threads",
   "analyse.noThreads": "The browser allows this page no threads: it searches with one.",
-  "analyse.hash": "Memory for what was searched",
+  "analyse.hash": "Memory (hash)",
   "analyse.hashReduced": "{asked} MB is more than there is: the engine uses {used} MB.",
   "analyse.hashRefused": "The browser does not give {asked} MB: the engine keeps the size that it had.",
   "analyse.threadsRefused": {
@@ -64,9 +65,9 @@ export default {
   "analyse.inaccuracy": "inaccuracy",
   "analyse.mistake": "mistake",
   "analyse.blunder": "blunder",
-  "analyse.inaccuracys": "Inaccuracies",
-  "analyse.mistakes": "Mistakes",
-  "analyse.blunders": "Blunders",
+  "analyse.many.inaccuracy": "Inaccuracies",
+  "analyse.many.mistake": "Mistakes",
+  "analyse.many.blunder": "Blunders",
   "analyse.summary": "Marks of each side",
   "analyse.rule.inaccuracy": "The move lost at least 8 % of the point to be expected.",
   "analyse.rule.mistake": "The move lost at least 15 % of the point to be expected.",

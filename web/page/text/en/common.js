@@ -18,6 +18,7 @@ export default {
   "settings.theme.light": "Light",
   "settings.theme.dark": "Dark",
   "settings.private": "Everything runs on this device. Nothing is sent anywhere.",
+  "settings.licences": "Licences",
   "about.threads": "{name}, several threads",
   "about.single": "{name}, one thread",
   "about.none": "The engine is not running.",
@@ -98,7 +99,7 @@ export default {
   "position.file": "Open a file …",
   "position.fen": "FEN of the position on the board",
   "position.copyFen": "Copy",
-  "position.copied": "The FEN was copied.",
+  "position.copied": "Copied",
   "position.palette": "Pieces",
   "position.eraser": "Take away",
   "position.palette.hint": "Choose a piece, then the squares. The same piece again takes it away.",
@@ -152,5 +153,4 @@ export default {
   "notice.update": "A new version is ready.",
   "notice.reload": "Reload",
   "notice.view": "This view could not be loaded. Check the connection and reload the page.",
-  "notice.offline": "You are offline. Everything works as before.",
 };

@@ -10,14 +10,15 @@ export default {
   "why.white": "White",
   "why.black": "Black",
 
-  "why.staticValue": "The evaluation of this position, without looking ahead. Positive numbers are good "
-    + "for White.",
+  "why.staticValue": "Without looking ahead. Plus is good for White.",
   "why.none": "There is no evaluation without the engine.",
   "why.caption": "The terms of the evaluation. Positive numbers are good for White.",
   "why.term": "Term",
   "why.mg": "Middle game",
   "why.eg": "End game",
-  "why.counts": "Counts",
+  "why.mgColumn": "Middle game",
+  "why.egColumn": "End game",
+  "why.counts": "Counts\u00a0≈",
   "why.total": "Total",
   "why.forBlack": "Black",
   "why.forWhite": "White",
@@ -49,6 +50,7 @@ export default {
   "why.disagrees": "These steps do not lead to the engine's value. This is a defect of the page.",
 
   "why.noLine": "There is no line of the engine yet.",
+  "why.lineScore": "The engine's line at depth {depth}, score {score}:",
   "why.begin": "Let the engine look",
   "why.lookAtEnd": "The end of the line on the board",
   "why.differenceCaption": "What changes, the largest change first. Positive changes are good for White.",

@@ -1,9 +1,10 @@
 // Тексти розділу «Аналіз».
 export default {
   "analyse.switch": "Аналіз",
-  "analyse.import": "Завантажити позицію чи партію…",
+  "analyse.import": "Завантажити…",
   "analyse.off": "Аналіз вимкнено.",
   "analyse.waits": "Аналіз очікує.",
+  "analyse.failed": "Рушій не працює.",
   "analyse.begins": "Починаю…",
   "analyse.unknown": "ще не відомо",
   "analyse.depth": "Глибина",
@@ -46,7 +47,7 @@ export default {
   "analyse.options": "Потоки й пам'ять",
   "analyse.threads": "Потоки",
   "analyse.noThreads": "Браузер не дає цій сторінці потоків: вона шукає одним.",
-  "analyse.hash": "Пам'ять для знайденого",
+  "analyse.hash": "Пам'ять (хеш)",
   "analyse.hashReduced": "{asked} МБ — більше, ніж є: рушій бере {used} МБ.",
   "analyse.hashRefused": "Браузер не дає {asked} МБ: рушій лишає попередній розмір.",
   "analyse.threadsRefused": {
@@ -72,9 +73,9 @@ export default {
   "analyse.inaccuracy": "неточність",
   "analyse.mistake": "помилка",
   "analyse.blunder": "груба помилка",
-  "analyse.inaccuracys": "Неточності",
-  "analyse.mistakes": "Помилки",
-  "analyse.blunders": "Грубі помилки",
+  "analyse.many.inaccuracy": "Неточності",
+  "analyse.many.mistake": "Помилки",
+  "analyse.many.blunder": "Грубі помилки",
   "analyse.summary": "Позначки кожної сторони",
   "analyse.rule.inaccuracy": "Хід утратив щонайменше 8 % очка, на яке можна сподіватися.",
   "analyse.rule.mistake": "Хід утратив щонайменше 15 % очка, на яке можна сподіватися.",
