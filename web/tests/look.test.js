@@ -41,6 +41,10 @@ async function inEveryDialog(visit, check) {
     await visit.page.evaluate((id) => document.getElementById(id).click(), name);
     await visit.until("the dialog is open", () => document.querySelector("dialog[open]") !== null);
     await check(name);
+    if (name === "open-position") {
+      await visit.page.evaluate(() => document.querySelector("[name=position-page][value='1']").click());
+      await check("set-up");
+    }
     await visit.page.keyboard.press("Escape");
     await visit.until("the dialog is closed", () => document.querySelector("dialog[open]") === null);
   }

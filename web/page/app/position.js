@@ -90,7 +90,7 @@ class PositionDialog {
   #setUpPage() {
     const form = this.#form(() => this.#reset(this.setUp.fen()));
     this.setUp = new SetUpBoard(this.texts, () => this.#fail(""));
-    const presets = element("div", { class: "buttons" });
+    const presets = element("div", { class: "buttons presets" });
     presets.append(this.#button("position.clear", "quiet", () => this.setUp.clear()),
       this.#button("position.start", "quiet", () => this.setUp.show()),
       this.#button("position.fromBoard", "quiet", () => this.setUp.show(this.game.fen)));
