@@ -42,6 +42,7 @@ async function wordsOfAllViews(visit) {
     await visit.page.evaluate((name) => document.getElementById(`tab-${name}`).click(), view);
     await visit.until(`${view} is shown`, (name) =>
       document.getElementById(`view-${name}`).innerText.trim().length > 40, view);
+    await visit.page.evaluate(nextFrame); // a view that is shown writes its texts with the next frame
     for (const text of await allWords(visit)) found.add(text);
   }
   for (const id of ["open-settings", "new-game", "open-position"]) {
@@ -50,6 +51,8 @@ async function wordsOfAllViews(visit) {
   }
   return found;
 }
+
+const nextFrame = () => new Promise((go) => requestAnimationFrame(() => requestAnimationFrame(go)));
 
 test("the browser's language is taken", async (t) => {
   for (const [wanted, lang] of [["uk-UA", "uk"], ["de-DE", "en"], ["fr-FR,uk,en", "uk"]]) {

@@ -101,6 +101,7 @@ for (const isolated of [true, false]) {
     t.after(() => server.stop());
     const visit = await Visit.start(t, { server });
     await untilControlled(visit);
+    await visit.until("the page is isolated", () => crossOriginIsolated); // after its own reload
     await visit.page.evaluate(() => navigator.serviceWorker.ready);
     await server.stop();
     await visit.goto();

@@ -15,7 +15,7 @@ const [DEPTH, NODES, QNODES] = SIGNATURE.trim().split("\n").at(-1).split(" ");
 async function visit(t, { isolated, answer = null, build = "" }) {
   const server = await SiteServer.start({ isolated });
   server.answer = answer;
-  const { browser } = await theBrowser();
+  const { browser } = await theBrowser("chrome");
   const context = await browser.createBrowserContext();
   t.after(async () => {
     await context.close();

@@ -320,6 +320,7 @@ export class PageEngine extends EventTarget {
       this.#listen(engine);
       this.#engine = engine;
       this.#died = false;
+      performance.mark("engine ready"); // for web/measure.js
       this.#tell("ready", { restarted });
       return engine;
     } catch (error) {

@@ -98,7 +98,8 @@ after(async () => {
   for (const launched of running.values()) await close(await launched);
 });
 
-function theBrowser(kind) {
+/** The browser that the tests of a file share: "chrome" or "firefox". */
+export function theBrowser(kind) {
   if (!running.has(kind)) running.set(kind, launch(kind));
   return running.get(kind);
 }
