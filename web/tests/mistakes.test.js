@@ -215,7 +215,16 @@ for (const file of ["index.mjs", "morvane.js", "morvane-threads.js", "morvane-th
   });
 }
 
-test("an engine that dies is started again, and the game goes on", async (t) => {
+const DEATHS = {
+  "with an error": () => void setTimeout(() => { throw new Error("the worker dies"); }),
+  "without a word": () => self.close(),
+};
+
+for (const [how, die] of Object.entries(DEATHS)) {
+  test(`an engine that dies ${how} is started again, and the game goes on`, (t) => outliveEngine(t, die));
+}
+
+async function outliveEngine(t, die) {
   const { visit, chess } = await begin(t);
   visit.expected.push(/the worker dies/);
   await newGame(visit, { limit: { movetime: 300 }, here: true });
@@ -223,7 +232,6 @@ test("an engine that dies is started again, and the game goes on", async (t) => 
   await clickMove(visit, "g1f3");
   chess.move("Nf3");
   await untilStatus(visit, "play.status.thinking");
-  const die = () => void setTimeout(() => { throw new Error("the worker dies"); });
   for (const worker of visit.page.workers()) await worker.evaluate(die).catch(() => {});
   await visit.until("a message on it", () => document.querySelector("[data-notice]") !== null);
   assert.equal(await placement(visit), chess.fen().split(" ")[0]);
@@ -234,4 +242,4 @@ test("an engine that dies is started again, and the game goes on", async (t) => 
   chess.undo();
   chess.move("Nc3");
   await untilReply(visit, chess);
-});
+}
