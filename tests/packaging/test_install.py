@@ -33,7 +33,7 @@ def files_below(folder: pathlib.Path) -> set[str]:
 def installed_pages() -> set[str]:
     """The pages of the source tree, with what they link to, below the folder for them."""
     pages = {"README.md", "README.uk.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md",
-             "SECURITY.md", "LICENSE", "fuzz/README.md"}
+             "SECURITY.md", "LICENSE", "fuzz/README.md", "web/README.md", "web/engine/README.md"}
     for pattern in ("docs/**/*[!y]", "scripts/*.py", "scripts/datagen-shards", "scripts/find-engine",
                     "scripts/match*", "scripts/openings.epd", "scripts/solve-epd", "tests/data/*.epd",
                     "tests/data/make_tactics.py"):

@@ -16,7 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 # What the programs call to build, install and play: here it says that it was called, and fails.
 CALLED = ("apt-get", "cmake", "cpack", "ctest", "dpkg-query", "llvm-profdata", "ninja", "node", "npm", "parallel",
           "polyglot", "sudo", "valgrind", "xboard", "xvfb-run")
-BUILDERS = ("scripts/build-profiled", "scripts/make-package", "scripts/make-release")
+BUILDERS = ("scripts/build-profiled", "scripts/build-web", "scripts/make-package", "scripts/make-release")
 STAND_IN = """#!/bin/sh
 echo "$(basename "$0") $*" >>{log}
 exit 1
