@@ -11,7 +11,7 @@ import { readdirSync, readFileSync } from "node:fs";
 import path from "node:path";
 import { gzipSync } from "node:zlib";
 
-import { launch } from "./tests/support/browser.js";
+import { theBrowser } from "./tests/support/browser.js";
 import { PACKAGE, SiteServer } from "./tests/support/site.js";
 
 const NATIVE = process.argv[2] ?? "build/portable/morvane";
@@ -103,6 +103,5 @@ for (const file of readdirSync(PACKAGE)) {
   const content = readFileSync(path.join(PACKAGE, file));
   console.log(`${file.padEnd(28)} ${content.length} bytes, ${gzipSync(content, { level: 9 }).length} with gzip`);
 }
-const { browser, close } = await launch();
+const { browser } = await theBrowser("chrome");
 for (const isolated of [true, false]) await measureBuild(browser, isolated);
-await close();

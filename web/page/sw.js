@@ -1,7 +1,7 @@
 // The service worker: keeps every file of the page, so that it works without a network, and gives each the
 // headers that let threads share memory, whatever the host sends.
 /* global PRECACHE */
-importScripts("precache.js"); // self.PRECACHE = {version, files: [...]}: written when the page is built
+importScripts("precache.js"); // self.PRECACHE = {version, files: [{url, hash}]}: written when the page is built
 
 const PREFIX = "morvane-";
 const CACHE = PREFIX + PRECACHE.version;
@@ -10,10 +10,6 @@ const HEADERS = {
   "Cross-Origin-Embedder-Policy": "require-corp",
   "Cross-Origin-Resource-Policy": "same-origin",
 };
-
-function pathOf(file) {
-  return typeof file === "string" ? file : file.path ?? file.url;
-}
 
 /** The same response with the headers that isolate the page. */
 function isolated(response) {
@@ -30,7 +26,7 @@ function isolated(response) {
 async function keepAll() {
   const cache = await caches.open(CACHE);
   // Past the browser's own cache, which may still hold files of the version before.
-  await cache.addAll(PRECACHE.files.map((file) => new Request(pathOf(file), { cache: "reload" })));
+  await cache.addAll(PRECACHE.files.map(({ url }) => new Request(url, { cache: "reload" })));
 }
 
 async function dropOld() {
