@@ -58,6 +58,8 @@ test("Firefox: the service worker brings threads, and the page works offline", a
   t.after(() => server.stop());
   const visit = await visitFirefox(t, { server });
   await visit.until("the page is isolated", () => crossOriginIsolated);
+  // All is loaded then: Firefox reports what a page that is left had still asked the worker for.
+  await assertPlays(visit);
   await server.stop();
   await visit.goto();
   await visit.until("the page is isolated", () => crossOriginIsolated);
