@@ -60,24 +60,34 @@ bool isCandidate(const Board& board, Color c, Square sq) {
     return !(file > FileA && outnumbered(file - 1)) && !(file < FileH && outnumbered(file + 1));
 }
 
-void findPawns(const Board& board, Color c, PawnFeatures& features) {
+template <Color c>
+void findPawns(const Board& board, PawnSets& sets) {
     const Bitboard pawns = board.pieces[c][Pawn];
     const unsigned files = filesOf(pawns);
     const Bitboard lonelyFiles = filesBB(files & ~(files << 1 | files >> 1));
     const Bitboard supported = shiftEast(pawns) | shiftWest(pawns) | pawnAttackSet(c, pawns);
-    features.isolated[c] = pawns & lonelyFiles;
-    features.doubled[c] = pawns & squaresAhead(c, pawns);
-    features.connected[c] = pawns & supported;
+    sets.isolated[c] = pawns & lonelyFiles;
+    sets.doubled[c] = pawns & squaresAhead(c, pawns);
+    sets.connected[c] = pawns & supported;
 
     const Bitboard opposed = opposedSquares(board, c);
     const Bitboard guarded = guardedSquares(opposed);
-    features.passed[c] = passedPawnsOf(board, c);
-    features.candidate[c] = 0;
+    sets.passed[c] = passedPawnsOf(board, c);
+    sets.candidate[c] = 0;
     for (Bitboard halfOpen = pawns & guarded & ~opposed; halfOpen;) {
         const Square sq = popLowest(halfOpen);
         if (isCandidate(board, c, sq))
-            features.candidate[c] |= bit(sq);
+            sets.candidate[c] |= bit(sq);
     }
+}
+
+void countPawns(const PawnSets& sets, Color c, PawnFeatures& features) {
+    features.isolated[c] += popcount(sets.isolated[c]);
+    features.doubled[c] += popcount(sets.doubled[c]);
+    features.connected[c] += popcount(sets.connected[c]);
+    for (Bitboard passed = sets.passed[c]; passed;)
+        ++features.passed[c][relativeRank(c, popLowest(passed))];
+    features.candidate[c] += popcount(sets.candidate[c]);
 }
 
 /// Worth of the advanced passers of one side, before division.
@@ -131,11 +141,13 @@ PasserWorth passerWorth(const Board& board, Bitboard passed, const Bitboard (&at
 
 } // namespace
 
-PawnFeatures pawnFeatures(const Board& board) {
-    PawnFeatures features;
-    findPawns(board, White, features);
-    findPawns(board, Black, features);
-    return features;
+PawnSets computePawnFeatures(const Board& board, PawnFeatures& features) {
+    PawnSets sets;
+    findPawns<White>(board, sets);
+    findPawns<Black>(board, sets);
+    countPawns(sets, White, features);
+    countPawns(sets, Black, features);
+    return sets;
 }
 
 [[gnu::noinline]] Bitboard passedPawns(const Board& board) {
@@ -155,8 +167,10 @@ void passerTerms(const Board& board, Bitboard passed, const Bitboard (&attackedB
 namespace Eval {
 
 [[gnu::noinline]] ScorePair evalPawnsRaw(const Board& board) {
+    PawnFeatures features{};
+    const PawnSets sets = computePawnFeatures(board, features);
     SumSink sink;
-    walkPawnStructure(pawnFeatures(board), sink);
+    walkPawnStructure(features, sets, sink);
     return sink.total();
 }
 

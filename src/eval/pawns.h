@@ -7,16 +7,27 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Pawns of one structure by what they are, White's first in each pair.
+/// Counts of one pawn structure, White's first in each pair.
 struct PawnFeatures {
+    std::int32_t isolated[kColors];
+    std::int32_t doubled[kColors]; // pawns beyond the first on their file
+    std::int32_t connected[kColors];
+    std::int32_t passed[kColors][kRanks]; // by relative rank
+    std::int32_t candidate[kColors];      // pawns that may become passers
+};
+
+/// The pawns that are counted so.
+struct PawnSets {
     Bitboard isolated[kColors];
     Bitboard doubled[kColors]; // those ahead of another on their file
     Bitboard connected[kColors];
     Bitboard passed[kColors];
-    Bitboard candidate[kColors]; // pawns that may become passers
+    Bitboard candidate[kColors];
 };
 
-PawnFeatures pawnFeatures(const Board& board);
+/// Adds the counts of both colours to `features`, which the caller has zeroed. Returns the pawns
+/// that were counted.
+PawnSets computePawnFeatures(const Board& board, PawnFeatures& features);
 
 /// Passed pawns of both colours: no enemy pawn ahead on their own or a neighbouring file.
 Bitboard passedPawns(const Board& board);

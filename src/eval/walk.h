@@ -276,7 +276,9 @@ void walkIncremental(const Board& board, const PawnEntry& pawns, Sink& sink) {
 template <class Sink>
 void walkFromScratch(const Board& board, Sink& sink) {
     walkMaterial(board, sink);
-    walkPawnStructure(pawnFeatures(board), sink);
+    PawnFeatures pawns{};
+    const PawnSets sets = computePawnFeatures(board, pawns);
+    walkPawnStructure(pawns, sets, sink);
     walkPieces(board, passedPawns(board), sink);
 }
 

@@ -88,15 +88,18 @@ void PoolThread::idleLoop() {
             if (exit_)
                 return;
         }
-        if (!isMain()) {
+        if (isMain())
+            mainLoop();
+        else
             Search::iterativeDeepening(*this);
-            continue;
-        }
-        mainSearch();
-        while (awaitsStop())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        answer();
     }
+}
+
+void PoolThread::mainLoop() {
+    mainSearch();
+    while (awaitsStop())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    answer();
 }
 
 void PoolThread::mainSearch() {

@@ -94,6 +94,7 @@ class PoolThread : public Thread {
 
   private:
     void idleLoop();
+    void mainLoop();
     void mainSearch();
     bool awaitsStop() const;
     void answer();

@@ -17,35 +17,18 @@ using Notation::boardOf;
 
 namespace {
 
-/// How many pawns there are of each kind, White's first in each pair.
-struct PawnCounts {
-    int isolated[2];
-    int doubled[2];
-    int connected[2];
-    int passed[2][8]; // by relative rank
-    int candidate[2];
-};
-
-PawnCounts countsOf(const Board& board) {
-    const PawnFeatures features = pawnFeatures(board);
-    PawnCounts counts{};
-    for (const Color c : {White, Black}) {
-        counts.isolated[c] = popcount(features.isolated[c]);
-        counts.doubled[c] = popcount(features.doubled[c]);
-        counts.connected[c] = popcount(features.connected[c]);
-        for (Bitboard passed = features.passed[c]; passed;)
-            ++counts.passed[c][relativeRank(c, popLowest(passed))];
-        counts.candidate[c] = popcount(features.candidate[c]);
-    }
-    return counts;
+PawnFeatures featuresOf(const Board& board) {
+    PawnFeatures features{};
+    computePawnFeatures(board, features);
+    return features;
 }
 
 /// For a placement alone: pawns do not care who moves.
-PawnCounts countsOf(const std::string& placement) {
-    return countsOf(boardOf(placement + " w - - 0 1"));
+PawnFeatures featuresOf(const std::string& placement) {
+    return featuresOf(boardOf(placement + " w - - 0 1"));
 }
 
-void expectCounts(const PawnCounts& found, const Naive::Position& position) {
+void expectCounts(const PawnFeatures& found, const Naive::Position& position) {
     for (const int side : {Naive::kWhite, Naive::kBlack}) {
         const Naive::PawnCounts counts = Naive::countPawns(position, side);
         ASSERT_EQ(found.isolated[side], counts.isolated);
@@ -61,7 +44,7 @@ void expectPawnsAsCountedOneByOne(const Board& board) {
     const std::string fen = board.fen();
     SCOPED_TRACE(fen);
     const Naive::Position position = Naive::parse(fen);
-    ASSERT_NO_FATAL_FAILURE(expectCounts(countsOf(board), position));
+    ASSERT_NO_FATAL_FAILURE(expectCounts(featuresOf(board), position));
 
     const Naive::Pair structure = Naive::pawnStructure(position);
     ASSERT_EQ(Eval::evalPawnsRaw(board), (ScorePair{structure.mg, structure.eg}));
@@ -88,73 +71,85 @@ ScorePair passersOf(const std::string& fen) {
 // --- counts ---
 
 TEST(PawnFeatures, AreAllZeroWithoutPawns) {
-    const PawnCounts counts = countsOf("7k/8/8/8/8/8/8/7K");
-    expectCounts(counts, Naive::parse("7k/8/8/8/8/8/8/7K w - - 0 1"));
-    EXPECT_EQ(counts.isolated[White] + counts.doubled[White] + counts.candidate[Black], 0);
+    const PawnFeatures features = featuresOf("7k/8/8/8/8/8/8/7K");
+    expectCounts(features, Naive::parse("7k/8/8/8/8/8/8/7K w - - 0 1"));
+    EXPECT_EQ(features.isolated[White] + features.doubled[White] + features.candidate[Black], 0);
     EXPECT_EQ(Eval::evalPawnsRaw(boardOf("7k/8/8/8/8/8/8/7K w - - 0 1")), (ScorePair{0, 0}));
 }
 
 TEST(PawnFeatures, ThreePawnsOnOneFileAreTwoDoubledAndThreeIsolated) {
-    const PawnCounts counts = countsOf("7k/8/8/4P3/4P3/4P3/8/7K");
-    EXPECT_EQ(counts.doubled[White], 2);
-    EXPECT_EQ(counts.isolated[White], 3);
-    EXPECT_EQ(counts.connected[White], 0);
-    EXPECT_EQ(countsOf("7k/8/8/4P3/4P3/4P3/5P2/7K").isolated[White], 0);
+    const PawnFeatures features = featuresOf("7k/8/8/4P3/4P3/4P3/8/7K");
+    EXPECT_EQ(features.doubled[White], 2);
+    EXPECT_EQ(features.isolated[White], 3);
+    EXPECT_EQ(features.connected[White], 0);
+    EXPECT_EQ(featuresOf("7k/8/8/4P3/4P3/4P3/5P2/7K").isolated[White], 0);
 }
 
 TEST(PawnFeatures, PawnsOnTheAAndHFilesAreNoNeighbours) {
     for (const char* placement :
          {"7k/8/8/8/P6P/8/8/7K", "7k/8/8/P7/7P/8/8/7K", "7k/8/8/7P/P7/8/8/7K",
           "7k/8/P7/7P/8/8/8/7K", "7k/8/7P/P7/8/8/8/7K"}) {
-        const PawnCounts counts = countsOf(placement);
-        EXPECT_EQ(counts.isolated[White], 2) << placement;
-        EXPECT_EQ(counts.connected[White], 0) << placement;
+        const PawnFeatures features = featuresOf(placement);
+        EXPECT_EQ(features.isolated[White], 2) << placement;
+        EXPECT_EQ(features.connected[White], 0) << placement;
     }
 }
 
+TEST(PawnFeatures, AreAddedToWhatTheRecordHolds) {
+    const Board board = boardOf("7k/8/8/4P3/4P3/8/8/7K w - - 0 1");
+    PawnFeatures features{};
+    computePawnFeatures(board, features);
+    computePawnFeatures(board, features);
+    EXPECT_EQ(features.isolated[White], 4);
+    EXPECT_EQ(features.doubled[White], 2);
+    EXPECT_EQ(features.passed[White][4], 2);
+}
+
 TEST(PawnFeatures, DoubledPawnsAreThoseInFrontAsTheirSideSeesThem) {
-    const PawnFeatures features = pawnFeatures(boardOf("7k/3p4/8/3p4/4P3/4P3/8/7K w - - 0 1"));
-    EXPECT_EQ(features.doubled[White], Notation::squaresAt("e4"));
-    EXPECT_EQ(features.doubled[Black], Notation::squaresAt("d5"));
+    PawnFeatures features{};
+    const PawnSets sets =
+        computePawnFeatures(boardOf("7k/3p4/8/3p4/4P3/4P3/8/7K w - - 0 1"), features);
+    EXPECT_EQ(sets.doubled[White], Notation::squaresAt("e4"));
+    EXPECT_EQ(sets.doubled[Black], Notation::squaresAt("d5"));
 }
 
 TEST(PawnFeatures, ADefendedPawnIsConnectedAndItsDefenderIsNot) {
-    EXPECT_EQ(countsOf("7k/8/8/8/3P4/2P5/8/7K").connected[White], 1);
-    EXPECT_EQ(countsOf("7k/8/2p5/3p4/8/8/8/7K").connected[Black], 1);
-    EXPECT_EQ(countsOf("7k/8/8/8/2P5/8/3P4/7K").connected[White], 0);
+    EXPECT_EQ(featuresOf("7k/8/8/8/3P4/2P5/8/7K").connected[White], 1);
+    EXPECT_EQ(featuresOf("7k/8/2p5/3p4/8/8/8/7K").connected[Black], 1);
+    EXPECT_EQ(featuresOf("7k/8/8/8/2P5/8/3P4/7K").connected[White], 0);
 }
 
 TEST(PawnFeatures, PawnsSideBySideAreBothConnected) {
-    EXPECT_EQ(countsOf("7k/8/8/8/3PP3/8/8/7K").connected[White], 2);
-    EXPECT_EQ(countsOf("7k/8/8/8/3PP3/2P5/8/7K").connected[White], 2);
-    EXPECT_EQ(countsOf("7k/8/8/8/3Pp3/8/8/7K").connected[White], 0);
+    EXPECT_EQ(featuresOf("7k/8/8/8/3PP3/8/8/7K").connected[White], 2);
+    EXPECT_EQ(featuresOf("7k/8/8/8/3PP3/2P5/8/7K").connected[White], 2);
+    EXPECT_EQ(featuresOf("7k/8/8/8/3Pp3/8/8/7K").connected[White], 0);
 }
 
 TEST(PawnFeatures, APawnIsPassedWhenNoEnemyIsAheadOnThreeFiles) {
-    EXPECT_EQ(countsOf("7k/8/8/4P3/8/8/8/7K").passed[White][4], 1);
-    EXPECT_EQ(countsOf("7k/8/8/3pPp2/4p3/8/8/7K").passed[White][4], 1) << "beside and behind";
-    EXPECT_EQ(countsOf("7k/8/2p3p1/4P3/8/8/8/7K").passed[White][4], 1) << "two files away";
+    EXPECT_EQ(featuresOf("7k/8/8/4P3/8/8/8/7K").passed[White][4], 1);
+    EXPECT_EQ(featuresOf("7k/8/8/3pPp2/4p3/8/8/7K").passed[White][4], 1) << "beside and behind";
+    EXPECT_EQ(featuresOf("7k/8/2p3p1/4P3/8/8/8/7K").passed[White][4], 1) << "two files away";
     for (const char* placement :
          {"7k/8/4p3/4P3/8/8/8/7K", "7k/8/3p4/4P3/8/8/8/7K", "7k/8/5p2/4P3/8/8/8/7K",
           "7k/4p3/8/4P3/8/8/8/7K", "7k/3p4/8/4P3/8/8/8/7K", "7k/5p2/8/4P3/8/8/8/7K"})
-        EXPECT_EQ(countsOf(placement).passed[White][4], 0) << placement;
+        EXPECT_EQ(featuresOf(placement).passed[White][4], 0) << placement;
 }
 
 TEST(PawnFeatures, AnEnemyOnTheOppositeEdgeFileDoesNotStopAPasser) {
-    EXPECT_EQ(countsOf("6k1/7p/8/P7/8/8/8/7K").passed[White][4], 1);
-    EXPECT_EQ(countsOf("6k1/p7/8/7P/8/8/8/7K").passed[White][4], 1);
+    EXPECT_EQ(featuresOf("6k1/7p/8/P7/8/8/8/7K").passed[White][4], 1);
+    EXPECT_EQ(featuresOf("6k1/p7/8/7P/8/8/8/7K").passed[White][4], 1);
 }
 
 TEST(PawnFeatures, PassersAreCountedByTheRankThatTheirSideSees) {
-    const PawnCounts counts = countsOf("6k1/P7/8/8/8/7p/2p5/6K1");
-    EXPECT_EQ(counts.passed[White][6], 1);
-    EXPECT_EQ(counts.passed[Black][6], 1);
-    EXPECT_EQ(counts.passed[Black][5], 1);
+    const PawnFeatures features = featuresOf("6k1/P7/8/8/8/7p/2p5/6K1");
+    EXPECT_EQ(features.passed[White][6], 1);
+    EXPECT_EQ(features.passed[Black][6], 1);
+    EXPECT_EQ(features.passed[Black][5], 1);
 }
 
 TEST(PawnFeatures, AHalfOpenPawnIsCandidateUnlessANeighbourFileIsOutnumbered) {
     const auto candidates = [](const char* placement) {
-        return countsOf(placement).candidate[White];
+        return featuresOf(placement).candidate[White];
     };
     EXPECT_EQ(candidates("7k/8/4p3/8/3P4/4P3/8/7K"), 1) << "one against one";
     EXPECT_EQ(candidates("7k/8/4p3/8/3P4/8/8/7K"), 0) << "none against one";
@@ -170,12 +165,12 @@ TEST(PawnFeatures, AHalfOpenPawnIsCandidateUnlessANeighbourFileIsOutnumbered) {
 }
 
 TEST(PawnFeatures, CandidatesOnTheEdgeHaveOneNeighbourFile) {
-    EXPECT_EQ(countsOf("7k/8/1p6/8/P7/1P6/8/7K").candidate[White], 1);
-    EXPECT_EQ(countsOf("7k/8/1p6/8/P7/8/8/7K").candidate[White], 0);
-    EXPECT_EQ(countsOf("7k/8/6p1/8/7P/6P1/8/7K").candidate[White], 1);
-    EXPECT_EQ(countsOf("7k/8/6p1/8/7P/8/8/7K").candidate[White], 0);
-    EXPECT_EQ(countsOf("7k/8/6p1/7p/8/6P1/8/7K").candidate[Black], 1);
-    EXPECT_EQ(countsOf("7k/8/8/7p/8/6P1/8/7K").candidate[Black], 0);
+    EXPECT_EQ(featuresOf("7k/8/1p6/8/P7/1P6/8/7K").candidate[White], 1);
+    EXPECT_EQ(featuresOf("7k/8/1p6/8/P7/8/8/7K").candidate[White], 0);
+    EXPECT_EQ(featuresOf("7k/8/6p1/8/7P/6P1/8/7K").candidate[White], 1);
+    EXPECT_EQ(featuresOf("7k/8/6p1/8/7P/8/8/7K").candidate[White], 0);
+    EXPECT_EQ(featuresOf("7k/8/6p1/7p/8/6P1/8/7K").candidate[Black], 1);
+    EXPECT_EQ(featuresOf("7k/8/8/7p/8/6P1/8/7K").candidate[Black], 0);
 }
 
 TEST(PawnScore, AddsTheWeightsOfTheCounts) {
