@@ -161,15 +161,13 @@ void addKings(const Board& board, Sink& sink) {
 
 template <class Sink>
 void addBishopPair(const Board& board, Sink& sink) {
-    const int pairs[kColors] = {moreThanOne(board.pieces[White][Bishop]),
-                                moreThanOne(board.pieces[Black][Bishop])};
-    if constexpr (AsksWhere<Sink>)
-        for (const Color c : {White, Black}) {
-            tell(sink, Aspect::BishopPair, c, pairs[c] ? board.pieces[c][Bishop] : 0, pairs[c]);
-            sink.template use<Term::BishopPair, kBishopPair>(0, signOf(c) * pairs[c]);
-        }
-    else // the difference is faster
-        sink.template use<Term::BishopPair, kBishopPair>(0, pairs[White] - pairs[Black]);
+    Bitboard pairs[kColors];
+    for (const Color c : {White, Black}) {
+        const Bitboard bishops = board.pieces[c][Bishop];
+        pairs[c] = moreThanOne(bishops) ? bishops : 0;
+    }
+    useBothSides<Term::BishopPair, kBishopPair>(sink, Aspect::BishopPair, pairs, 0,
+                                                pairs[White] != 0, pairs[Black] != 0);
 }
 
 /// Shelter of a king away from the centre: files with an own pawn close in front of him gain, files
