@@ -204,9 +204,7 @@ void appendEnPassant(std::string& text, std::uint32_t epSquare) {
         text += '-';
         return;
     }
-    const auto sq = static_cast<Square>(epSquare);
-    text += static_cast<char>('a' + fileOf(sq));
-    text += static_cast<char>('1' + rankOf(sq));
+    appendSquare(text, static_cast<Square>(epSquare));
 }
 
 } // namespace

@@ -8,12 +8,12 @@ bool isSquare(char file, char rank) {
     return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8';
 }
 
+} // namespace
+
 void appendSquare(std::string& text, Square sq) {
     text += static_cast<char>('a' + fileOf(sq));
     text += static_cast<char>('1' + rankOf(sq));
 }
-
-} // namespace
 
 std::string moveToString(Move m) {
     if (m == 0)

@@ -110,6 +110,9 @@ struct MoveList {
     const Move* end() const { return moves + count; }
 };
 
+/// Adds the name of a square, as "e4".
+void appendSquare(std::string& text, Square sq);
+
 /// Coordinate notation: "e2e4", "e7e8q", castling as the king's move, "0000" for no move.
 std::string moveToString(Move m);
 

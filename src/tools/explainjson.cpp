@@ -41,11 +41,10 @@ class Json {
     void add(std::string_view key, Bitboard squares) {
         open(key, '[');
         while (squares) {
-            const Square sq = popLowest(squares);
-            const char name[] = {static_cast<char>('a' + fileOf(sq)),
-                                 static_cast<char>('1' + rankOf(sq))};
             separate();
-            addQuoted({name, sizeof name});
+            text_ += '"';
+            appendSquare(text_, popLowest(squares));
+            text_ += '"';
         }
         close(']');
     }
