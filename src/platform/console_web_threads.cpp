@@ -46,6 +46,10 @@ bool isInterrupted() {
     return false;
 }
 
+void tellBegin() {
+    MAIN_THREAD_EM_ASM({ Module["begin"](); });
+}
+
 void tellEnd(int status) {
     MAIN_THREAD_EM_ASM({ Module["end"]($0); }, status);
 }

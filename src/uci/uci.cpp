@@ -220,19 +220,6 @@ bool serve(std::string_view line) {
     return true;
 }
 
-/// The same for a line that may ask for more than there is: an endless move list, perhaps. Whatever
-/// a command fails for, the session goes on. The answer needs no memory: there may be none.
-bool serveIfPossible(std::string_view line) {
-    try {
-        return serve(line);
-    } catch (const std::bad_alloc&) {
-        OutputLine().add("info string ").add(Messages::kCommandNeedsMemory).print();
-    } catch (const std::exception& failure) {
-        OutputLine().add("info string ").add(Messages::kCommandFailed).add(failure.what()).print();
-    }
-    return true;
-}
-
 /// Without blanks, carriage returns and line feeds at the end.
 std::string_view trimmedEnd(std::string_view line) {
     return line.substr(0, line.find_last_not_of(" \r\n") + 1);
@@ -245,8 +232,17 @@ void beginSession() {
     gPos.setFen(kStartFen);
 }
 
+// A line may ask for more than there is: an endless move list, perhaps. Whatever a command fails
+// for, the session goes on. The answer needs no memory: there may be none.
 bool serveLine(std::string_view line) {
-    return serveIfPossible(trimmedEnd(line));
+    try {
+        return serve(trimmedEnd(line));
+    } catch (const std::bad_alloc&) {
+        OutputLine().add("info string ").add(Messages::kCommandNeedsMemory).print();
+    } catch (const std::exception& failure) {
+        OutputLine().add("info string ").add(Messages::kCommandFailed).add(failure.what()).print();
+    }
+    return true;
 }
 
 void uciLoop(Files::LineReader::Source source) {

@@ -1,31 +1,15 @@
-#include "web/evaluate.h"
-
 #include "board/board.h"
 #include "tools/explainjson.h"
 
-#include <atomic>
 #include <string>
 
-namespace {
-
-std::atomic<bool> gAllowed{false};
-
-} // namespace
-
-void allowEvaluations() {
-    gAllowed = true;
-}
-
-/// Called by the worker's script: the evaluation of a position as JSON, empty if the FEN is not
-/// valid, null before evaluations are allowed. The text stays until the next call.
+/// Called by the worker's script once the tables are filled, from one thread at a time, whether a
+/// search runs or not: the evaluation of a position as JSON, empty if the FEN is not valid. The
+/// text stays until the next call.
 extern "C" const char* morvaneEvaluate(const char* fen) {
     static Board board;
     static std::string text;
-    if (!gAllowed)
-        return nullptr;
-    text.clear();
     board.reset();
-    if (board.setFen(fen))
-        text = explanationJson(board);
+    text = board.setFen(fen) ? explanationJson(board) : "";
     return text.c_str();
 }

@@ -42,8 +42,10 @@ export function parseInfo(text) {
   const line = {};
   for (let i = 1; i < words.length; ++i)
     if (NUMBERS.includes(words[i])) line[words[i]] = Number(words[++i]);
-    else if (words[i] === "score") line.score = { [words[i + 1]]: Number(words[(i += 2)]) };
-    else if (words[i] === "pv") {
+    else if (words[i] === "score") {
+      line.score = { [words[i + 1]]: Number(words[i + 2]) };
+      i += 2;
+    } else if (words[i] === "pv") {
       line.pv = words.slice(i + 1);
       break;
     }
@@ -112,8 +114,7 @@ export class Engine extends EventTarget {
   /** Rejected, and the old position stays, if the engine refuses the new one. */
   async setPosition(position) {
     const command = positionCommand(position);
-    const messages = await this.#messagesOf(command);
-    if (messages.length > 0) throw failure("position", messages[0]);
+    await this.#tryPosition(command);
     this.#position = command;
   }
 
@@ -157,15 +158,13 @@ export class Engine extends EventTarget {
 
   /** Counts move sequences of a length, by first move. Stops a search. */
   async perft(fen, depth) {
-    const messages = await this.#messagesOf(`position fen ${fen}`);
-    if (messages.length > 0) throw failure("position", messages[0]);
+    await this.#tryPosition(positionCommand({ fen }));
     const moves = {};
     let refusal = null;
     const counted = this.#exchange(`perft ${depth}`, (line, done) => {
       const [, move, count] = /^(\S+): (\d+)$/.exec(line) ?? [];
       const total = /^Nodes searched: (\d+)$/.exec(line);
-      if (move === "Nodes") done(BigInt(count));
-      else if (total) done(BigInt(total[1]));
+      if (total) done(BigInt(total[1]));
       else if (move) moves[move] = BigInt(count);
       else if (line.startsWith(INFO_STRING)) {
         refusal = line.slice(INFO_STRING.length);
@@ -205,7 +204,7 @@ export class Engine extends EventTarget {
     this.#worker?.terminate();
     for (const { reject } of [...this.#requests.values(), ...this.#waiting.splice(0)]) reject(error);
     this.#requests.clear();
-    if (!silently) this.dispatchEvent(Object.assign(new CustomEvent("error", { detail: error })));
+    if (!silently) this.dispatchEvent(new CustomEvent("error", { detail: error }));
   }
 
   /** Asks the worker's script, not the engine. */
@@ -233,6 +232,11 @@ export class Engine extends EventTarget {
       this.#waiting.push(exchange);
       this.send(command);
     });
+  }
+
+  async #tryPosition(command) {
+    const [refusal] = await this.#messagesOf(command);
+    if (refusal !== undefined) throw failure("position", refusal);
   }
 
   /** What the engine says to a command that has no answer of its own. */

@@ -93,7 +93,6 @@
 
   /** Makes a module of a build; `hooks` are what the engine calls. */
   async function load(build, name, hooks) {
-    if (typeof WebAssembly !== "object") throw failure("webassembly", "not here");
     const script = `morvane-${build}.js`;
     let compiled;
     let factory;
@@ -101,7 +100,7 @@
       factory = host.script(script, name);
       compiled = await host.compile(`morvane-${build}.wasm`);
     } catch (error) {
-      throw String(error.message).startsWith("morvane:") ? error : failure("load", error.message);
+      throw error.message.startsWith("morvane:") ? error : failure("load", error.message);
     }
     return new Promise((resolve, reject) => {
       factory({
@@ -133,10 +132,9 @@
     }
   }
 
-  /** The evaluation of a position as a text, null for a bad FEN, undefined if the engine has not begun. */
+  /** The evaluation of a position as a text, null for a bad FEN. */
   function evaluate(module, fen) {
-    const place = callWithText(module, "_morvaneEvaluate", fen);
-    return place === 0 ? undefined : module.UTF8ToString(place) || null;
+    return module.UTF8ToString(callWithText(module, "_morvaneEvaluate", fen)) || null;
   }
 
   const OUTPUT = 1; // streams, as src/platform/console.h numbers them
@@ -164,21 +162,17 @@
   }
 
   async function startThreads() {
-    if (typeof WebAssembly !== "object") throw failure("webassembly", "not here");
+    let begun;
+    const begins = new Promise((resolve) => (begun = resolve));
     const module = await load("threads", "MorvaneThreads", {
       wasmMemory: sharedMemory(),
       write: writer(host.post),
+      begin: begun,
       end: (status) => (status === 0 ? host.close() : fail(failure("memory", "the engine needs more"))),
     });
     return {
       take: (line) => callWithText(module, "_morvaneInput", `${line}\n`),
-      async evaluate(fen) {
-        for (;;) {
-          const text = evaluate(module, fen);
-          if (text !== undefined) return text;
-          await new Promise((resolve) => setTimeout(resolve, 5));
-        }
-      },
+      evaluate: (fen) => begins.then(() => evaluate(module, fen)),
     };
   }
 
@@ -359,12 +353,13 @@
   // --- the worker ---
 
   async function startEngine() {
+    if (typeof WebAssembly !== "object") throw failure("webassembly", "not here");
     if (host.role === "single" || (host.role !== "threads" && !host.hasThreads))
       return { build: "single", ...(await startSingle()) };
     try {
       return { build: "threads", ...(await startThreads()) };
     } catch (error) {
-      if (host.role === "threads" || !/memory/.test(error.message)) throw error;
+      if (host.role === "threads" || !error.message.startsWith("morvane: memory:")) throw error;
       return { build: "single", ...(await startSingle()) };
     }
   }
