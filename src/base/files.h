@@ -76,8 +76,8 @@ class LineReader {
 
     OwnedFile file_;
     Source source_ = nullptr;
-    std::unique_ptr<char[]> buffer_ = std::unique_ptr<char[]>(new char[kCapacity]); // not zeroed
-    std::string_view unread_{buffer_.get(), 0}; // within the buffer
+    std::unique_ptr<char[]> buffer_{new char[kCapacity]}; // not zeroed
+    std::string_view unread_{buffer_.get(), 0};           // within the buffer
     bool hasEnded_ = false;
     bool hasFailed_ = false;
 };

@@ -16,8 +16,8 @@ import unittest
 from client import FolderTest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-STEPS = ["formatting", "release", "package", "arm64", "windows", "web", "tests", "instructions", "analysis", "addresses",
-         "threads", "fuzzing", "profiled"]
+STEPS = ["formatting", "release", "package", "arm64", "windows", "web", "tests", "instructions", "analysis",
+         "addresses", "threads", "fuzzing", "profiled"]
 SMALL = {"cmake", "ninja-build", "make", "g++", "python3", "libgtest-dev"}  # packages
 SILENT = ("cmake", "clang-format", "clang-tidy", "shellcheck", "node", "npm", "wine64", "wineserver64")
 SCRIPTS = ("run", ".ci/run", "benchmarks/run", "fuzz/run", "scripts/make-package", "scripts/make-release",
