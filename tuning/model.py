@@ -4,6 +4,11 @@ A position of value v, in centipawns from White's view, is expected to bring Whi
 1 / (1 + exp(-v / unit)) of the point.  The loss is the cross entropy between that and the result,
 in natural units, averaged over positions.  The regulariser holds the weights to the values that they
 have (prior.py).
+
+Near the present weights the value of a position is linear in them, but for truncating divisions: it is the
+engine's own whole number for the present weights, and slopes for the rest.
+
+What is computed of positions here is computed of one block of a store (store.py) at a time; team.py adds it up.
 """
 
 from __future__ import annotations
@@ -15,15 +20,14 @@ import numpy as np
 from scipy import optimize, sparse
 from scipy.special import expit
 
+import store
+
+FULL_PHASE = 24
+FULL_SCALE = 64
+FADED_OUT = 200  # halfmove clock at which a value is nothing
 UNITS = (20.0, 2000.0)  # centipawns, between which the unit is looked for
-
-
-@dataclasses.dataclass
-class Sample:
-    slopes: sparse.csr_matrix  # position by free weight
-    value: np.ndarray  # with the weights as they are
-    target: np.ndarray  # the share of the point that White had of it
-    phase: np.ndarray
+LOWEST = -(1 << 15)  # the smallest number that a value or a score can be
+NUMBERS = 1 << 16  # so many there are
 
 
 def losses(value: np.ndarray, target: np.ndarray, unit: float) -> np.ndarray:
@@ -32,17 +36,193 @@ def losses(value: np.ndarray, target: np.ndarray, unit: float) -> np.ndarray:
     return np.logaddexp(0.0, x) - target * x
 
 
-def fit_unit(value: np.ndarray, target: np.ndarray) -> float:
-    """Centipawns that make one natural unit of odds."""
-    found = optimize.minimize_scalar(
-        lambda log: losses(value, target, np.exp(log)).mean(),
-        bounds=np.log(UNITS), method="bounded", options={"xatol": 1e-6})
-    return float(np.exp(found.x))
+# --- units ---
 
 
-def moved(sample: Sample, change: np.ndarray) -> np.ndarray:
+@dataclasses.dataclass
+class Survey:
+    """What the units depend on: how often there is each value and each score, beginning with `LOWEST`, and the
+    sums of what each position brought times its value, and times its score."""
+
+    values: np.ndarray
+    scores: np.ndarray
+    result_by_value: float
+    result_by_score: float
+    expected_by_value: float  # with what its score lets expect, if scores alone are to tell
+
+
+def survey(rows: store.Rows, scores_alone: float | None) -> list[np.ndarray]:
+    """The parts of a `Survey` that one block makes up."""
+    score = np.where(rows.score == store.NO_SCORE, 0, rows.score).astype(np.int64)
+    half_points = np.rint(2 * rows.result).astype(np.int64)
+    value = rows.value.astype(np.int64)
+    expected = expit(score / scores_alone) @ value.astype(float) if scores_alone else 0.0
+    counts = [np.bincount(number - LOWEST, minlength=NUMBERS).astype(np.int32) for number in (value, score)]
+    return [*counts, np.array([half_points @ value, half_points @ score]), np.array([expected])]
+
+
+def surveyed(totals: list[np.ndarray]) -> Survey:
+    """From the sums over all blocks."""
+    values, scores, (by_value, by_score), (expected,) = totals
+    return Survey(values, scores, by_value / 2, by_score / 2, float(expected))
+
+
+def fit_unit(counts: np.ndarray, products: float) -> float:
+    """Centipawns that make one natural unit of odds, from how often there is each value and the sum of value
+    times target."""
+    present = np.flatnonzero(counts)
+    value, weight = present + LOWEST, counts[present] / counts.sum()
+    slope = products / counts.sum()
+
+    def loss(log: float) -> float:
+        unit = np.exp(log)
+        return float((weight * np.logaddexp(0.0, value / unit)).sum() - slope / unit)
+
+    return float(np.exp(optimize.minimize_scalar(loss, bounds=np.log(UNITS), method="bounded",
+                                                 options={"xatol": 1e-6}).x))
+
+
+# --- one pass over the positions ---
+
+
+@dataclasses.dataclass(frozen=True)
+class Target:
+    """What is learned of each position, and what a fit is judged by: what White had of it, or may expect."""
+
+    mix: float  # share of the score in what is learned
+    score_unit: float | None  # centipawns of a score in one natural unit of odds
+    judged_by_scores: bool
+
+    def judged(self, rows: store.Rows) -> np.ndarray:
+        return expit(rows.score / self.score_unit) if self.judged_by_scores else rows.result
+
+    def learned(self, rows: store.Rows) -> np.ndarray:
+        if self.judged_by_scores or self.mix == 0:
+            return self.judged(rows)
+        return (1 - self.mix) * rows.result + self.mix * expit(rows.score / self.score_unit)
+
+
+@dataclasses.dataclass(frozen=True)
+class Cells:
+    """Which of the weights that move each cell of a row counts, in either phase: cell by free weight."""
+
+    mg: sparse.csr_matrix
+    eg: sparse.csr_matrix
+
+    @classmethod
+    def of(cls, cells: list[list[list[int]]], free: np.ndarray) -> Cells:
+        number = np.cumsum(free) - 1  # of each free weight among them
+
+        def matrix(phase: int) -> sparse.csr_matrix:
+            uses = [(cell, number[weight]) for cell, weights in enumerate(cells)
+                    for weight in weights[phase] if free[weight]]
+            places = np.array(uses, dtype=np.int64).reshape(-1, 2).T
+            return sparse.csr_matrix((np.ones(len(uses)), places), (len(cells), int(free.sum())))
+
+        return cls(matrix(0), matrix(1))
+
+
+@dataclasses.dataclass(frozen=True)
+class Task:
+    """What stays the same through all passes of a fit."""
+
+    unit: float
+    target: Target
+    every: int  # so manieth game is held out
+    cells: Cells
+
+    def held_out(self, rows: store.Rows) -> np.ndarray:
+        return rows.game % self.every == self.every - 1
+
+
+def phase_shares(rows: store.Rows) -> np.ndarray:
+    """By how much a value grows with each centipawn of the middle-game and of the end-game sum."""
+    fade = (FADED_OUT - rows.clock) / FADED_OUT / FULL_PHASE
+    return np.stack([rows.phase * fade, rows.scale / FULL_SCALE * (FULL_PHASE - rows.phase) * fade], axis=1)
+
+
+def uses(rows: store.Rows, cells: Cells) -> sparse.csr_matrix:
+    """How often each row counts each cell."""
+    return sparse.csr_matrix((rows.count.astype(np.float64), rows.cell, rows.pointers),
+                             (len(rows.value), cells.mg.shape[0]))
+
+
+def moved(rows: store.Rows, cells: Cells, change: np.ndarray) -> np.ndarray:
     """The values once each free weight has changed by so much."""
-    return sample.value + sample.slopes @ change
+    by_cell = np.stack([cells.mg @ change, cells.eg @ change], axis=1)
+    return rows.value + (phase_shares(rows) * (uses(rows, cells) @ by_cell)).sum(axis=1)
+
+
+def step(rows: store.Rows, task: Task, change: np.ndarray) -> list[np.ndarray]:
+    """Of one block: how many positions are learned from and how many are held out; the sums of their losses, then
+    the gradient of the first sum."""
+    by_cell = np.stack([task.cells.mg @ change, task.cells.eg @ change], axis=1)
+    shares, used = phase_shares(rows), uses(rows, task.cells)
+    value = rows.value + (shares * (used @ by_cell)).sum(axis=1)
+    unseen = task.held_out(rows)
+    learned = task.target.learned(rows)
+    seen_losses = losses(value, learned, task.unit)[~unseen]
+    unseen_losses = losses(value, task.target.judged(rows), task.unit)[unseen]
+    error = np.where(unseen, 0.0, (expit(value / task.unit) - learned) / task.unit)
+    pull = used.T @ (shares * error[:, None])
+    gradient = task.cells.mg.T @ pull[:, 0] + task.cells.eg.T @ pull[:, 1]
+    return [np.array([len(seen_losses), len(unseen_losses)]),
+            np.array([seen_losses.sum(), unseen_losses.sum(), *gradient])]
+
+
+@dataclasses.dataclass(frozen=True)
+class Pass:
+    """One look at all positions, with some change of the weights."""
+
+    seen: int  # positions that are learned from
+    loss: float  # of these
+    held_out: float  # of the others
+    gradient: np.ndarray  # of the loss, by free weight
+
+    @classmethod
+    def of(cls, totals: list[np.ndarray]) -> Pass:
+        """From the sums over all blocks."""
+        (seen, unseen), (loss, held_out, *gradient) = (part.tolist() for part in totals)
+        return cls(seen, loss / seen, held_out / unseen, np.array(gradient) / seen)
+
+
+# --- what a fit has brought ---
+
+EDGE = 1000  # centipawns: values beyond count as this
+BIN = 50
+
+
+@dataclasses.dataclass(frozen=True)
+class Judgement:
+    """How well some weights predict the games that were held out."""
+
+    positions: np.ndarray  # by phase
+    losses: np.ndarray  # their sums
+    by_value: np.ndarray  # positions by value, in bins from -EDGE to EDGE
+    brought: np.ndarray  # what White had of them, their sums
+
+
+def judge(rows: store.Rows, task: Task, change: np.ndarray) -> list[np.ndarray]:
+    """The parts of two judgements that one block makes up: without the change, and with it."""
+    unseen = task.held_out(rows)
+    phase, brought = rows.phase[unseen], task.target.judged(rows)[unseen]
+    counts, sums = [np.bincount(phase, minlength=FULL_PHASE + 1)], []
+    for value in (rows.value[unseen], moved(rows, task.cells, change)[unseen]):
+        place = np.rint((np.clip(value, -EDGE, EDGE) + EDGE) / BIN).astype(np.int64)
+        counts.append(np.bincount(place, minlength=2 * EDGE // BIN + 1))
+        sums.append(np.bincount(phase, losses(value, brought, task.unit), FULL_PHASE + 1))
+        sums.append(np.bincount(place, brought, 2 * EDGE // BIN + 1))
+    return counts + sums
+
+
+def judged(totals: list[np.ndarray]) -> tuple[Judgement, Judgement]:
+    """From the sums over all blocks."""
+    phases, bins_before, bins_after, losses_before, brought_before, losses_after, brought_after = totals
+    return (Judgement(phases, losses_before, bins_before, brought_before),
+            Judgement(phases, losses_after, bins_after, brought_after))
+
+
+# --- the fit ---
 
 
 @dataclasses.dataclass
@@ -56,30 +236,29 @@ class EndedEarly(Exception):
     pass
 
 
-def fit(seen: Sample, unseen: Sample, unit: float, precision: np.ndarray, bounds: optimize.Bounds,
-        patience: int, tell: Callable[[int, float, float], None]) -> Fit:
-    """Lowers the loss on the one sample step by step, and keeps the step that is best on the other.
-    Ends when that has not become better for so many steps.  `tell` hears each step and its losses."""
-    count = len(seen.value)
-    backward = seen.slopes.T.tocsr()
+def fit(look: Callable[[np.ndarray], Pass], precision: np.ndarray, bounds: optimize.Bounds, patience: int) -> Fit:
+    """Lowers the loss step by step, and keeps the step that is best on the games held out.  Ends when that has not
+    become better for so many steps, or when `look`, which passes over all positions, raises `EndedEarly`."""
     start = np.zeros(len(precision))
-    best = Fit(start, losses(unseen.value, unseen.target, unit).mean(), 0)
+    latest = (start, look(start))  # L-BFGS-B asks for this one first
+    best = Fit(start, latest[1].held_out, 0)
     steps = 0
-    loss = 0.0
+
+    def at(change: np.ndarray) -> Pass:
+        nonlocal latest
+        if not np.array_equal(change, latest[0]):
+            latest = (change.copy(), look(change))
+        return latest[1]
 
     def loss_and_gradient(change: np.ndarray) -> tuple[float, np.ndarray]:
-        nonlocal loss
-        value = moved(seen, change)
-        loss = losses(value, seen.target, unit).mean()
-        error = (expit(value / unit) - seen.target) / (unit * count)
-        pull = precision @ change / count
-        return loss + 0.5 * pull @ change, backward @ error + pull
+        found = at(change)
+        pull = (precision * change).sum(axis=1) / found.seen
+        return found.loss + 0.5 * float((pull * change).sum()), found.gradient + pull
 
-    def look(change: np.ndarray) -> None:
+    def judge(change: np.ndarray) -> None:
         nonlocal best, steps
         steps += 1
-        held_out = losses(moved(unseen, change), unseen.target, unit).mean()
-        tell(steps, loss, held_out)
+        held_out = at(change).held_out
         if held_out < best.held_out:
             best = Fit(change.copy(), held_out, steps)
         elif steps - best.steps >= patience:
@@ -87,7 +266,7 @@ def fit(seen: Sample, unseen: Sample, unit: float, precision: np.ndarray, bounds
 
     try:
         optimize.minimize(loss_and_gradient, start, jac=True, method="L-BFGS-B", bounds=bounds,
-                          callback=look, options={"maxiter": 1000, "ftol": 1e-11, "gtol": 1e-10})
+                          callback=judge, options={"maxiter": 1000, "ftol": 1e-11, "gtol": 1e-10})
     except EndedEarly:
         pass
     return best

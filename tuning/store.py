@@ -22,7 +22,6 @@ import numpy as np
 
 FORMAT = 1
 MAGIC = b"MRVROWS\0"
-BLOCK_ROWS = 65536  # of every block but the last
 NO_SCORE = -32768
 
 FILE_HEADER = struct.Struct("<8sII")  # magic, format, rows of a full block
@@ -61,8 +60,8 @@ class Rows:
     white: np.ndarray  # whether White is to move
     game: np.ndarray  # number of its game in the store
     pointers: np.ndarray  # cells of row i: from pointers[i] to pointers[i + 1] in the next two
-    cell: np.ndarray  # increasing within a row
-    count: np.ndarray  # White's uses less Black's, never 0
+    cell: np.ndarray  # never decreasing within a row
+    count: np.ndarray  # 1 if White uses it, -1 if Black does, 0 where there is only a step; several uses stand apart
 
 
 @dataclasses.dataclass(frozen=True)
@@ -128,30 +127,11 @@ class Block:
 
 def decode(length: np.ndarray, entries: np.ndarray) -> tuple[np.ndarray, np.ndarray, np.ndarray]:
     """Pointers, cells and counts of rows with entries of these lengths."""
-    walked = np.cumsum(STEPS[entries], dtype=np.int32)
-    ends = np.cumsum(length, dtype=np.int64)
-    starts = ends - length
-    before = np.where(starts > 0, walked[np.maximum(starts, 1) - 1] if len(walked) else 0, 0).astype(np.int32)
-    cell = walked - np.repeat(before, length)
-    uses = USES[entries]
-    used = uses != 0
-    if not used.all():
-        ends = np.concatenate(([0], np.cumsum(used)))[ends]
-        cell, uses = cell[used], uses[used]
-
-    # Several uses of a cell, one after another, are one count.
-    fresh = np.ones(len(cell), bool)
-    np.not_equal(cell[1:], cell[:-1], out=fresh[1:])
-    fresh[ends[:-1][ends[:-1] < len(cell)]] = True
-    first = np.flatnonzero(fresh)
-    count = np.add.reduceat(uses, first, dtype=np.int8) if len(first) else uses
-    pointers = np.concatenate(([0], np.searchsorted(first, ends))).astype(np.int32)
-    cell = cell[first]
-    kept = count != 0
-    if not kept.all():
-        pointers = np.concatenate(([0], np.cumsum(kept))).astype(np.int32)[pointers]
-        cell, count = cell[kept], count[kept]
-    return pointers, cell, count
+    pointers = np.zeros(len(length) + 1, np.int32)
+    np.cumsum(length, out=pointers[1:])
+    walked = np.zeros(len(entries) + 1, np.int32)
+    np.cumsum(STEPS[entries], out=walked[1:])
+    return pointers, walked[1:] - np.repeat(walked[pointers[:-1]], length), USES[entries]
 
 
 def block_bytes(rows: int, entries: int) -> int:
@@ -171,6 +151,7 @@ class Store:
 
     def __init__(self, path: str, described: dict[str, Any]) -> None:
         self.path = path
+        self.digest = hashlib.sha256(json.dumps(described, sort_keys=True).encode()).hexdigest()
         self.revision: str = described["engine"]["revision"]
         self.listing_text: str = described["engine"]["listing"]
         self.listing = listing.parse(self.listing_text)
@@ -222,7 +203,8 @@ def find_blocks(segment: Segment, row: int, game: int, cells: int) -> list[Block
         if os.fstat(file.fileno()).st_size != segment.bytes:
             raise Bad(f"{segment.path}: damaged: not the {segment.bytes} bytes that were written")
         header = file.read(FILE_HEADER.size)
-        if header != FILE_HEADER.pack(MAGIC, FORMAT, BLOCK_ROWS):
+        magic, kind, full = FILE_HEADER.unpack(header.ljust(FILE_HEADER.size, b"\0"))
+        if magic != MAGIC or kind != FORMAT or full == 0:
             raise Bad(f"{segment.path}: not a file of rows of format {FORMAT}")
         offset = FILE_HEADER.size
         rows = games = 0
@@ -232,7 +214,7 @@ def find_blocks(segment: Segment, row: int, game: int, cells: int) -> list[Block
             if len(header) < BLOCK_HEADER.size:
                 raise bad
             size, entries, crc, before, begun, zero = BLOCK_HEADER.unpack(header)
-            if rows % BLOCK_ROWS or not 0 < size <= BLOCK_ROWS or before != games or zero:
+            if rows % full or not 0 < size <= full or before != games or zero:
                 raise bad
             blocks.append(Block(segment, offset, size, entries, crc, row + rows, game + games, begun, cells))
             rows += size

@@ -60,22 +60,22 @@ def block(rows: list[Row], games_before: int) -> bytes:
                        sum(row.first for row in rows), 0) + body
 
 
-def segment(rows: list[Row]) -> bytes:
-    out = struct.pack("<8sII", b"MRVROWS\0", 1, BLOCK_ROWS)
-    for start in range(0, len(rows), BLOCK_ROWS):
-        out += block(rows[start : start + BLOCK_ROWS], sum(row.first for row in rows[:start]))
+def segment(rows: list[Row], full: int = BLOCK_ROWS) -> bytes:
+    out = struct.pack("<8sII", b"MRVROWS\0", 1, full)
+    for start in range(0, len(rows), full):
+        out += block(rows[start : start + full], sum(row.first for row in rows[:start]))
     return out
 
 
 def write(folder: str, listing: str, cells: list[list[list[int]]], sources: list[list[Row]],
-          revision: str = "0123456789ab") -> dict[str, Any]:
-    """Makes a store with a segment for each source, and returns what store.json says."""
+          revision: str = "0123456789ab", full: int = BLOCK_ROWS) -> dict[str, Any]:
+    """Makes a store with a segment for each source, in blocks of so many rows, and returns what store.json says."""
     os.makedirs(os.path.join(folder, "segments"))
     described: dict[str, Any] = {"format": 1, "engine": {"revision": revision, "listing": listing},
                                  "cells": cells, "segments": []}
     for number, rows in enumerate(sources, 1):
         name = f"segments/{number:05}.rows"
-        data = segment(rows)
+        data = segment(rows, full)
         with open(os.path.join(folder, name), "wb") as file:
             file.write(data)
         described["segments"].append({
