@@ -22,5 +22,6 @@ def draw(axes: plt.Axes, cells: np.ndarray, strongest: float, title: str) -> Non
     axes.set_xticks(range(8), "abcdefgh", fontsize=6)
     axes.set_yticks(range(8), "87654321", fontsize=6)
     axes.tick_params(length=0)
+    axes.grid(False)
     for spine in axes.spines.values():
         spine.set_visible(False)

@@ -202,24 +202,31 @@ class Judgement:
     brought: np.ndarray  # what White had of them, their sums
 
 
+@dataclasses.dataclass(frozen=True)
+class Judgements:
+    before: Judgement  # the weights as they are
+    after: Judgement
+    scores: Judgement  # the scores of the searches, in the place of values
+
+
 def judge(rows: store.Rows, task: Task, change: np.ndarray) -> list[np.ndarray]:
-    """The parts of two judgements that one block makes up: without the change, and with it."""
+    """The parts of `Judgements` that one block makes up."""
     unseen = task.held_out(rows)
     phase, brought = rows.phase[unseen], task.target.judged(rows)[unseen]
     counts, sums = [np.bincount(phase, minlength=FULL_PHASE + 1)], []
-    for value in (rows.value[unseen], moved(rows, task.cells, change)[unseen]):
-        place = np.rint((np.clip(value, -EDGE, EDGE) + EDGE) / BIN).astype(np.int64)
+    for value in (rows.value[unseen], moved(rows, task.cells, change)[unseen], rows.score[unseen]):
+        place = np.rint((np.clip(value, -EDGE, EDGE) + float(EDGE)) / BIN).astype(np.int64)
         counts.append(np.bincount(place, minlength=2 * EDGE // BIN + 1))
         sums.append(np.bincount(phase, losses(value, brought, task.unit), FULL_PHASE + 1))
         sums.append(np.bincount(place, brought, 2 * EDGE // BIN + 1))
     return counts + sums
 
 
-def judged(totals: list[np.ndarray]) -> tuple[Judgement, Judgement]:
+def judged(totals: list[np.ndarray]) -> Judgements:
     """From the sums over all blocks."""
-    phases, bins_before, bins_after, losses_before, brought_before, losses_after, brought_after = totals
-    return (Judgement(phases, losses_before, bins_before, brought_before),
-            Judgement(phases, losses_after, bins_after, brought_after))
+    phases, *bins = totals[:4]
+    return Judgements(*(Judgement(phases, totals[4 + 2 * number], bins[number], totals[5 + 2 * number])
+                        for number in range(3)))
 
 
 # --- the fit ---

@@ -21,6 +21,7 @@ import matplotlib.pyplot as plt  # noqa: E402
 
 MARK = "Written by tuning/fit"
 FEW = 100  # positions: a share of fewer is not drawn
+FAINT = 5.0  # centipawns: lesser changes are drawn in pale colours
 
 PAGE = """\
 <!doctype html>
@@ -48,9 +49,7 @@ class Told:
     positions: store.Store
     fitted: listing.Listing
     passes: dict[str, list[model.Pass]]  # by spread
-    before: model.Judgement
-    after: model.Judgement
-    survey: model.Survey
+    judgements: model.Judgements
     task: model.Task
 
 
@@ -93,33 +92,45 @@ def by_pass(told: Told) -> str:
         low, high = np.percentile([getattr(each, name) for passes in told.passes.values() for each in passes], [0, 90])
         side.set_ylim(low - 0.1 * (high - low) - 1e-9, high + 0.5 * (high - low) + 1e-9)  # line searches leap
         side.set(title=f"loss by pass: games {what}", xlabel="pass over all positions")
+        side.xaxis.get_major_locator().set_params(integer=True)
         side.legend(title="spread")
     return svg(figure)
 
 
 def by_phase(told: Told) -> str:
+    before, after = told.judgements.before, told.judgements.after
     figure, axes = plt.subplots(1, 2, figsize=(10, 3.6), layout="constrained")
-    there = np.flatnonzero(told.before.positions)
-    count = told.before.positions[there]
-    for judgement, name in ((told.before, "before"), (told.after, "after")):
+    there = np.flatnonzero(before.positions)
+    count = before.positions[there]
+    for judgement, name in ((before, "before"), (after, "after")):
         axes[0].plot(there, judgement.losses[there] / count, ".-", label=name)
     axes[0].set(title="loss by phase, games held out", xlabel="phase (24: all pieces on the board)")
     axes[0].legend()
-    axes[1].bar(there, (told.after.losses - told.before.losses)[there] / count)
+    axes[1].bar(there, (after.losses - before.losses)[there] / count)
     axes[1].set(title="its change", xlabel="phase")
     return svg(figure)
 
 
-def calibration(told: Told) -> str:
-    """What White had of positions by their value, beside what the unit lets expect."""
-    figure, axes = plt.subplots(figsize=(6, 4), layout="constrained")
+def draw_calibration(axes: plt.Axes, title: str, unit: float, judgements: dict[str, model.Judgement]) -> None:
+    """What White had of positions, beside what the unit lets expect."""
     value = np.arange(-model.EDGE, model.EDGE + 1, model.BIN)
-    axes.plot(value, model.expit(value / told.task.unit), color="grey", label="expected")
-    for judgement, name in ((told.before, "before"), (told.after, "after")):
+    axes.plot(value, model.expit(value / unit), color="grey", label=f"expected, unit {unit:.0f}")
+    for name, judgement in judgements.items():
         known = judgement.by_value >= FEW
         axes.plot(value[known], judgement.brought[known] / judgement.by_value[known], ".", label=name)
-    axes.set(title="White's share of the point by value, games held out", xlabel="centipawns", ylim=(0, 1))
+    axes.set(title=title, xlabel="centipawns", ylim=(0, 1))
     axes.legend()
+
+
+def calibration(told: Told) -> str:
+    judgements, target = told.judgements, told.task.target
+    figure, axes = plt.subplots(1, 2, figsize=(10, 4), layout="constrained")
+    draw_calibration(axes[0], "White's share of the point by evaluation, games held out", told.task.unit,
+                     {"before": judgements.before, "after": judgements.after})
+    if target.score_unit:
+        draw_calibration(axes[1], "by the search's score", target.score_unit, {"score": judgements.scores})
+    else:
+        axes[1].set_axis_off()  # the data may be without
     return svg(figure)
 
 
@@ -127,7 +138,7 @@ def changes(told: Told) -> str:
     figure, axes = plt.subplots(2, 4, figsize=(12, 6.4), layout="constrained")
     for place, (title, block) in enumerate(boards.TABLES):
         cells = (told.fitted.block(block, 64) - told.positions.listing.block(block, 64)).reshape(8, 8)
-        boards.draw(axes.flat[place], cells, max(float(np.abs(cells).max()), 1.0), title)
+        boards.draw(axes.flat[place], cells, max(float(np.abs(cells).max()), FAINT), title)
     return svg(figure)
 
 

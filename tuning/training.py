@@ -143,8 +143,9 @@ def fit_spreads(spreads: list[prior.Spread], names: list[str], looks: Looks, bou
 # --- telling ---
 
 
-def print_losses(before: model.Judgement, after: model.Judgement) -> None:
+def print_losses(judgements: model.Judgements) -> None:
     """The loss on games that were held out, by phase."""
+    before, after = judgements.before, judgements.after
     print("held out, phase   positions    before     after")
     for low, high in (*BANDS, (0, model.FULL_PHASE)):
         band = slice(low, high + 1)
@@ -209,8 +210,8 @@ def learn(options: argparse.Namespace, workers: team.Team, choice: listing.Choic
     if not found.steps:
         say("no step was better on the held-out games: the weights are unchanged; more games are needed")
     change = np.rint(found.change)
-    before, after = model.judged(workers.total(model.judge, task, change))
-    print_losses(before, after)
+    judgements = model.judged(workers.total(model.judge, task, change))
+    print_losses(judgements)
 
     values = weights.values.copy()
     values[choice.free] += change.astype(np.int64)
@@ -220,8 +221,7 @@ def learn(options: argparse.Namespace, workers: team.Team, choice: listing.Choic
         write(options.tables, tables.source(fitted))
     if options.report:
         import report  # noqa: PLC0415: only this needs matplotlib
-        write(options.report, report.page(report.Told(
-            options, positions, fitted, looks.history, before, after, surveyed, task)))
+        write(options.report, report.page(report.Told(options, positions, fitted, looks.history, judgements, task)))
     if looks.ended_at_most:
         say(f"{kept.path} stays: the same command with more --passes goes on")
     else:
