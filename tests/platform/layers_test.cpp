@@ -21,8 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string> kLayers = {"platform", "base",  "params", "board",    "eval",
-                                          "search",   "tools", "uci",    "variants", "web"};
+const std::vector<std::string> kLayers = {"platform", "base",     "params", "board",
+                                          "eval",     "search",   "tools",  "uci",
+                                          "pack",     "variants", "web"};
 
 /// Place of a layer from the bottom, -1 if there is no such layer.
 std::ptrdiff_t heightOf(const std::string& layer) {
