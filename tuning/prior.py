@@ -7,6 +7,7 @@ and a table in which they hang together needs far fewer games."""
 from __future__ import annotations
 
 import dataclasses
+import math
 import re
 
 import numpy as np
@@ -26,7 +27,7 @@ class Spread:
             together, alone = map(float, text.split(":"))
         except ValueError:
             together = alone = -1
-        if together < 0 or alone <= 0:
+        if not (math.isfinite(together + alone) and together >= 0 and alone > 0):
             raise ValueError(f"not a spread, TOGETHER:ALONE: {text}")
         return cls(together, alone)
 

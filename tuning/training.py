@@ -34,8 +34,10 @@ def faults_in_a_line() -> Iterator[None]:
     """Around the reading of files and of what programs print: what is wrong with them is a line."""
     try:
         yield
-    except (OSError, ValueError) as error:
+    except ValueError as error:
         commandline.refuse(str(error))
+    except OSError as error:
+        commandline.refuse(f"{error.filename}: {error.strerror}" if error.filename else str(error))
     except subprocess.CalledProcessError as error:
         commandline.refuse(f"{' '.join(error.cmd)} has failed with status {error.returncode}")
     except team.Lost as reason:
@@ -102,7 +104,10 @@ class Looks:
         what = f"spread {spread}, pass {len(before) + 1}"
         if found is None:
             found = self.look(what, change)
-            self.kept.add(spread, change, found)
+            try:
+                self.kept.add(spread, change, found)
+            except OSError as error:
+                raise team.Lost(f"{self.kept.path} cannot be written: {error.strerror}") from None
         before.append(found)
         progress.line(f"{what}: loss {found.loss:.6f}, held out {found.held_out:.6f}{self.remaining(before)}")
         return found
@@ -157,9 +162,14 @@ def print_losses(judgements: model.Judgements) -> None:
 def write(path: str, text: str) -> None:
     """A new file takes the place of the old one when it is whole."""
     part = f"{path}.part"
-    with open(part, "w", encoding="utf-8") as file:
-        file.write(text)
-    os.replace(part, path)
+    try:
+        with open(part, "w", encoding="utf-8") as file:
+            file.write(text)
+        os.replace(part, path)
+    except OSError as error:
+        with contextlib.suppress(OSError):
+            os.remove(part)
+        raise team.Lost(f"{path} cannot be written: {error.strerror}") from None
     say(f"{path} is written")
 
 
@@ -196,11 +206,10 @@ def bounds_of(choice: listing.Choice, weights: listing.Listing) -> optimize.Boun
                            np.maximum(choice.high[choice.free] - present, 0))
 
 
-def learn(options: argparse.Namespace, workers: team.Team, choice: listing.Choice,
-          spreads: list[prior.Spread]) -> None:
+def learn(options: argparse.Namespace, workers: team.Team, choice: listing.Choice, spreads: list[prior.Spread],
+          kept: journal.Journal) -> None:
     positions = workers.positions
     weights = positions.listing
-    kept = journal.Journal(f"{options.listing}.journal", what_decides(options, positions))
     surveyed = survey(options, workers)
     unit, target = find_target(options, surveyed)
     task = model.Task(unit, target, options.held_out, model.Cells.of(positions.cells, choice.free))
@@ -239,9 +248,10 @@ def lead(options: argparse.Namespace, workers: team.Team) -> None:
     spreads = [prior.Spread.parse(text) for text in options.spread.split(",")]
     choice = listing.read_choice(options.choice, positions.listing.names)
     check(options, positions)
+    kept = journal.Journal(f"{options.listing}.journal", what_decides(options, positions))
     say(f"{positions.rows} positions of {positions.games} games;"
         f" {choice.free.sum()} of {len(choice.free)} weights are to move")
-    learn(options, workers, choice, spreads)
+    learn(options, workers, choice, spreads, kept)
 
 
 def run(options: argparse.Namespace) -> None:

@@ -89,3 +89,40 @@ def write(folder: str, listing: str, cells: list[list[list[int]]], sources: list
 def describe(folder: str, described: Any) -> None:
     with open(os.path.join(folder, "store.json"), "w", encoding="ascii") as file:
         json.dump(described, file)
+
+
+def cut(folder: str, full: int) -> None:
+    """Cuts the segments of a store into blocks of so many rows: as a program with smaller blocks would write it."""
+    with open(os.path.join(folder, "store.json"), encoding="utf-8") as file:
+        described = json.load(file)
+    for entry in described["segments"]:
+        path = os.path.join(folder, entry["file"])
+        with open(path, "rb") as file:
+            data = cut_segment(file.read(), full)
+        with open(path, "wb") as file:
+            file.write(data)
+        entry.update(bytes=len(data), sha256=hashlib.sha256(data).hexdigest())
+    describe(folder, described)
+
+
+def cut_segment(data: bytes, full: int) -> bytes:
+    rows, size, _, _, _, _ = struct.unpack_from("<6I", data, 16)
+    body = data[40:]
+    assert len(body) == (14 * rows + size + 7) // 8 * 8, "more than one block"
+    columns = [body[2 * rows * i : 2 * rows * (i + 1)] for i in range(5)]
+    columns += [body[10 * rows + rows * i :][:rows] for i in range(4)]
+    lengths = struct.unpack(f"<{rows}H", columns[4])
+    out = struct.pack("<8sII", b"MRVROWS\0", 1, full)
+    place = 14 * rows
+    games = 0
+    for first in range(0, rows, full):
+        last = min(first + full, rows)
+        used = sum(lengths[first:last])
+        part = b"".join(column[first * (len(column) // rows) : last * (len(column) // rows)] for column in columns)
+        part += body[place : place + used]
+        place += used
+        part += bytes(-len(part) % 8)
+        begun = sum(flags >> 3 for flags in columns[8][first:last])
+        out += struct.pack("<6I", last - first, used, zlib.crc32(part), games, begun, 0) + part
+        games += begun
+    return out

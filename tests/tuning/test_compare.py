@@ -6,7 +6,9 @@ import os
 import re
 import subprocess
 import unittest
+from collections import Counter
 
+import elo
 from client import FolderTest, engine_path
 from library import RULES, install
 
@@ -160,6 +162,32 @@ class Compare(FolderTest):
         status, said = self.compare(self.mock("mock", "exit"), engine_path(), [MATE_IN_1] * 4, "--jobs", "1")
         self.assertEqual((status, said.splitlines()[0], said.splitlines()[-1]),
                          (1, f"compare: {self.path('mock')} has ended", "no pair was played"))
+
+
+class Elo(unittest.TestCase):
+    def test_of_a_score(self) -> None:
+        score = elo.Score(Counter({0: 10, 0.5: 20, 1: 40, 1.5: 20, 2: 10}))
+        self.assertEqual((score.count(), score.share()), (100, 0.5))
+        value, low, high = score.interval()
+        self.assertEqual(value, 0)
+        self.assertAlmostEqual(-low, high)
+        # The deviation of a pair is the root of (2 * 10 * 0.25 + 2 * 20 * 0.0625) / 100.
+        self.assertAlmostEqual(elo.expected(high) - 0.5, 1.96 * (0.075 / 100) ** 0.5)
+
+    def test_of_75_percent_is_191(self) -> None:
+        self.assertAlmostEqual(elo.difference(0.75), 190.85, places=2)
+
+    def test_sequential_verdict(self) -> None:
+        strong = elo.Score(Counter({0.5: 10, 1: 50, 1.5: 90}))
+        self.assertEqual(elo.verdict(strong.likelihood_ratio(0, 10)), "high")
+        weak = elo.Score(Counter({1.5: 10, 1: 50, 0.5: 90}))
+        self.assertEqual(elo.verdict(weak.likelihood_ratio(0, 10)), "low")
+        even = elo.Score(Counter({0.5: 5, 1: 10, 1.5: 5}))
+        self.assertIsNone(elo.verdict(even.likelihood_ratio(0, 10)))
+
+    def test_sequential_verdict_on_pairs_that_are_all_alike(self) -> None:
+        for pairs, verdict in ((2, None), (20, "high")):
+            self.assertEqual(elo.verdict(elo.Score(Counter({2: pairs})).likelihood_ratio(0, 100)), verdict)
 
 
 if __name__ == "__main__":

@@ -1,458 +1,358 @@
-"""The fit of weights to games: what it reads, what it finds, what it leaves alone, what it writes."""
+"""The program tuning/fit: what it finds, what it leaves alone, what it writes, and how it goes on."""
 
 from __future__ import annotations
 
+import json
 import os
-import random
 import re
 import shutil
 import signal
 import subprocess
-import sys
 import tempfile
 import time
 import unittest
-from collections import Counter
+from typing import ClassVar
 
-from client import FolderTest, run_mode
+from client import DEADLINE, FolderTest, engine_path, run_mode
 
 try:
-    import elo
-    import journal
     import listing
-    import model
     import numpy as np
-    import prior
-    import store
     import storewriter
     import tables
-    import team
-    from scipy import optimize
+    import training  # noqa: F401: needs scipy
 except ImportError as error:
     raise unittest.SkipTest(f"{error}") from None
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 TUNING = os.path.join(ROOT, "tuning")
 SQUARES = os.path.join(TUNING, "squares.txt")
+QUICK = ("--spread", "1:1", "--patience", "1")
 
 
 def built_in() -> listing.Listing:
     return listing.parse(run_mode("tuneparams").stdout.decode())
 
 
-class Listings(unittest.TestCase):
-    def test_are_written_as_the_engine_prints_them(self) -> None:
-        text = run_mode("tuneparams").stdout.decode()
-        self.assertEqual(listing.parse(text).text(), text)
+class FitTest(FolderTest):
+    """Games, in a store of many small blocks."""
 
-    def test_that_are_none_are_refused_by_the_name_of_the_file(self) -> None:
-        with tempfile.NamedTemporaryFile() as file:
-            file.write("Морване\n".encode())
-            file.flush()
-            with self.assertRaisesRegex(ValueError, f"^{re.escape(file.name)}: no listing of 0 weights"):
-                listing.read(file.name)
+    GAMES = ("games=60", "nodes=200", "seed=5", "skipcheck=0", "skipquiet=0", "evalcap=32000")
+    data: ClassVar[str]  # of all these tests
+    folder_of_all: ClassVar[tempfile.TemporaryDirectory]
 
-    def test_that_are_none_are_refused(self) -> None:
-        text = run_mode("tuneparams").stdout.decode()
-        for broken in ("", text[:-12], text.replace("1082", "1083"), text.replace("\n7 ", "\n8 "),
-                       text.replace("matMg_P 93", "matMg_P 9.3"), text + "1082 more 1\n"):
-            with self.subTest(broken[-30:]), self.assertRaises(ValueError):
-                listing.parse(broken)
-
-
-class Choices(FolderTest):
-    NAMES = ["a_0", "a_1", "a_2", "a_12", "b"]
-
-    def choice(self, rules: str) -> listing.Choice:
-        return listing.read_choice(self.write("rules", rules.encode()), self.NAMES)
-
-    def test_later_rules_win(self) -> None:
-        self.assertEqual(self.choice("fit *\nkeep a_*\nfit a_1-2 # both").free.tolist(),
-                         [False, True, True, False, True])
-
-    def test_bounds(self) -> None:
-        choice = self.choice("fit a_*\nat most -3 a_0-1\nat least -20 a_?\n")
-        self.assertEqual(choice.high.tolist(), [-3, -3, np.inf, np.inf, np.inf])
-        self.assertEqual(choice.low.tolist(), [-20, -20, -20, -np.inf, -np.inf])
-
-    def test_what_is_no_rule_is_refused(self) -> None:
-        for rules in ("", "keep *", "fit c", "fit a_2-3", "fit", "fits b", "at most b", "fit b b"):
-            with self.subTest(rules), self.assertRaises(ValueError):
-                self.choice(rules)
-
-    def test_the_open_cells_of_the_placement_tables(self) -> None:
-        weights = built_in()
-        choice = listing.read_choice(SQUARES, weights.names)
-        free = [weights.names[index] for index in np.flatnonzero(choice.free)]
-        self.assertEqual(Counter(name.rstrip("0123456789") for name in free), {
-            "pstMg_P_": 32, "pstMg_N_": 60, "pstMg_B_": 64, "pstMg_R_": 64, "pstMg_Q_": 64,
-            "pstMg_K_": 48, "pawnEg_": 32, "kingEg_": 52})
-        inside = (weights.values >= choice.low) & (weights.values <= choice.high)
-        self.assertTrue(inside[choice.free].all())
-
-
-class Tables(unittest.TestCase):
-    def test_of_the_engine_are_those_that_the_program_writes(self) -> None:
-        with open(f"{ROOT}/src/params/square_tables.h", encoding="ascii") as file:
-            self.assertEqual(tables.source(built_in()), file.read())
-
-    def test_with_end_game_placement_of_their_own(self) -> None:
-        weights = built_in()
-        weights.values[weights.index("pstEgDelta_R_63")] = -1234
-        text = tables.source(weights)
-        self.assertRegex(text, r"kPstEgDelta\[kPieces\]\[kSquares\] = \{\n +\{ // pawn\n")
-        self.assertEqual(text.count("-1234"), 1)
-
-
-
-
-
-class Positions(unittest.TestCase):
-    """What is computed of the positions of a block."""
-
-    CELLS = [[[0], [1]], [[1], []], [[], [2]], [[3], [3, 0]]]  # in the middle game, in the end game
-
-    def rows(self, count: int, seed: int) -> store.Rows:
-        chance = np.random.default_rng(seed)
-        lengths = chance.integers(0, 6, count)
-        return store.Rows(
-            value=chance.integers(-400, 400, count).astype(np.int16),
-            score=chance.integers(-400, 400, count).astype(np.int16),
-            base_mg=np.zeros(count, np.int16), base_eg=np.zeros(count, np.int16),
-            phase=chance.integers(0, 25, count).astype(np.uint8),
-            scale=chance.integers(0, 65, count).astype(np.uint8),
-            clock=chance.integers(0, 101, count).astype(np.uint8),
-            result=chance.integers(0, 3, count) / 2, white=np.ones(count, bool),
-            game=np.cumsum(chance.random(count) < 0.2),
-            pointers=np.concatenate(([0], np.cumsum(lengths))).astype(np.int32),
-            cell=chance.integers(0, len(self.CELLS), lengths.sum()).astype(np.int32),
-            count=chance.integers(-1, 2, lengths.sum()).astype(np.int8))
-
-    def task(self, target: model.Target = model.Target(0.5, 150.0, False)) -> model.Task:
-        return model.Task(200.0, target, 3, model.Cells.of(self.CELLS, np.array([True, True, False, True])))
-
-    def test_values_move_as_the_engine_blends_them(self) -> None:
-        rows, change = self.rows(500, 1), np.array([7.0, -3.0, 5.0])
-        by_weight = [7.0, -3.0, 0.0, 5.0]
-        found = model.moved(rows, self.task().cells, change)
-        for row in range(500):
-            place = slice(rows.pointers[row], rows.pointers[row + 1])
-            used = list(zip(rows.cell[place].tolist(), rows.count[place].tolist()))
-            mg, eg = (sum(count * by_weight[weight] for cell, count in used for weight in self.CELLS[cell][side])
-                      for side in (0, 1))
-            phase, scale = int(rows.phase[row]), int(rows.scale[row])
-            blended = (phase * mg + scale * eg / 64 * (24 - phase)) / 24 * (200 - int(rows.clock[row])) / 200
-            self.assertAlmostEqual(found[row], rows.value[row] + blended)
-
-    def test_the_gradient_is_that_of_the_loss(self) -> None:
-        rows = self.rows(3000, 2)
-        for target in (model.Target(0.5, 150.0, False), model.Target(0, None, False), model.Target(0, 150.0, True)):
-            task, at = self.task(target), np.array([10.0, -20.0, 5.0])
-            gradient = model.Pass.of(model.step(rows, task, at)).gradient
-            for weight, slope in enumerate(gradient):
-                little = np.eye(3)[weight] * 0.01
-                up, down = (model.Pass.of(model.step(rows, task, at + step)).loss for step in (little, -little))
-                self.assertAlmostEqual((up - down) / 0.02, slope, places=9)
-                self.assertGreater(abs(slope), 1e-6)
-
-    def test_losses_are_of_the_games_that_they_say(self) -> None:
-        rows, task = self.rows(2000, 3), self.task()
-        found = model.Pass.of(model.step(rows, task, np.zeros(3)))
-        unseen = rows.game % 3 == 2
-        learned = (rows.result + model.expit(rows.score / 150)) / 2
-        self.assertEqual(found.seen, (~unseen).sum())
-        self.assertAlmostEqual(found.loss, model.losses(rows.value, learned, 200.0)[~unseen].mean())
-        self.assertAlmostEqual(found.held_out, model.losses(rows.value, rows.result, 200.0)[unseen].mean())
-
-    def test_the_survey_finds_the_units(self) -> None:
-        """Those that a search over the positions themselves finds."""
-        rows = self.rows(4000, 4)
-        rows.result = (np.random.default_rng(5).random(4000) < model.expit(rows.value / 180)) * 1.0
-        found = model.surveyed(model.survey(rows, 150.0))
-        self.assertAlmostEqual(found.expected_by_value, (model.expit(rows.score / 150) * rows.value).sum(), places=6)
-        for counts, products, numbers in ((found.values, found.result_by_value, rows.value),
-                                          (found.scores, found.result_by_score, rows.score)):
-            plain = optimize.minimize_scalar(lambda unit, numbers=numbers: model.losses(
-                numbers, rows.result, unit).mean(), bounds=model.UNITS, method="bounded")
-            self.assertAlmostEqual(model.fit_unit(counts, products) / plain.x, 1, places=3)
-
-    def test_judgements(self) -> None:
-        rows, task, change = self.rows(3000, 6), self.task(), np.array([30.0, 0.0, -40.0])
-        unseen = rows.game % 3 == 2
-        found = model.judged(model.judge(rows, task, change))
-        for judgement, value in ((found.before, rows.value), (found.after, model.moved(rows, task.cells, change)),
-                                 (found.scores, rows.score)):
-            self.assertEqual(judgement.positions.tolist(), np.bincount(rows.phase[unseen], minlength=25).tolist())
-            loss = model.losses(value, rows.result, 200.0)
-            self.assertAlmostEqual(judgement.losses[7], loss[unseen & (rows.phase == 7)].sum())
-            near = unseen & (np.rint(value / model.BIN) == 2)
-            self.assertEqual(judgement.by_value[model.EDGE // model.BIN + 2], near.sum())
-            self.assertAlmostEqual(judgement.brought[model.EDGE // model.BIN + 2], rows.result[near].sum())
-
-
-class Model(unittest.TestCase):
-    """On positions that are made up from weights that are known."""
-
-    PLANTED = np.array([40.0, -25.0, 0.0, 10.0])
-    UNIT = 180.0
-    FREE = optimize.Bounds(-np.inf, np.inf)
-    TASK = model.Task(UNIT, model.Target(0, None, False), 2,
-                      model.Cells.of([[[weight], []] for weight in range(4)], np.ones(4, bool)))
-
-    def rows(self, count: int) -> store.Rows:
-        """Half of them are held out."""
-        chance = np.random.default_rng(1)
-        uses = chance.integers(-2, 3, (count, 4))
-        value = chance.normal(0, 150, count).astype(np.int16)
-        expected = model.expit((value + uses @ self.PLANTED) / self.UNIT)
-        none = np.zeros(count, np.uint8)
-        return store.Rows(value=value, score=none, base_mg=none, base_eg=none, phase=none + np.uint8(24), scale=none,
-                          clock=none, result=(chance.random(count) < expected).astype(float), white=none,
-                          game=np.arange(count), pointers=np.arange(0, 4 * count + 1, 4, dtype=np.int32),
-                          cell=np.tile(np.arange(4, dtype=np.int32), count), count=uses.ravel().astype(np.int8))
-
-    def fit(self, spread: float = 1e6, bounds: optimize.Bounds = FREE, count: int = 400_000) -> np.ndarray:
-        rows = self.rows(count)
-        return model.fit(lambda change: model.Pass.of(model.step(rows, self.TASK, change)), np.eye(4) / spread**2,
-                         bounds, 10).change
-
-    def test_finds_what_was_planted(self) -> None:
-        self.assertLess(np.abs(self.fit() - self.PLANTED).max(), 1.5)
-
-    def test_keeps_bounds(self) -> None:
-        change = self.fit(bounds=optimize.Bounds([-np.inf, -5, 0, 0], [20, np.inf, 0, 0]))
-        self.assertEqual(change.round(3).tolist(), [20, -5, 0, 0])
-
-    def test_a_narrow_spread_holds_the_weights(self) -> None:
-        self.assertLess(np.abs(self.fit(spread=1e-3)).max(), 1e-2)
-        held, free = (np.abs(self.fit(spread, count=4_000)).sum() for spread in (5.0, 1e6))
-        self.assertLess(held, free)
-
-    def test_ends_where_nothing_helps(self) -> None:
-        rows = self.rows(50_000)
-        looks = []
-
-        def look(change: np.ndarray) -> model.Pass:
-            found = model.Pass.of(model.step(rows, self.TASK, change))
-            looks.append(change)
-            return model.Pass(found.seen, found.loss, found.loss, found.gradient)  # judged by what it sees
-
-        found = model.fit(look, np.zeros((4, 4)), self.FREE, 10)
-        self.assertEqual(len({look.tobytes() for look in looks}), len(looks), "a pass was made twice")
-        for step in np.eye(4):
-            for sign in (-3, 3):
-                there = model.Pass.of(model.step(rows, self.TASK, found.change + sign * step))
-                self.assertGreater(there.loss, found.held_out)
-
-    def test_ends_when_it_is_told_to(self) -> None:
-        rows = self.rows(1000)
-        best = []
-
-        def look(change: np.ndarray) -> model.Pass:
-            if len(best) == 4:
-                raise model.EndedEarly
-            found = model.Pass.of(model.step(rows, self.TASK, change))
-            best.append((found.held_out, change.tolist()))
-            return found
-
-        self.assertEqual(model.fit(look, np.eye(4) * 1e-12, self.FREE, 10).change.tolist(), min(best)[1])
-
-
-class Teams(FolderTest):
-    """Workers that share the blocks of a store."""
-
-    CELLS = [[[weight], []] for weight in range(4)]
-    LISTING = listing.Listing(list("abcd"), np.zeros(4, np.int64)).text()
+    @classmethod
+    def setUpClass(cls) -> None:
+        cls.folder_of_all = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.folder_of_all.cleanup)
+        path = os.path.join(cls.folder_of_all.name, "data.txt")
+        run_mode("datagen", *cls.GAMES, f"out={path}")
+        with open(path, encoding="ascii") as file:
+            cls.data = cls.with_far_pawns_winning(file.read())
 
     def setUp(self) -> None:
         super().setUp()
-        chance = random.Random(1)
-        rows = [storewriter.Row([(chance.randrange(4), chance.choice((-2, -1, 1)))], chance.randint(-300, 300),
-                                chance.randint(-300, 300), half_points=chance.randrange(3), first=number % 9 == 0)
-                for number in range(2000)]
-        storewriter.write(self.path("store"), self.LISTING, self.CELLS, [rows[:1500], rows[1500:]], full=128)
-        self.store = store.open(self.path("store"))
-        self.task = model.Task(200.0, model.Target(0.5, 150.0, False), 3, model.Cells.of(self.CELLS, np.ones(4, bool)))
+        self.weights = built_in()
+        self.store = self.path("store")
 
-    def total(self, workers: team.Team) -> list[bytes]:
-        with workers:
-            told: list[int] = []
-            found = workers.total(model.step, self.task, np.array([3.0, -4.0, 5.0, 1.0]), verify=True, tell=told.append)
-            self.assertEqual((len(told), told[-1]), (len(self.store.blocks), 2000))
-            self.assertEqual(sorted(told), told)
-            return [part.tobytes() for part in found]
+    @staticmethod
+    def with_far_pawns_winning(data: str, field: str = r"\[[\d.]+\]", win: str = "[1.0]", draw: str = "[0.5]",
+                               loss: str = "[0.0]") -> str:
+        """Gives each position to the side whose pawns have come farther: a fit must see that."""
+        lines = []
+        for line in data.splitlines():
+            ranks = line.split("/", 7)
+            white = sum(row.count("P") * (6 - place) for place, row in enumerate(ranks))
+            black = sum(row.count("p") * (place - 1) for place, row in enumerate(ranks))
+            told = win if white > black else loss if white < black else draw
+            lines.append(re.sub(field, told, line, count=1) + "\n")
+        return "".join(lines)
 
-    def test_sums_are_the_same_bytes_with_any_number_of_workers(self) -> None:
-        alone = self.total(team.Team(self.store))
-        plain = [model.step(block.read(), self.task, np.array([3.0, -4.0, 5.0, 1.0])) for block in self.store.blocks]
-        self.assertEqual(len(plain), 16)
-        self.assertEqual(alone[0], sum(counts for counts, _ in plain).tobytes())
-        self.assertTrue(np.allclose(np.frombuffer(alone[1]), sum(sums for _, sums in plain)))
-        for count in (1, 2, 4, 16, 40):
-            self.assertEqual(self.total(team.Processes(self.store, count)), alone, count)
+    def pack(self, data: str | None = None, full: int = 256) -> str:
+        """A store of the data, in blocks of so many rows."""
+        shutil.rmtree(self.store, ignore_errors=True)
+        path = self.write("data.txt", (data or self.data).encode())
+        subprocess.run([f"{TUNING}/pack", self.store, path, "--engine", engine_path(), "--packer",
+                        os.environ["MORVANE_PACK"]], capture_output=True, check=True)
+        storewriter.cut(self.store, full)
+        return self.store
 
-    def test_the_order_of_the_blocks_shows_in_the_bytes(self) -> None:
-        """So the test before this one would see it."""
-        parts = tuple(model.step(block.read(), self.task, np.ones(4))[1] for block in self.store.blocks)
-        self.assertNotEqual(team.added_in_order(parts).tobytes(), team.added_in_order(parts[::-1]).tobytes())
+    def command(self, *options: str) -> list[str]:
+        return [f"{TUNING}/fit", self.store, "--engine", engine_path(), "--listing", self.path("new.txt"),
+                "--tables", self.path("new.h"), "--jobs", "1", *options]
 
-    def test_a_worker_that_is_killed_is_told(self) -> None:
-        with team.Processes(self.store, 3) as workers:
-            victim = list(workers.pipes.values())[1]
-            os.kill(victim.pid, signal.SIGKILL)
-            victim.join()
-            with self.assertRaisesRegex(team.Lost, rf"^a worker \(process {victim.pid}\) was killed by signal 9$"):
-                workers.total(model.step, self.task, np.zeros(4))
+    def fit(self, *options: str, wrapper: tuple[str, ...] = (), command: list[str] | None = None,
+            ) -> subprocess.CompletedProcess:
+        return subprocess.run([*wrapper, *(command or self.command(*options))], capture_output=True, text=True,
+                              check=False, timeout=4 * DEADLINE)
 
-    def test_a_damaged_block_is_told(self) -> None:
-        path = os.path.join(self.path("store"), "segments", "00001.rows")
-        with open(path, "r+b") as file:
-            file.seek(5000)
+    def fitted(self, *options: str, **named: object) -> str:
+        """What the program prints; the new weights are in new.txt."""
+        done = self.fit(*options, **named)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        return done.stdout
+
+    def files(self) -> dict[str, bytes]:
+        return {name: self.read(name) for name in os.listdir(self.folder) if os.path.isfile(self.path(name))}
+
+    def assert_refused(self, message: str, *options: str, status: int = 2) -> None:
+        """In one line, and nothing is written."""
+        before = self.files()
+        done = self.fit(*options)
+        with self.subTest(message):
+            self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (status, "", 1), done.stderr)
+            self.assertIn(message, done.stderr)
+            self.assertEqual(self.files(), before)
+
+
+class Learning(FitTest):
+    def test_from_games_to_tables(self) -> None:
+        self.pack()
+        told = self.fitted("--spread", "1:1,10:10", "--mix", "0", "--held-out", "3")
+        fitted = listing.read(self.path("new.txt"))
+        choice = listing.read_choice(SQUARES, fitted.names)
+        moved = fitted.values != self.weights.values
+        self.assertFalse(moved[~choice.free].any())
+        self.assertGreater(moved.sum(), 50)
+        self.assertNotIn("the weights are unchanged", told)
+        self.assertTrue((fitted.values <= choice.high)[choice.free].all())
+        self.assertEqual(self.read("new.h").decode(), tables.source(fitted))
+        before, after = re.search(r" 0 to 24 +\d+ +([\d.]+) +([\d.]+)", told).groups()
+        self.assertLess(float(after), float(before))
+        change = fitted.values - self.weights.values
+        third, fifth = (sum(change[fitted.index(f"{block}{8 * row}"):][:8].sum()
+                            for block in ("pstMg_P_", "pawnEg_")) for row in (5, 3))
+        self.assertLess(third, fifth)
+        self.assertEqual(sorted(self.files()), ["data.txt", "new.h", "new.txt"])
+
+    def test_a_fit_that_learns_nothing_says_so(self) -> None:
+        """The games held out tell the opposite of the others."""
+        scored = self.with_far_pawns_winning(self.data, r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
+        game, last, lines = -1, ("", 0), []
+        for line in scored.splitlines():
+            number, result = int(line.split()[5]), line.split()[6]
+            ply = 2 * number + (line.split()[1] == "b")
+            game += (last[0] != result or ply <= last[1])
+            last = (result, ply)
+            lines.append(re.sub(r"\[(-?)300\]$", lambda told: f"[{'' if told[1] else '-'}300]", line)
+                         if game % 3 == 2 else line)
+        self.pack("\n".join(lines) + "\n")
+        told = self.fitted("--scores-alone", "210", "--spread", "10:10", "--held-out", "3", "--patience", "2")
+        self.assertIn("no step was better on the held-out games: the weights are unchanged", told)
+        self.assertTrue((listing.read(self.path("new.txt")).values == self.weights.values).all())
+
+    def test_scores_alone(self) -> None:
+        data = self.with_far_pawns_winning(self.data, r"\[-?\d+\]$", "[300]", "[0]", "[-300]")
+        options = ("--scores-alone", "210", "--spread", "10:10", "--patience", "3")
+        self.pack(data)
+        self.fitted(*options)
+        learned = self.read("new.txt")
+        self.assertTrue((listing.read(self.path("new.txt")).values != self.weights.values).any(),
+                        "the fit has moved nothing")
+        self.pack(re.sub(r"\[([10])\.0\]", lambda won: f"[{1 - int(won[1])}.0]", data))
+        self.fitted(*options)
+        self.assertTrue(self.read("new.txt") == learned, "results have been looked at")
+        self.pack(re.sub(r" \[[-\d]+\]\n", "\n", data))
+        self.assert_refused("the data are without scores", *options)
+        self.assert_refused("the data are without scores")
+        self.fitted(*QUICK, "--mix", "0")
+
+    def test_the_report(self) -> None:
+        self.pack()
+        report = self.path("report.html")
+        self.fitted("--spread", "1:1,5:5", "--passes", "3", "--report", report)
+        page = self.read("report.html").decode()
+        moved = (listing.read(self.path("new.txt")).values != self.weights.values).sum()
+        for text in ("<h2>Course</h2>", "<h2>Phases</h2>", "<h2>Calibration</h2>", f"<td>{moved} of 1082</td>"):
+            self.assertEqual(page.count(text), 1, text)
+        self.assertEqual(page.count("<svg"), 4)
+        self.assertEqual(re.findall(r"(?:src|href)=[\"'](?!#|data:)[^\"']*", page), [], "it fetches something")
+        self.write("report.html", b"of earlier days")
+        self.assert_refused("report.html exists and is not of this program", "--report", report)
+
+
+class Workers(FitTest):
+    """The same bytes, whoever does the work and however often it is interrupted."""
+
+    OPTIONS = ("--spread", "5:1,10:10", "--passes", "5")
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.pack()
+        self.assertGreater(len(os.listdir(self.store)), 1)
+
+    def outcome(self) -> dict[str, bytes]:
+        """The files of a fit, the journal with every bit of every pass among them."""
+        found = {name: self.read(name) for name in ("new.txt", "new.h", "new.txt.journal")}
+        for name in found:
+            os.remove(self.path(name))
+        return found
+
+    def test_any_number_of_processes(self) -> None:
+        self.fitted(*self.OPTIONS)
+        alone = self.outcome()
+        self.assertGreater(alone["new.txt.journal"].count(b"\n"), 8)
+        for count in ("2", "4", "16"):
+            self.fitted(*self.OPTIONS, "--jobs", count)
+            self.assertTrue(self.outcome() == alone, count)
+
+    @unittest.skipUnless(shutil.which("mpirun"), "mpirun is not installed")
+    def test_mpi(self) -> None:
+        self.fitted(*self.OPTIONS)
+        alone = self.outcome()
+        command = [word for word in self.command(*self.OPTIONS, "--mpi") if word not in ("--jobs", "1")]
+        for count in ("1", "2", "4"):
+            self.fitted(wrapper=self.mpirun("-n", count), command=command)
+            self.assertTrue(self.outcome() == alone, count)
+
+    @unittest.skipUnless(shutil.which("mpirun"), "mpirun is not installed")
+    def test_mpi_with_another_store_somewhere(self) -> None:
+        command = [word for word in self.command(*self.OPTIONS, "--mpi") if word not in ("--jobs", "1")]
+        other = self.path("other")
+        shutil.copytree(self.store, other)
+        with open(os.path.join(other, "store.json"), encoding="utf-8") as file:
+            described = json.load(file)
+        described["segments"][0]["source"]["sha256"] = "another"
+        storewriter.describe(other, described)
+        done = self.fit(wrapper=self.mpirun("-n", "1"), command=[
+            *command, ":", "-n", "1", *(other if word == self.store else word for word in command)])
+        self.assertNotEqual(done.returncode, 0)
+        self.assertRegex(done.stderr, r"(?m)^fit: process 1, on \S+, has another store than process 0, on ")
+        self.assertFalse(os.path.exists(self.path("new.txt")))
+
+    @staticmethod
+    def mpirun(*arguments: str) -> tuple[str, ...]:
+        return ("env", "OMPI_ALLOW_RUN_AS_ROOT=1", "OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1", "mpirun", "--oversubscribe",
+                *arguments)
+
+    def passes(self) -> int:
+        try:
+            return self.read("new.txt.journal").count(b"\n") - 1
+        except FileNotFoundError:
+            return 0
+
+    def test_an_interrupted_fit_goes_on(self) -> None:
+        self.fitted(*self.OPTIONS)
+        whole = self.outcome()
+        for number, jobs in ((signal.SIGKILL, "1"), (signal.SIGINT, "3")):
+            with subprocess.Popen(self.command(*self.OPTIONS, "--jobs", jobs), stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.PIPE, text=True) as process:
+                end = time.monotonic() + DEADLINE
+                while self.passes() < 2 and time.monotonic() < end:
+                    time.sleep(0.001)
+                process.send_signal(number)
+                told = process.stderr.read()
+            kept = self.passes()
+            with self.subTest(number):
+                self.assertGreaterEqual(kept, 2)
+                self.assertLess(kept, 10)
+                self.assertEqual(told, "" if number == signal.SIGKILL else
+                                 "fit: interrupted; the passes so far are kept, the same command goes on\n")
+                self.assertFalse(os.path.exists(self.path("new.txt")))
+                self.fitted(*self.OPTIONS, "--jobs", "2")
+                self.assertTrue(self.outcome() == whole)
+
+    def test_another_fit_in_the_place_of_an_interrupted_one(self) -> None:
+        self.fitted(*self.OPTIONS)
+        self.assert_refused("is of an interrupted fit that differs in: --mix; to begin anew, remove it",
+                            *self.OPTIONS, "--mix", "0.4")
+
+    def test_more_passes_go_on(self) -> None:
+        told = self.fitted("--spread", "10:10", "--passes", "3")
+        self.assertIn("new.txt.journal stays: the same command with more --passes goes on", told)
+        first = self.read("new.txt.journal")
+        self.fitted("--spread", "10:10", "--passes", "6")
+        more = self.outcome()
+        self.assertTrue(more["new.txt.journal"].startswith(first))
+        self.fitted("--spread", "10:10", "--passes", "6")
+        self.assertTrue(self.outcome() == more)
+
+    def test_a_full_disk(self) -> None:
+        """Files may not grow beyond some kilobytes: the journal stops, and the same command goes on."""
+        self.fitted(*self.OPTIONS)
+        whole = self.outcome()
+        done = self.fit(*self.OPTIONS, wrapper=("bash", "-c", 'ulimit -f 64; exec "$@"', "bash"))
+        self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1), done.stderr)
+        self.assertIn("new.txt.journal cannot be written: File too large; the passes so far are kept", done.stderr)
+        self.assertGreaterEqual(self.passes(), 2)
+        self.fitted(*self.OPTIONS)
+        self.assertTrue(self.outcome() == whole)
+
+
+class Refused(FitTest):
+    def test_too_little_data(self) -> None:
+        lines = self.data.splitlines(keepends=True)
+        starts = [0] + [i for i in range(1, len(lines)) if self.begins(lines[i - 1], lines[i])]
+        self.pack("".join(lines[: starts[9]]))
+        self.assert_refused("too little data: 9 games, and 10 are needed at least")
+        self.pack("".join(lines[: starts[9] + 1]))  # the least of a tenth game
+        self.assertNotIn("nan", self.fitted(*QUICK))
+        self.assert_refused("too little data: 10 games, and 11 are needed", "--held-out", "11")
+
+    @staticmethod
+    def begins(before: str, line: str) -> bool:
+        ply, last = (2 * int(words[5]) + (words[1] == "b") for words in (line.split(), before.split()))
+        return line.split()[6] != before.split()[6] or ply <= last
+
+    def test_what_is_no_store(self) -> None:
+        self.assert_refused("store is no folder: tuning/pack makes a store of data files")
+        os.mkdir(self.store)
+        self.assert_refused("store.json: No such file or directory")
+        self.pack()
+        segment = os.path.join(self.store, "segments", "00001.rows")
+        with open(segment, "r+b") as file:
+            file.seek(9000)
             byte = file.read(1)
-            file.seek(5000)
+            file.seek(9000)
             file.write(bytes([byte[0] ^ 1]))
-        for workers in (team.Team(self.store), team.Processes(self.store, 2)):
-            with workers, self.assertRaisesRegex(team.Lost, r"00001\.rows: damaged"):
-                workers.total(model.step, self.task, np.zeros(4), verify=True)
+        done = self.fit()
+        self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1), done.stderr)
+        self.assertRegex(done.stderr, r"^fit: \S+00001\.rows: damaged: ")
+        os.truncate(segment, 9000)
+        self.assert_refused("00001.rows: damaged")
 
-    def test_workers_end_with_the_first_process(self) -> None:
-        program = ("import os, signal, sys, store, team\n"
-                   "workers = team.Processes(store.open(sys.argv[1]), 3)\n"
-                   "print(*(process.pid for process in workers.pipes.values()), flush=True)\n"
-                   "os.kill(os.getpid(), signal.SIGKILL)\n")
-        done = subprocess.run([sys.executable, "-c", program, self.path("store")], capture_output=True, text=True,
-                              env={**os.environ, "PYTHONPATH": TUNING}, check=False)
-        pids = [int(word) for word in done.stdout.split()]
-        self.assertEqual((len(pids), done.returncode), (3, -signal.SIGKILL), done.stderr)
-        end = time.monotonic() + 60
-        while (left := [pid for pid in pids if is_running(pid)]) and time.monotonic() < end:
-            time.sleep(0.01)
-        self.assertEqual(left, [])
+    def test_other_inputs(self) -> None:
+        self.pack()
+        self.assert_refused("no listing of", "--engine", "/bin/true")
+        self.assert_refused("failed with status 1", "--engine", "/bin/false")
+        self.assert_refused("not a rule", "--choice", self.path("data.txt"))
+        for spread in ("-1:1", "5", "a:b", "1:2:3", "nan:1", "1:nan", "inf:1"):
+            self.assert_refused(f"not a spread, TOGETHER:ALONE: {spread}", f"--spread={spread}")
+        for option, value in (("--held-out", "1"), ("--mix", "2"), ("--mix", "nan"), ("--patience", "0"),
+                              ("--scores-alone", "x"), ("--scores-alone", "nan"), ("--scores-alone", "inf"),
+                              ("--passes", "0"), ("--jobs", "0"), ("--mpi", "--jobs=2")):
+            self.assert_refused(option, option, value)
 
+    def test_weights_of_another_engine(self) -> None:
+        self.pack()
+        engine = self.write("engine", (
+            f"#!/bin/sh\n'{engine_path()}' \"$@\" | sed 's/bishopPair 56/bishopPair 58/'\n").encode())
+        os.chmod(engine, 0o755)
+        self.assert_refused(f"{self.store} was packed with other weights than those of {engine}", "--engine", engine)
 
-def is_running(pid: int) -> bool:
-    try:
-        with open(f"/proc/{pid}/stat", encoding="ascii") as file:
-            return file.read().split()[2] != "Z"
-    except FileNotFoundError:
-        return False
+    def test_files_of_others_stay(self) -> None:
+        self.pack()
+        for text in (self.weights.text(), "", "of earlier days"):
+            self.write("new.txt", text.encode())
+            self.assert_refused("new.txt exists and is not of this program")
+        os.remove(self.path("new.txt"))
+        self.write("new.txt.journal", b"of earlier days\n")
+        self.assert_refused("new.txt.journal exists and is no journal of a fit")
+        os.remove(self.path("new.txt.journal"))
+        self.write("new.h", b"of earlier days")
+        self.assert_refused("new.h exists and is not of this program")
+        self.assert_refused("cannot be written", "--listing", self.path("none/new.txt"))
 
-
-class Journals(FolderTest):
-    FIT = {"the store": "abc", "--mix": 0.5}
-    PASSES = [("10:1", np.array([0.0, 0.1 + number]), model.Pass(7, 0.1 * number, 1 / 3, np.array([1e-300, -number])))
-              for number in range(4)]
-
-    def journal(self, **other: object) -> journal.Journal:
-        return journal.Journal(self.path("journal"), {**self.FIT, **other})
-
-    def keep(self, passes: int) -> journal.Journal:
-        kept = self.journal()
-        for spread, change, found in self.PASSES[:passes]:
-            self.assertIsNone(kept.found(spread, change))
-            kept.add(spread, change, found)
-        return kept
-
-    def assert_finds(self, kept: journal.Journal, passes: int) -> None:
-        """These passes with every bit, and no other."""
-        for spread, change, expected in self.PASSES[:passes]:
-            found = kept.found(spread, change)
-            self.assertEqual((found.seen, found.loss, found.held_out), (expected.seen, expected.loss, expected.held_out))
-            self.assertEqual(found.gradient.tobytes(), expected.gradient.tobytes())
-        if passes < len(self.PASSES):
-            self.assertIsNone(kept.found(*self.PASSES[passes][:2]))
-
-    def test_keep_every_bit(self) -> None:
-        self.keep(3)
-        self.assert_finds(self.journal(), 3)
-
-    def test_a_line_that_a_kill_has_cut_short_is_dropped(self) -> None:
-        self.keep(3)
-        text = self.read("journal")
-        self.write("journal", text[:-9])
-        kept = self.journal()
-        self.assert_finds(kept, 2)
-        kept.add(*self.PASSES[2])
-        self.assertEqual(self.read("journal"), text)
-
-    def test_passes_after_another_question_are_dropped(self) -> None:
-        """Another version of a library may ask otherwise."""
-        self.keep(3)
-        kept = self.journal()
-        self.assertIsNotNone(kept.found(*self.PASSES[0][:2]))
-        self.assertIsNone(kept.found("10:1", self.PASSES[3][1]))
-        kept.add(*self.PASSES[3])
-        again = self.journal()
-        self.assertIsNotNone(again.found(*self.PASSES[0][:2]))
-        self.assertIsNotNone(again.found("10:1", self.PASSES[3][1]))
-        self.assertIsNone(again.found(*self.PASSES[1][:2]))
-
-    def test_of_another_fit_are_refused(self) -> None:
-        self.keep(2)
-        text = self.read("journal")
-        for other, told in (({"--mix": 0.3}, "--mix"), ({"the store": "x", "--choice": "y"}, "the store, --choice")):
-            with self.assertRaisesRegex(journal.Other, f"is of an interrupted fit that differs in: {told}; to begin anew"):
-                self.journal(**other)
-        for text in (b"of earlier days\n", b"[]\n", text.replace(b", 7,", b", x,")):
-            self.write("journal", text)
-            with self.assertRaises(journal.Other):
-                self.journal()
-            self.assertEqual(self.read("journal"), text)
-
-
-class Prior(unittest.TestCase):
-    NAMES = ["pstMg_N_0", "pstMg_N_1", "pstMg_N_7", "pstMg_N_8", "pstMg_B_0", "mobMg_N_7", "mobMg_N_8",
-             "bishopPair", "ksOpenFile"]
-
-    def kin(self, spread: str) -> np.ndarray:
-        """How the weights move together, from 0 to 1."""
-        covariance = np.linalg.inv(prior.precision(self.NAMES, prior.Spread.parse(spread)))
-        self.assertTrue(np.allclose(covariance.diagonal(), covariance[0, 0]))
-        return covariance / covariance[0, 0]
-
-    def test_neighbours_move_together(self) -> None:
-        kin = self.kin("10:0.01")
-        for one, other, expected in (("pstMg_N_0", "pstMg_N_1", 0.8), ("pstMg_N_0", "pstMg_N_8", 0.8),
-                                     ("pstMg_N_1", "pstMg_N_8", 0.64), ("mobMg_N_7", "mobMg_N_8", 0.8),
-                                     ("pstMg_N_7", "pstMg_N_8", 0), ("pstMg_N_0", "pstMg_B_0", 0),
-                                     ("bishopPair", "ksOpenFile", 0)):
-            found = kin[self.NAMES.index(one), self.NAMES.index(other)]
-            self.assertAlmostEqual(found, expected, delta=0.01, msg=f"{one} {other}")
-
-    def test_none_does_if_each_is_alone(self) -> None:
-        self.assertTrue(np.allclose(prior.precision(self.NAMES, prior.Spread(0, 5)),
-                                    np.eye(len(self.NAMES)) / 25))
-
-    def test_what_is_no_spread_is_refused(self) -> None:
-        for text in ("", "5", "5:0", "-1:1", "1:2:3", "a:1"):
-            with self.subTest(text), self.assertRaises(ValueError):
-                prior.Spread.parse(text)
-
-
-class Elo(unittest.TestCase):
-    def test_of_a_score(self) -> None:
-        score = elo.Score(Counter({0: 10, 0.5: 20, 1: 40, 1.5: 20, 2: 10}))
-        self.assertEqual((score.count(), score.share()), (100, 0.5))
-        value, low, high = score.interval()
-        self.assertEqual(value, 0)
-        self.assertAlmostEqual(-low, high)
-        # The deviation of a pair is the root of (2 * 10 * 0.25 + 2 * 20 * 0.0625) / 100.
-        self.assertAlmostEqual(elo.expected(high) - 0.5, 1.96 * (0.075 / 100) ** 0.5)
-
-    def test_of_75_percent_is_191(self) -> None:
-        self.assertAlmostEqual(elo.difference(0.75), 190.85, places=2)
-
-    def test_sequential_verdict(self) -> None:
-        strong = elo.Score(Counter({0.5: 10, 1: 50, 1.5: 90}))
-        self.assertEqual(elo.verdict(strong.likelihood_ratio(0, 10)), "high")
-        weak = elo.Score(Counter({1.5: 10, 1: 50, 0.5: 90}))
-        self.assertEqual(elo.verdict(weak.likelihood_ratio(0, 10)), "low")
-        even = elo.Score(Counter({0.5: 5, 1: 10, 1.5: 5}))
-        self.assertIsNone(elo.verdict(even.likelihood_ratio(0, 10)))
-
-    def test_sequential_verdict_on_pairs_that_are_all_alike(self) -> None:
-        for pairs, verdict in ((2, None), (20, "high")):
-            self.assertEqual(elo.verdict(elo.Score(Counter({2: pairs})).likelihood_ratio(0, 100)), verdict)
+    def test_its_own_files_are_written_anew(self) -> None:
+        """A round after another, as docs/tuning.md has it, over the tables in the source."""
+        shutil.copy(f"{ROOT}/src/params/square_tables.h", self.path("new.h"))
+        self.pack()
+        for _ in range(2):
+            self.fitted(*QUICK, "--mix", "0")
+            fitted = listing.read(self.path("new.txt"))
+            self.assertEqual(self.read("new.h").decode(), tables.source(fitted))
+            self.write("new.txt", listing.Listing(fitted.names, np.zeros_like(fitted.values)).text().encode()
+                       + listing.MARK.encode())
 
 
 if __name__ == "__main__":

@@ -24,6 +24,7 @@ morvane_python_test(display 900)
 morvane_python_test(makefile 600)
 morvane_python_test(hostile 1800)
 morvane_python_test(fit 900 /usr/bin/python3) # as the program that it tests: where Debian puts numpy
+morvane_python_test(learning 300 /usr/bin/python3)
 morvane_python_test(processor 600)
 morvane_python_test(xboard 600)
 morvane_python_test(match 300)
