@@ -43,14 +43,20 @@ OPTIONAL_PROGRAMS = {
 GAMES = "/usr/games"  # on the path of a user's shell
 
 
-def selfcheck() -> str:
-    """The program of the engine's checks of itself; empty if it was not built."""
-    beside = pathlib.Path(engine_path()).parent / standins.SELFCHECK
-    usual = ROOT / "build" / "test" / standins.SELFCHECK
-    for path in (os.environ.get("MORVANE_SELFCHECK", ""), str(beside), str(usual)):
+def program(name: str, variable: str) -> str:
+    """The path of a program besides the engine; empty if it was not built."""
+    beside = pathlib.Path(engine_path()).parent / name
+    usual = ROOT / "build" / "test" / name
+    for path in (os.environ.get(variable, ""), str(beside), str(usual)):
         if path and os.access(path, os.X_OK):
             return os.path.abspath(path)
     return ""
+
+
+def other_programs() -> dict[str, str]:
+    """Those that were built, by the variables that name them."""
+    found = {variable: program(name, variable) for name, variable in standins.OTHERS.items()}
+    return {variable: path for variable, path in found.items() if path}
 
 
 class Sandbox:
@@ -79,10 +85,10 @@ class Sandbox:
         for place in places:
             place.mkdir(parents=True, exist_ok=True)
             (place / standins.ENGINE).symlink_to(engine_path())
-        if selfcheck():
+        if selfcheck := other_programs().get(standins.OTHERS[standins.SELFCHECK]):
             link = self.root / "build" / "test" / standins.SELFCHECK
             link.parent.mkdir()
-            link.symlink_to(selfcheck())
+            link.symlink_to(selfcheck)
 
     def _stand_in(self, place: pathlib.Path, name: str) -> None:
         """A script that is not there, or cannot be run, gets a stand-in that neither can."""
@@ -107,7 +113,7 @@ class Sandbox:
             "MORVANE_ENGINE": engine_path(),
             "MORVANE_CACHE": os.environ.get("MORVANE_CACHE", str(ROOT / "build")),  # of libraries
         }
-        return kept | own | ({"MORVANE_SELFCHECK": selfcheck()} if selfcheck() else {})
+        return kept | own | other_programs()
 
     def run(self, commands: str, limit: float = LIMIT) -> tuple[int | None, str]:
         """Runs commands; returns their exit status, None if they took too long, and what they
@@ -152,4 +158,5 @@ class Sandbox:
             named = re.search(rf"(?<![\w-]){name}(?![\w-])", commands)
             if named and not shutil.which(program, path=path):
                 return program
-        return "morvane_selfcheck" if standins.SELFCHECK in commands and not selfcheck() else ""
+        lacking = [name for name, variable in standins.OTHERS.items() if variable not in other_programs()]
+        return next((name for name in lacking if name in commands), "")

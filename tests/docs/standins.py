@@ -14,6 +14,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 from collections.abc import Callable
@@ -22,6 +23,7 @@ from pages import ROOT
 
 ENGINE = "morvane"
 SELFCHECK = "tests/morvane_selfcheck"
+OTHERS = {SELFCHECK: "MORVANE_SELFCHECK", "morvane_pack": "MORVANE_PACK"}  # programs, and what tells their paths
 CONFIGURED = ".configured"  # in a build folder: what configuring leaves here
 
 
@@ -60,8 +62,22 @@ def place(name: str, target: str) -> None:
 
 def place_build(folder: str) -> None:
     place(f"{folder}/{ENGINE}", os.environ["MORVANE_ENGINE"])
-    if "MORVANE_SELFCHECK" in os.environ:
-        place(f"{folder}/{SELFCHECK}", os.environ["MORVANE_SELFCHECK"])
+    for name, variable in OTHERS.items():
+        if variable in os.environ:
+            place(f"{folder}/{name}", os.environ[variable])
+
+
+def build_changed(folder: str, targets: list[str]) -> None:
+    """Builds programs of sources that a page has changed: quickly, so they are slow."""
+    real = shutil.which("cmake", path=os.pathsep.join(os.environ["PATH"].split(os.pathsep)[1:]))
+    built = f"{os.environ['MORVANE_SANDBOX']}/changed"
+    for command in ([real, "-S", ".", "-B", built, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
+                     "-DCMAKE_CXX_FLAGS=-Og -DNDEBUG"], [real, "--build", built, "--target", *targets]):
+        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+        if done.returncode != 0:
+            raise Wrong(f"the changed sources cannot be built: {done.stdout}")
+    for target in targets:
+        place(f"{folder}/{target}", f"{built}/{target}")
 
 
 def take(arguments: list[str], *names: str) -> str:
@@ -76,6 +92,18 @@ def take(arguments: list[str], *names: str) -> str:
                 del arguments[i]
                 return argument.removeprefix(name).removeprefix("=")
     return ""
+
+
+def take_all(arguments: list[str], name: str) -> list[str]:
+    """Takes an option that is followed by several values out of the arguments."""
+    if name not in arguments:
+        return []
+    first = last = arguments.index(name) + 1
+    while last < len(arguments) and not arguments[last].startswith("-"):
+        last += 1
+    values = arguments[first:last]
+    del arguments[first - 1 : last]
+    return values
 
 
 def require_none_left(arguments: list[str]) -> None:
@@ -111,15 +139,24 @@ def cmake_configure(arguments: list[str]) -> str:
     return f"presets and variables exist; {folder} counts as configured"
 
 
+def have_sources_changed() -> bool:
+    """Whether a page has changed what the engine is built from, weights that tuning/fit writes left aside."""
+    done = subprocess.run(["git", "diff", "--quiet", "--", "src", ":!src/params/square_tables.h"], check=False)
+    return done.returncode == 1
+
+
 def cmake_build(arguments: list[str]) -> str:
     preset = take(arguments, "--preset")
-    _target, _jobs = take(arguments, "--target", "-t"), take(arguments, "--parallel", "-j")
+    targets, _jobs = take_all(arguments, "--target"), take(arguments, "--parallel", "-j")
     folder = f"build/{preset}" if preset else arguments.pop(0) if arguments else ""
     require_none_left([a for a in arguments if a not in ("-j", "--parallel")])
     if preset:
         require_preset("build", preset)
     if not (pathlib.Path(folder) / CONFIGURED).exists():
         raise Wrong(f"{folder} was never configured")
+    if have_sources_changed():
+        build_changed(folder, targets or [ENGINE])
+        return f"{folder} was configured; what the page has made of the sources stands there now"
     place_build(folder)
     return f"{folder} was configured; the engine under test stands there now"
 
