@@ -53,7 +53,7 @@ def check_options(options: Sequence[str]) -> None:
 
 def quoted(text: str) -> str:
     """As a line for sbatch has it."""
-    if re.search(r'["\\\n]', text):
+    if re.search(r'["%\\\n]', text):
         raise Fault(f"Slurm does not take the name of this folder: {text}")
     return f'"{text}"'
 
@@ -70,7 +70,8 @@ def call(*command: str, text: str = "") -> str:
     done = subprocess.run(command, input=text, capture_output=True, text=True, check=False)
     if done.returncode != 0:
         said = done.stderr.strip().splitlines()
-        raise Fault(f"{command[0]} failed: {said[-1] if said else f'status {done.returncode}'}")
+        reason = said[0].removeprefix(f"{command[0]}: error: ") if said else f"status {done.returncode}"
+        raise Fault(f"{command[0]} failed: {reason}")
     return done.stdout
 
 
