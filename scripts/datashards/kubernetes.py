@@ -16,7 +16,7 @@ from .slurm import tasks_of
 
 WORDS = ("tasks", "image", "claim", "path")
 VOLUME = "/data"  # where containers see it
-USER = 10001  # that of the image
+NOBODY = 10001  # the user of the image
 
 CLAIM = """apiVersion: v1
 kind: PersistentVolumeClaim
@@ -49,8 +49,8 @@ spec:
       securityContext:
         runAsNonRoot: true
         runAsUser: {user}
-        runAsGroup: {user}
-        fsGroup: {user}
+        runAsGroup: {group}
+        fsGroup: {group}
         seccompProfile:
           type: RuntimeDefault
       containers:
@@ -116,6 +116,7 @@ def manifest(run: Run, lost: Sequence[int], wanted: Wanted) -> str:
     """Of a job for the shards, and of its volume if that is not there. JSON's strings are YAML's."""
     folder.replace(run.folder / "missing", "".join(f"{number}\n" for number in lost))
     claim = wanted.claim or job_name(run)
-    text = JOB.format(name=job_name(run), tasks=min(wanted.tasks, len(lost)), user=USER, image=json.dumps(wanted.image),
-                      folder=json.dumps(f"{VOLUME}/{wanted.path}"), volume=VOLUME, claim=json.dumps(claim))
+    owner = run.folder.stat()  # may write there; but nothing runs as root
+    text = JOB.format(name=job_name(run), tasks=min(wanted.tasks, len(lost)), user=owner.st_uid or NOBODY,
+                      group=owner.st_gid or NOBODY, image=json.dumps(wanted.image), folder=json.dumps(f"{VOLUME}/{wanted.path}"), volume=VOLUME, claim=json.dumps(claim))
     return text if wanted.claim else CLAIM.format(claim=claim) + text

@@ -82,10 +82,10 @@ class Cluster:
             (folder / name).mkdir()
         (folder / "munge" / "key").write_bytes(os.urandom(1024))
         (folder / "munge" / "key").chmod(0o400)
-        host = socket.gethostname().split(".")[0]
+        self.host = socket.gethostname().split(".")[0]
         self._settings = folder / "slurm.conf"
         self._settings.write_text(
-            SETTINGS.format(folder=folder, host=host, user=getpass.getuser(), ports=free_ports(2)))
+            SETTINGS.format(folder=folder, host=self.host, user=getpass.getuser(), ports=free_ports(2)))
         self.environment = {"SLURM_CONF": str(self._settings), "PATH": f"{os.environ['PATH']}:{SBIN}"}
 
     def start(self) -> None:

@@ -29,7 +29,8 @@ exec {engine} "$@"
 """
 
 # A remote shell without a network: `ssh [OPTION...] HOST [--] COMMAND...` gives the command another
-# home and none of the caller's environment. While the file `broken` is there, no file comes back.
+# home and none of the caller's environment. While the file `broken` is there, no file comes back. A machine with a
+# file HOST.engine has an engine of its own.
 FAKE_SSH = """#!/bin/sh
 while [ "${{1#-}}" != "$1" ]; do shift; done
 host=$1; shift
@@ -38,7 +39,8 @@ echo "$*" >>{folder}/"$host".log
 case "$*" in *--sender*) [ ! -e {folder}/broken ] || exit 12 ;; esac
 mkdir -p {folder}/"$host"
 cd {folder}/"$host" || exit
-exec env -i HOME="$PWD" PATH="$PATH" SHELL=/bin/sh sh -c "$*"
+[ ! -e {folder}/"$host".engine ] || engine=DATAGEN_ENGINE={folder}/$host.engine
+exec env -i $engine HOME="$PWD" PATH="$PATH" SHELL=/bin/sh sh -c "$*"
 """
 
 
@@ -233,6 +235,15 @@ class ManyMachines(ShardTest):
         for host in ("far", "farther"):
             self.assertIn("engine", (self.folder / f"{host}.log").read_text())
             self.assert_left_clean(host)
+
+    def test_a_machine_with_another_build_of_the_engine(self) -> None:
+        self.write_program("far.engine", "#!/bin/sh\n[ $1 = datagen ] || exec echo Morvane 0.1, revision abc\n"
+                                         'exec {engine} "$@"\n')
+        self.run_shards("games=3", "shard=1", "--", "-S", "1/far")
+        self.fail_with("played by another build of the engine, revision abc (run plays them): shard 1, 2, 3", "join",
+                       "shards")
+        self.succeed("run", "shards")
+        self.assertEqual(self.joined(), self.one_run("games=3"))
 
     def test_a_shard_that_is_lost_on_its_way(self) -> None:
         (self.folder / "broken").touch()

@@ -91,6 +91,11 @@ class Killed(SlurmTest):
             process = self.parent(process)
         return process
 
+    def go_on(self, task: str) -> None:
+        """Slurm lets what is sent back wait for minutes."""
+        wait_for(lambda: f"{task} PENDING" in self.cluster.jobs(), "the task in the queue")
+        self.cluster.call("scontrol", "update", f"JobId={task}", "StartTime=now")
+
     def test_tasks_that_are_killed(self) -> None:
         """Task k of four plays the shards of which k is the rest: two at a time, 0 and 1 before 2 and 3."""
         self.hold(3, 4, 5, 6)
@@ -111,8 +116,7 @@ class Killed(SlurmTest):
         self.cluster.call("scontrol", "requeue", f"{job}_3")
         self.held(6)
         self.cluster.call("scancel", f"{job}_2")
-        wait_for(lambda: f"{job}_3 PENDING" in self.cluster.jobs(), "the task in the queue")
-        self.cluster.call("scontrol", "update", f"JobId={job}_3", "StartTime=now")
+        self.go_on(f"{job}_3")
         self.held(3)
         self.release(3, 4, 5, 6)
         self.cluster.wait_for_jobs()
@@ -125,6 +129,27 @@ class Killed(SlurmTest):
         self.assertLessEqual(made.items(), self.present().items())
         self.assertEqual(self.succeed("slurm", "shards"), "all shards are made: nothing was submitted\n")
         self.assertEqual(self.joined(), self.one_run(*self.GAMES))
+
+
+    def test_a_node_that_fails(self) -> None:
+        """Nothing of the job is left, and Slurm sends it to another node, or to the same one when that is back."""
+        self.hold(2)
+        job, _ = self.submit(f"engine={self.write_program('held', HELD_ENGINE)}", QUICK, "games=3", "shard=1", "tasks=1")
+        engine = self.held(2)
+        made = self.present()
+        self.assertEqual(self.made(), {1})
+        script = self.task_of(engine)
+        for process in (self.parent(script), script, self.parent(engine), engine):
+            os.kill(process, signal.SIGKILL)
+        node = f"NodeName={self.cluster.host}"
+        self.cluster.call("scontrol", "update", node, "State=DOWN", "Reason=test")
+        self.cluster.call("scontrol", "update", node, "State=RESUME", check=False)  # it may be back by itself
+        self.go_on(f"{job}_0")
+        self.held(2)
+        self.release(2)
+        self.cluster.wait_for_jobs()
+        self.assertLessEqual(made.items(), self.present().items())
+        self.assertEqual(self.joined(), self.one_run("games=3"))
 
 
 class Submitted(SlurmTest):
