@@ -13,7 +13,7 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN "*.py" EXCLUD
 # Scripts and positions that the pages are about.
 install(DIRECTORY scripts DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS
   FILES_MATCHING PATTERN "*.py" PATTERN datagen-shards PATTERN find-engine PATTERN "match*"
-  PATTERN openings.epd PATTERN solve-epd PATTERN __pycache__ EXCLUDE)
+  PATTERN play.sh PATTERN openings.epd PATTERN solve-epd PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY tests/data DESTINATION ${CMAKE_INSTALL_DOCDIR}/tests
   FILES_MATCHING PATTERN "*.epd" PATTERN make_tactics.py PATTERN perft EXCLUDE PATTERN __pycache__ EXCLUDE)
 

@@ -34,9 +34,9 @@ def installed_pages() -> set[str]:
     """The pages of the source tree, with what they link to, below the folder for them."""
     pages = {"README.md", "README.uk.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md",
              "SECURITY.md", "LICENSE", "fuzz/README.md", "web/README.md", "web/engine/README.md"}
-    for pattern in ("docs/**/*[!y]", "scripts/*.py", "scripts/datagen-shards", "scripts/find-engine",
-                    "scripts/match*", "scripts/openings.epd", "scripts/solve-epd", "tests/data/*.epd",
-                    "tests/data/make_tactics.py"):
+    for pattern in ("docs/**/*[!y]", "scripts/**/*.py", "scripts/datagen-shards", "scripts/find-engine",
+                    "scripts/datashards/play.sh", "scripts/match*", "scripts/openings.epd", "scripts/solve-epd",
+                    "tests/data/*.epd", "tests/data/make_tactics.py"):
         pages |= {str(path.relative_to(ROOT)) for path in ROOT.glob(pattern)
                   if path.is_file() and "__pycache__" not in path.parts}
     return {f"{PAGES}/{page}" for page in pages}

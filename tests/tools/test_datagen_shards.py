@@ -2,23 +2,17 @@
 
 from __future__ import annotations
 
-import hashlib
-import os
-import pathlib
 import re
 import shutil
 import signal
 import subprocess
-import tempfile
 import time
 import unittest
 
 from client import DEADLINE, engine_path, run_mode
+from shard_test import QUICK, ROOT, ShardTest, needs_parallel
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-SCRIPT = ROOT / "scripts" / "datagen-shards"
 GUIDE = ROOT / "docs" / "datagen.md"
-QUICK = "nodes=50"
 
 # Plays like the engine, but at the first shard with seed 3 it writes half a line, says so, and does
 # not go on, or fails, as long as the file `hold` is there.
@@ -35,7 +29,8 @@ exec {engine} "$@"
 """
 
 # A remote shell without a network: `ssh [OPTION...] HOST [--] COMMAND...` gives the command another
-# home and none of the caller's environment. While the file `broken` is there, no file comes back.
+# home and none of the caller's environment. While the file `broken` is there, no file comes back. A machine with a
+# file HOST.engine has an engine of its own.
 FAKE_SSH = """#!/bin/sh
 while [ "${{1#-}}" != "$1" ]; do shift; done
 host=$1; shift
@@ -44,98 +39,12 @@ echo "$*" >>{folder}/"$host".log
 case "$*" in *--sender*) [ ! -e {folder}/broken ] || exit 12 ;; esac
 mkdir -p {folder}/"$host"
 cd {folder}/"$host" || exit
-exec env -i HOME="$PWD" PATH="$PATH" SHELL=/bin/sh sh -c "$*"
+[ ! -e {folder}/"$host".engine ] || engine=DATAGEN_ENGINE={folder}/$host.engine
+exec env -i $engine HOME="$PWD" PATH="$PATH" SHELL=/bin/sh sh -c "$*"
 """
 
 
-def find_parallel() -> bool:
-    """Whether GNU parallel is there: another program has the same name."""
-    if shutil.which("parallel") is None:
-        return False
-    version = subprocess.run(["parallel", "--version"], capture_output=True, check=False)
-    return version.stdout.startswith(b"GNU parallel")
-
-
-@unittest.skipUnless(find_parallel(), "GNU parallel is not installed")
-class ShardTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self) -> None:
-        # A killed run may leave a job behind that still writes.
-        temporary = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        self.addCleanup(temporary.cleanup)
-        self.folder = pathlib.Path(temporary.name).resolve()
-        kept = {k: v for k, v in os.environ.items() if not k.startswith("PARALLEL")}
-        self.environment = kept | {"HOME": str(self.folder / "home")}
-        (self.folder / "home").mkdir()
-
-    # --- helpers ---
-
-    def command(self, *arguments: str) -> dict:
-        """What subprocess needs to call the script."""
-        return {
-            "args": [str(SCRIPT), *arguments],
-            "cwd": self.folder,
-            "env": self.environment,
-            "stdin": subprocess.DEVNULL,
-            "stdout": subprocess.PIPE,
-            "stderr": subprocess.PIPE,
-        }
-
-    def call(self, *arguments: str) -> subprocess.CompletedProcess:
-        return subprocess.run(**self.command(*arguments), timeout=DEADLINE, check=False)
-
-    def succeed(self, *arguments: str) -> str:
-        result = self.call(*arguments)
-        self.assertEqual(result.returncode, 0, result.stderr.decode())
-        return result.stdout.decode()
-
-    def fail_with(self, message: str, *arguments: str, status: int = 1) -> None:
-        result = self.call(*arguments)
-        self.assertEqual((result.returncode, result.stdout), (status, b""), arguments)
-        self.assertEqual(result.stderr.decode(), f"datagen-shards: {message}\n")
-
-    def assert_missing(self, shards: str) -> None:
-        self.fail_with(f"missing or damaged (run plays them): shard {shards}", "join", "shards")
-
-    def run_shards(self, *arguments: str) -> None:
-        self.succeed("run", "shards", f"engine={engine_path()}", QUICK, *arguments)
-
-    def one_run(self, *arguments: str) -> bytes:
-        """The file that a single run with these options writes."""
-        out = self.folder / "one.txt"
-        result = run_mode("datagen", QUICK, *arguments, f"out={out}")
-        self.assertEqual(result.returncode, 0, result.stderr.decode())
-        data = out.read_bytes()
-        self.assertNotEqual(data, b"")
-        return data
-
-    def joined(self, out: str = "shards/data.txt") -> bytes:
-        printed = self.succeed("join", "shards", *([] if out == "shards/data.txt" else [out]))
-        data = (self.folder / out).read_bytes()
-        self.assertEqual(printed, f"{hashlib.sha256(data).hexdigest()}  {out}\n")
-        return data
-
-    def shard(self, number: int) -> pathlib.Path:
-        return self.folder / "shards" / "shards" / f"{number}.gz"
-
-    def present(self) -> dict[str, tuple[int, int]]:
-        """Names of the finished shards, and what changes if one is played again."""
-        states = {path.name: path.stat() for path in self.shard(1).parent.glob("*.gz")}
-        return {name: (s.st_ino, s.st_mtime_ns) for name, s in states.items()}
-
-    def log(self) -> list[list[str]]:
-        """Number, machine and exit status of the shards, as they ended."""
-        rows = (self.folder / "shards" / "joblog").read_text().splitlines()[1:]
-        return [[row.split("\t")[i] for i in (0, 1, 6)] for row in rows]
-
-    def write_program(self, name: str, text: str, **values: str) -> str:
-        path = self.folder / name
-        path.write_text(text.format(folder=self.folder, engine=engine_path(), **values))
-        path.chmod(0o755)
-        return str(path)
-
-
+@needs_parallel
 class OneMachine(ShardTest):
     def test_shards_are_one_run(self) -> None:
         expected = self.one_run("games=11", "seed=5")
@@ -191,7 +100,7 @@ class OneMachine(ShardTest):
     def test_usage(self) -> None:
         self.assertIn("Usage: datagen-shards run DIR", self.succeed("--help"))
         for arguments in ([], ["play"], ["play", "--", "--help"]):
-            self.fail_with("run or join? (see --help)", *arguments, status=2)
+            self.fail_with("run, slurm, kubernetes, check or join? (see --help)", *arguments, status=2)
 
     def test_a_folder_of_other_things_stays(self) -> None:
         for name in ("engine", "joblog", "shards/1.gz", "README.md", "plans/plan"):
@@ -215,7 +124,7 @@ class OneMachine(ShardTest):
         for _ in range(2):
             self.assertEqual(self.joined(), self.one_run("games=2"))
         self.assertEqual([path.name for path in self.folder.glob("*.part*")], [])
-        self.fail_with("join takes a folder and a file: shards a b", "join", "shards", "a", "b", status=2)
+        self.fail_with("join takes folders and a file: shards a b", "join", "shards", "a", "b", status=2)
 
     def test_a_folder_holds_one_run(self) -> None:
         self.run_shards("games=3", "seed=8", "shard=2")
@@ -238,6 +147,7 @@ class OneMachine(ShardTest):
         self.assertEqual(self.present(), played)
 
 
+@needs_parallel
 class Interruption(ShardTest):
     GAMES = ("games=5", "seed=1")
 
@@ -306,6 +216,7 @@ class Interruption(ShardTest):
         self.assertFalse(part.exists())
 
 
+@needs_parallel
 @unittest.skipIf(shutil.which("rsync") is None, "rsync is not installed")
 class ManyMachines(ShardTest):
     def setUp(self) -> None:
@@ -324,6 +235,15 @@ class ManyMachines(ShardTest):
         for host in ("far", "farther"):
             self.assertIn("engine", (self.folder / f"{host}.log").read_text())
             self.assert_left_clean(host)
+
+    def test_a_machine_with_another_build_of_the_engine(self) -> None:
+        self.write_program("far.engine", "#!/bin/sh\n[ $1 = datagen ] || exec echo Morvane 0.1, revision abc\n"
+                                         'exec {engine} "$@"\n')
+        self.run_shards("games=3", "shard=1", "--", "-S", "1/far")
+        self.fail_with("played by another build of the engine, revision abc (run plays them): shard 1, 2, 3", "join",
+                       "shards")
+        self.succeed("run", "shards")
+        self.assertEqual(self.joined(), self.one_run("games=3"))
 
     def test_a_shard_that_is_lost_on_its_way(self) -> None:
         (self.folder / "broken").touch()
