@@ -40,7 +40,7 @@ WILD = ("randomplies=40", "openingcap=30000", "resignplies=60", "drawmin=200")
 ODD = [
     "QQQQQ3/QQQ5/QQ6/8/8/5k2/8/K7 b - - 3 20", "k7/8/5K2/8/8/qq6/qqq5/qqqqq3 w - - 99 300",
     "nnnnnnnn/8/4k3/8/8/3K4/8/BBBBBBBB w - - 100 80", "rrrrrrrr/8/4k3/8/4K3/8/8/NNNNNNNN w - - 150 80",
-    "r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 0 1", "8/PPPPPPPP/8/4k3/4K3/8/pppppppp/8 w - - 0 1",
+    "r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 0 1", "8/PPPPPPPP/8/4k3/8/4K3/pppppppp/8 w - - 0 1",
     "4k3/8/8/8/8/8/8/4K3 b - - 49 120", "8/8/8/3k4/8/8/4P3/4K3 w - - 12 60",
     "8/8/2b5/3k4/8/2B5/4P3/4K3 w - - 0 60", f"{START_FEN}", "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 60",
 ]
