@@ -10,7 +10,8 @@ function(morvane_python_test module timeout)
   add_test(NAME executable.${module}
     COMMAND ${interpreter} -B ${CMAKE_CURRENT_SOURCE_DIR}/uci/run.py test_${module})
   set_tests_properties(executable.${module} PROPERTIES
-    ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>;MORVANE_SELFCHECK=$<TARGET_FILE:morvane_selfcheck>"
+    ENVIRONMENT "MORVANE_ENGINE=$<TARGET_FILE:morvane>;MORVANE_SELFCHECK=$<TARGET_FILE:morvane_selfcheck>;\
+MORVANE_PACK=$<TARGET_FILE:morvane_pack>"
     SKIP_RETURN_CODE 77
     TIMEOUT ${timeout})
 endfunction()
@@ -30,6 +31,7 @@ morvane_python_test(xboard 600)
 morvane_python_test(match 300)
 morvane_python_test(rules 600)
 morvane_python_test(stress 900)
+morvane_python_test(pack 900 /usr/bin/python3)
 morvane_python_test(store 300 /usr/bin/python3)
 morvane_python_test(compare 600)
 morvane_python_test(datagen_shards 900)
