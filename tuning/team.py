@@ -185,7 +185,7 @@ class Mpi(Team):
 
     def __init__(self, positions: store.Store) -> None:
         super().__init__(positions)
-        from mpi4py import MPI  # noqa: PLC0415: only where it is asked for
+        from mpi4py import MPI  # needed only here
 
         self.world = MPI.COMM_WORLD
         self.place = MPI.Get_processor_name()

@@ -229,7 +229,7 @@ def learn(options: argparse.Namespace, workers: team.Team, choice: listing.Choic
     if options.tables:
         write(options.tables, tables.source(fitted))
     if options.report:
-        import report  # noqa: PLC0415: only this needs matplotlib
+        import report  # needs matplotlib
         write(options.report, report.page(report.Told(options, positions, fitted, looks.history, judgements, task)))
     if looks.ended_at_most:
         say(f"{kept.path} stays: the same command with more --passes goes on")
@@ -245,7 +245,7 @@ def workers_for(options: argparse.Namespace, positions: store.Store) -> team.Tea
 
 def lead(options: argparse.Namespace, workers: team.Team) -> None:
     positions = workers.positions
-    spreads = [prior.Spread.parse(text) for text in options.spread.split(",")]
+    spreads = [prior.Spread.parse(text) for text in dict.fromkeys(options.spread.split(","))]
     choice = listing.read_choice(options.choice, positions.listing.names)
     check(options, positions)
     kept = journal.Journal(f"{options.listing}.journal", what_decides(options, positions))
@@ -256,8 +256,8 @@ def lead(options: argparse.Namespace, workers: team.Team) -> None:
 
 def run(options: argparse.Namespace) -> None:
     with faults_in_a_line():
-        positions = store.open(options.store)
-    with workers_for(options, positions) as workers, faults_in_a_line():
+        workers = workers_for(options, store.open(options.store))
+    with workers, faults_in_a_line():
         if not workers.leads():
             return
         lead(options, workers)
