@@ -22,9 +22,9 @@ from client import START_FEN, FolderTest, run_mode
 from conditions import ON_LINUX, needs_plain_build
 
 try:
+    import datalines
     import listing
     import numpy as np
-    import rows
     import store
 except ImportError as error:
     raise unittest.SkipTest(f"{error}") from None
@@ -154,6 +154,11 @@ class StoreTest(FolderTest):
         return path
 
 
+def truncated(dividend: np.ndarray, divisor: int) -> np.ndarray:
+    """A quotient without its fraction, whatever the sign, as in C++."""
+    return np.sign(dividend) * (np.abs(dividend) // divisor)
+
+
 class Contents(StoreTest):
     def rows_as_text(self) -> bytes:
         """As featureexport writes them."""
@@ -202,9 +207,9 @@ class Contents(StoreTest):
             mg, eg = (np.bincount(row, by_cell[read.cell, side] * read.count, block.rows).astype(int)
                       for side in (0, 1))
             mg, eg = mg + read.base_mg, eg + read.base_eg
-            eg = rows.truncated(read.scale * eg, 64)
-            tapered = rows.truncated(read.phase * mg + eg * (24 - read.phase.astype(int)), 24)
-            self.assertEqual(rows.truncated(tapered * (200 - read.clock.astype(int)), 200).tolist(),
+            eg = truncated(read.scale * eg, 64)
+            tapered = truncated(read.phase * mg + eg * (24 - read.phase.astype(int)), 24)
+            self.assertEqual(truncated(tapered * (200 - read.clock.astype(int)), 200).tolist(),
                              read.value.tolist())
             values += (read.value * np.where(read.white, 1, -1)).tolist()
         self.assertEqual(values, told.tolist())
@@ -213,7 +218,7 @@ class Contents(StoreTest):
     def test_results_scores_sides_and_games_are_those_of_the_lines(self) -> None:
         first, second = self.play("a.txt"), self.play("b.txt", "seed=9", "score=0")
         self.assert_packs(first, second)
-        expected = rows.read_positions([first, second])
+        expected = datalines.read_positions([first, second])
         opened = store.open(self.store)
         read = [block.read() for block in opened.blocks]
 
