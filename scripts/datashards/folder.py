@@ -25,6 +25,7 @@ class Run:
     folder: Path
     settings: Settings
     engine_sum: str  # SHA-256 of the engine that the run was begun with
+    earlier: bool  # begun when shards had no records: one that is whole is the engine's
 
     @property
     def engine(self) -> Path:
@@ -69,23 +70,25 @@ def revision(engine: Path) -> str:
 # --- what a folder holds ---
 
 
-def read_settings(folder: Path) -> tuple[Settings, str]:
-    """The settings that a run was begun with, and the sum of its engine."""
+WRITTEN = re.compile(r"((?:[^\n]+\n)*)engine=([0-9a-f]{64})\n(begun=earlier\n)?")
+
+
+def read_settings(folder: Path) -> tuple[Settings, str, bool]:
+    """The settings that a run was begun with, the sum of its engine, and whether it has shards without records."""
     path = folder / "settings"
-    words = path.read_text(encoding="utf-8", errors="replace").split("\n")
-    engine = words[-2].partition("=")[2] if len(words) > 4 else ""
+    match = WRITTEN.fullmatch(path.read_text(encoding="utf-8", errors="replace"))
+    if not match:
+        raise Fault(f"{path} was edited: it does not end with the sum of the engine")
     try:
-        settings, _ = plan.read_settings(words[:-2])
+        return plan.read_settings(match[1].split())[0], match[2], bool(match[3])
     except WrongCall as fault:
         raise Fault(f"{path} was edited: {fault}") from None
-    if words[-1] != "" or not re.fullmatch("[0-9a-f]{64}", engine):
-        raise Fault(f"{path} was edited: it does not end with the sum of the engine")
-    return settings, engine
 
 
-def write_settings(folder: Path, settings: Settings, engine_sum: str) -> None:
-    words = [f"games={settings.games}", f"seed={settings.seed}", f"shard={settings.shard}", *settings.options]
-    replace(folder / "settings", "\n".join([*words, f"engine={engine_sum}", ""]))
+def write_settings(folder: Path, settings: Settings, earlier: bool = False) -> None:
+    words = [f"games={settings.games}", f"seed={settings.seed}", f"shard={settings.shard}", *settings.options,
+             f"engine={sum_of(folder / 'engine')}", *(["begun=earlier"] if earlier else [])]
+    replace(folder / "settings", "\n".join([*words, ""]))
 
 
 def open_run(folder: Path) -> Run:
@@ -99,13 +102,13 @@ def open_run(folder: Path) -> Run:
         plan.check(lines or [], settings, str(written))
         if not (folder / "engine").exists():
             raise Fault(f"{folder / 'engine'} is missing")
-        write_settings(folder, settings, sum_of(folder / "engine"))
-    settings, engine_sum = read_settings(folder)
+        write_settings(folder, settings, earlier=True)
+    settings, engine_sum, earlier = read_settings(folder)
     if lines is None:
         replace(written, "\n".join([*plan.lines(settings), ""]))
     else:
         plan.check(lines, settings, str(written))
-    return Run(folder, settings, engine_sum)
+    return Run(folder, settings, engine_sum, earlier)
 
 
 def open_whole(folder: Path) -> Run:
@@ -142,7 +145,7 @@ def begin(folder: Path, settings: Settings, engine: Path) -> None:
     (folder / "shards").mkdir(parents=True, exist_ok=True)
     shutil.copy(engine, folder / "engine.part")
     os.replace(folder / "engine.part", folder / "engine")
-    write_settings(folder, settings, sum_of(folder / "engine"))
+    write_settings(folder, settings)
 
 
 def require_empty(folder: Path, engine: Path) -> None:
@@ -201,7 +204,7 @@ def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str,
 def put_aside(run: Run, shards: Iterable[Shard]) -> None:
     """What is faulty goes out of the way: from here on a shard with a record is made."""
     for shard in shards:
-        for path in (run.text(shard), run.record(shard)):  # a shard without a record might be adopted
+        for path in (run.text(shard), run.record(shard)):  # a shard that has lost its record might be adopted
             bad = path.with_name(f"{shard.number}.bad{path.suffix}")
             if path.exists():
                 if bad.is_dir():

@@ -118,11 +118,10 @@ def read_text(path: Path) -> Text:
 
 
 def examine(run: Run, shard: Shard) -> Finding:
-    """A whole shard without a record, of earlier days, is adopted: the folder's engine made it."""
     path = run.record(shard)
     recorded = path.exists()
     record = read_record(path) if recorded else None
-    if not run.text(shard).exists():
+    if not run.text(shard).exists() or not (recorded or run.earlier):
         return Finding(shard, LOST)
     if recorded and record is None:
         return Finding(shard, RECORD)
@@ -140,6 +139,7 @@ def examine(run: Run, shard: Shard) -> Finding:
 
 
 def adopt(run: Run, finding: Finding, revision: str) -> None:
+    """Gives a whole shard of earlier days the record that it has not."""
     text, shard = finding.text, finding.shard
     finding.record = {
         "format": 1, "first_seed": shard.first_seed, "games": shard.games, "options": list(run.settings.options),

@@ -9,6 +9,7 @@ import os
 import pathlib
 import shutil
 import subprocess
+import tempfile
 import unittest
 
 from client import DEADLINE, engine_path, run_mode
@@ -136,14 +137,20 @@ class Records(StoreTest):
 
 
 class Faults(StoreTest):
+    @classmethod
+    def setUpClass(cls) -> None:
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.begun = pathlib.Path(folder.name) / "shards"
+        subprocess.run([str(SCRIPT), "run", str(cls.begun), f"engine={engine_path()}", QUICK, *cls.GAMES, "shard=2"],
+                       check=True, stderr=subprocess.DEVNULL)
+
     def setUp(self) -> None:
         super().setUp()
-        self.begin()
+        shutil.copytree(self.begun, self.folder / "shards")
 
     def assert_fault(self, line: str, *shards: int) -> None:
-        numbers = ", ".join(map(str, shards))
-        for command in ("check", "join"):
-            self.fail_with(f"{line} (run plays them): shard {numbers}", command, "shards")
+        self.fail_with(f"{line} (run plays them): shard {', '.join(map(str, shards))}", "check", "shards")
         self.play_again(*shards)
 
     def test_a_shard_in_the_place_of_another(self) -> None:
@@ -152,6 +159,10 @@ class Faults(StoreTest):
         shutil.copy(self.shard(1), self.shard(2))
         shutil.copy(self.record(1), self.record(2))
         self.assert_fault("of other seeds than the plan's", 2)
+
+    def test_a_shard_that_has_lost_its_record(self) -> None:
+        self.record(2).unlink()
+        self.assert_fault("missing or damaged", 2)
 
     def test_a_short_shard(self) -> None:
         lines = self.text(2).splitlines(keepends=True)
@@ -189,10 +200,11 @@ class Faults(StoreTest):
         self.shard(1).write_bytes(b"")
         self.change(2, options=[])
         self.record(3).write_text("x")
-        self.assertEqual(self.told("check", "shards"), [
-            "missing or damaged (run plays them): shard 1",
-            "of other options than the plan's (run plays them): shard 2",
-            "with a record that cannot be read (run plays them): shard 3"])
+        for command in ("check", "join"):
+            self.assertEqual(self.told(command, "shards"), [
+                "missing or damaged (run plays them): shard 1",
+                "of other options than the plan's (run plays them): shard 2",
+                "with a record that cannot be read (run plays them): shard 3"])
         self.play_again(1, 2, 3)
 
     def test_foreign_files_stay(self) -> None:
