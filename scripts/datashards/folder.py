@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
+import contextlib
 import filecmp
 import hashlib
 import os
 import re
 import shutil
 import subprocess
-from collections.abc import Iterable, Sequence
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -17,7 +18,8 @@ from .fault import Fault, WrongCall
 from .plan import Settings, Shard
 
 PLAY = Path(__file__).with_name("play.sh")
-OF_A_SHARD = re.compile(r"([1-9]\d*)\.(gz|json|part\..*|bad\.(gz|json))")
+LEFT = r"(part|bad|json\.part)\..*"  # by a job or a program that was cut off, or put aside
+OF_A_SHARD = re.compile(rf"([1-9]\d*)\.(gz|json|{LEFT})")
 
 
 @dataclass(frozen=True)
@@ -42,11 +44,21 @@ class Run:
         return self.folder / "shards" / f"{shard.number}.json"
 
 
+@contextlib.contextmanager
+def replacing(path: Path) -> Iterator[Path]:
+    """A file to write, which takes the name of `path` when it is whole; otherwise that stays as it is."""
+    part = path.with_name(f"{path.name}.part.{os.getpid()}")
+    try:
+        yield part
+        os.replace(part, path)
+    except OSError as error:
+        part.unlink(missing_ok=True)
+        raise Fault(f"cannot be written: {path}: {error.strerror}") from None
+
+
 def replace(path: Path, text: str) -> None:
-    """Writes a file whole, or leaves it as it is."""
-    part = path.with_name(f"{path.name}.part")
-    part.write_text(text, encoding="utf-8")
-    os.replace(part, path)
+    with replacing(path) as part:
+        part.write_text(text, encoding="utf-8")
 
 
 def sum_of(path: Path) -> str:
@@ -143,8 +155,8 @@ def begin(folder: Path, settings: Settings, engine: Path) -> None:
     if folder.exists():
         require_empty(folder, engine)
     (folder / "shards").mkdir(parents=True, exist_ok=True)
-    shutil.copy(engine, folder / "engine.part")
-    os.replace(folder / "engine.part", folder / "engine")
+    with replacing(folder / "engine") as part:
+        shutil.copy(engine, part)
     write_settings(folder, settings)
 
 
@@ -152,8 +164,8 @@ def require_empty(folder: Path, engine: Path) -> None:
     """What a beginning that was cut short leaves is no other thing."""
     if not folder.is_dir():
         raise Fault(f"{folder} is no folder")
-    left = {"shards", "engine", "engine.part", "settings.part", "plan.part"}
-    strange = {path.name for path in folder.iterdir()} - left
+    left = re.compile(r"shards|engine|(engine|settings)\.part\.\d+|plan\.part")
+    strange = {path.name for path in folder.iterdir() if not left.fullmatch(path.name)}
     shards = folder / "shards"
     if shards.exists() and (not shards.is_dir() or any(shards.iterdir())):
         strange.add("shards")
@@ -181,11 +193,12 @@ def require_engine(folder: Path, engine: str) -> None:
         if sum_of(Path(engine)) != run.engine_sum:
             raise Fault(f"{folder} holds a run of another engine")
         if sum_of(run.engine) != run.engine_sum:
-            shutil.copy(engine, folder / "engine.part")
-            os.replace(folder / "engine.part", run.engine)
+            with replacing(run.engine) as part:
+                shutil.copy(engine, part)
 
 
-def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str, find_engine) -> Run:
+def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str,
+            find_engine: Callable[[], str]) -> Run:
     """Begins a run in the folder, or goes on with the one that it holds."""
     if engine and not os.access(engine, os.X_OK):
         raise WrongCall(f"no engine: {engine}")

@@ -8,7 +8,7 @@ import os
 import re
 import zlib
 from collections import deque
-from collections.abc import Iterable, Iterator
+from collections.abc import Callable, Iterable, Iterator
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field
 from pathlib import Path
@@ -19,7 +19,7 @@ from .folder import Run
 from .plan import Shard
 
 PIECE = 1 << 18  # bytes of a compressed file that are read at once
-HELD = 1 << 26  # a text of more bytes is not kept, but read again
+HELD = 1 << 24  # a text of more bytes is not kept, but read again
 WORKERS = os.cpu_count() or 1
 
 LOST = "missing or damaged"
@@ -197,7 +197,7 @@ def listed(numbers: Iterable[int]) -> str:
     return ", ".join(words)
 
 
-def survey(run: Run, take=lambda piece: None) -> Survey:
+def survey(run: Run, take: Callable[[bytes], None] = lambda piece: None) -> Survey:
     """Looks at every shard, hands the text of a run that is whole so far to `take`, and adopts shards."""
     found, whole, entries, adopted = Survey(run), hashlib.sha256(), [], []
     revision = ""
@@ -255,5 +255,5 @@ def finish(found: Survey) -> None:
 def sweep(run: Run) -> None:
     """Removes what jobs that were cut off, and shards that were put aside, have left in a whole run."""
     for path in (run.folder / "shards").iterdir():
-        if re.fullmatch(r"\d+\.(part\..*|bad\.(gz|json))", path.name) and path.is_file():
+        if re.fullmatch(rf"\d+\.{folder.LEFT}", path.name) and path.is_file():
             path.unlink()

@@ -134,7 +134,8 @@ class Killed(SlurmTest):
     def test_a_node_that_fails(self) -> None:
         """Nothing of the job is left, and Slurm sends it to another node, or to the same one when that is back."""
         self.hold(2)
-        job, _ = self.submit(f"engine={self.write_program('held', HELD_ENGINE)}", QUICK, "games=3", "shard=1", "tasks=1")
+        program = self.write_program("held", HELD_ENGINE)
+        job, _ = self.submit(f"engine={program}", QUICK, "games=3", "shard=1", "tasks=1")
         engine = self.held(2)
         made = self.present()
         self.assertEqual(self.made(), {1})
@@ -203,8 +204,8 @@ class Unsubmitted(ShardTest):
         self.fail_with("slurm: which folder?", "slurm", "--print", status=2)
         self.assertFalse((self.folder / "shards").exists())
         for name in ('a"b', "a%b", "a\\b"):
-            self.fail_with(f"Slurm does not take the name of this folder: {self.folder}/{name}", "slurm", name, "games=1",
-                           f"engine={engine_path()}", "--print")
+            self.fail_with(f"Slurm does not take the name of this folder: {self.folder}/{name}", "slurm", name,
+                           "games=1", f"engine={engine_path()}", "--print")
 
 
 if __name__ == "__main__":

@@ -11,8 +11,10 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+import unittest.mock
 
 from client import DEADLINE, engine_path, run_mode
+from datashards import folder, store
 from shard_test import QUICK, SCRIPT, ShardTest, needs_parallel
 
 # As the engine, but other bytes: another build.
@@ -91,6 +93,23 @@ class Records(StoreTest):
         self.assertEqual(self.manifest()["engine"],
                          {"revision": "unknown", "sha256": sum_of(pathlib.Path(old).read_bytes())})
 
+    def test_texts_that_are_too_long_to_be_held(self) -> None:
+        self.begin()
+        run = folder.open_whole(self.folder / "shards")
+        with unittest.mock.patch.object(store, "HELD", len(self.text(1)) - 1):
+            pieces: list[bytes] = []
+            found = store.survey(run, pieces.append)
+        self.assertEqual(b"".join(pieces), self.one_run(*self.GAMES))
+        self.assertEqual(found.manifest["sha256"], sum_of(b"".join(pieces)))
+
+    def test_a_manifest_that_cannot_be_written(self) -> None:
+        self.begin()
+        done = subprocess.run(**self.command() | {"args": ["sh", "-c", f"ulimit -f 0; {SCRIPT} check shards"]},
+                              timeout=DEADLINE, check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()), (1, "datagen-shards: cannot be written:"
+                                                                  " shards/manifest.json: File too large\n"))
+        self.assertEqual(list((self.folder / "shards").glob("manifest*")), [])
+
     def test_a_manifest_is_that_of_a_whole_run(self) -> None:
         self.begin()
         self.joined()
@@ -125,7 +144,7 @@ class Records(StoreTest):
         data = self.one_run(*self.GAMES)
         for _ in range(2):
             self.assertEqual(self.succeed("join", "shards", "all.txt.zst"), f"{sum_of(data)}  all.txt\n")
-        unpacked = subprocess.run(["zstd", "-dcq", str(self.folder / "all.txt.zst")], stdout=subprocess.PIPE, check=True)
+        unpacked = subprocess.run(["zstd", "-dcq", "all.txt.zst"], cwd=self.folder, stdout=subprocess.PIPE, check=True)
         self.assertEqual(unpacked.stdout, data)
         other = self.folder / "other.zst"
         for content in (b"of earlier days\n", subprocess.run(["zstd", "-qc"], input=b"other\n", check=True,
@@ -352,7 +371,7 @@ class FullDisk(StoreTest):
         for out in ("all.txt", "all.zst"):
             done = self.on_a_small_disk(f"cat /dev/zero >small/other || true; {SCRIPT} join shards small/{out};"
                                         " echo $?; ls small")
-            told = [line for line in done.stderr.decode().splitlines() if line.startswith("datagen-shards: ")]
+            told = [line for line in done.stderr.decode().splitlines() if not line.startswith("cat: ")]
             self.assertEqual(done.stdout.decode().split(), ["1", "other"], told)
             self.assertRegex("\n".join(told), rf"^datagen-shards: cannot be written: small/{out}\.part\.\d+: .*"
                                               "No space left on device$")
