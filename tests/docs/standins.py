@@ -83,6 +83,11 @@ def require_none_left(arguments: list[str]) -> None:
         raise Wrong(f"nobody knows how to check {' '.join(arguments)}")
 
 
+def require_file(name: str) -> None:
+    if not os.path.isfile(name):
+        raise Wrong(f"there is no file {name}")
+
+
 # --- programs, found by PATH ---
 
 
@@ -202,6 +207,7 @@ def kubectl(arguments: list[str]) -> str:
     command, file = arguments[:1], take(arguments, "-f")
     condition, _timeout = take(arguments, "--for"), take(arguments, "--timeout")
     require_none_left(arguments[1:])
+    require_file(file)
     with open(file, encoding="utf-8") as text:
         job, = yaml.safe_load_all(text)
     if command == ["wait"] and condition == "condition=complete":
@@ -221,6 +227,7 @@ def podman(arguments: list[str]) -> str:
     command, place = (*arguments, "", "")[:2]
     if command == "push":
         return f"nothing is pushed to {place}"
+    require_file(recipe)
     copied = re.findall(r"^COPY (?:--\S+ )*(\S+) ", pathlib.Path(recipe).read_text(encoding="utf-8"), re.MULTILINE)
     if command != "build" or not name or not copied or not all((pathlib.Path(place) / c).exists() for c in copied):
         raise Wrong(f"no recipe, or not what it copies: {' '.join(arguments)}")
