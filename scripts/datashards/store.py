@@ -14,7 +14,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 from . import folder
-from .fault import remark
+from .fault import Fault, remark
 from .folder import Run
 from .plan import Shard
 
@@ -30,8 +30,11 @@ RECORD = "with a record that cannot be read"
 BUILD = "played by another build of the engine, revision {}"
 
 
-class Damaged(Exception):
+class Damaged(Fault):
     """A file is no whole gzip file."""
+
+    def __init__(self, path: Path) -> None:
+        super().__init__(f"{path} is damaged")
 
 
 def texts(path: Path) -> Iterator[bytes]:
@@ -41,12 +44,12 @@ def texts(path: Path) -> Iterator[bytes]:
         with open(path, "rb") as file:
             while piece := file.read(PIECE):
                 if inflater.eof:
-                    raise Damaged
+                    raise Damaged(path)
                 yield inflater.decompress(piece)
     except (OSError, zlib.error):
-        raise Damaged from None
+        raise Damaged(path) from None
     if not inflater.eof or inflater.unused_data:
-        raise Damaged
+        raise Damaged(path)
 
 
 # --- records ---
@@ -61,7 +64,7 @@ def read_record(path: Path) -> dict | None:
         record = json.loads(path.read_bytes())
         sound = all(isinstance(record[key], kind) for key, kind in SHAPE.items()) and all(
             isinstance(record["engine"][key], str) for key in ("revision", "sha256"))
-    except (OSError, ValueError, KeyError, TypeError):
+    except (OSError, ValueError, KeyError, TypeError, RecursionError):
         return None
     return record if sound else None
 

@@ -208,7 +208,7 @@ class Faults(StoreTest):
         self.assert_fault("played by another build of the engine, revision abc", 2)
 
     def test_no_record_at_all(self) -> None:
-        for text in ("", "no record\n", "[]", "{}", '{"first_seed": "3"}', "\udcff"):
+        for text in ("", "no record\n", "[]", "{}", "[" * 100000, '{"first_seed": "3"}', "\udcff"):
             with self.subTest(text):
                 self.record(2).write_bytes(text.encode(errors="surrogateescape"))
                 self.assertEqual(self.told("check", "shards"),
