@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
+import contextlib
 import filecmp
 import hashlib
 import os
 import re
 import shutil
 import subprocess
-from collections.abc import Iterable, Sequence
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -17,7 +18,8 @@ from .fault import Fault, WrongCall
 from .plan import Settings, Shard
 
 PLAY = Path(__file__).with_name("play.sh")
-OF_A_SHARD = re.compile(r"([1-9]\d*)\.(gz|json|part\..*|bad\.(gz|json))")
+LEFT = r"(part|bad|json\.part)\..*"  # by a job or a program that was cut off, or put aside
+OF_A_SHARD = re.compile(rf"([1-9]\d*)\.(gz|json|{LEFT})")
 
 
 @dataclass(frozen=True)
@@ -25,6 +27,7 @@ class Run:
     folder: Path
     settings: Settings
     engine_sum: str  # SHA-256 of the engine that the run was begun with
+    earlier: bool  # begun when shards had no records: one that is whole is the engine's
 
     @property
     def engine(self) -> Path:
@@ -41,11 +44,21 @@ class Run:
         return self.folder / "shards" / f"{shard.number}.json"
 
 
+@contextlib.contextmanager
+def replacing(path: Path) -> Iterator[Path]:
+    """A file to write, which takes the name of `path` when it is whole; otherwise that stays as it is."""
+    part = path.with_name(f"{path.name}.part.{os.getpid()}")
+    try:
+        yield part
+        os.replace(part, path)
+    except OSError as error:
+        part.unlink(missing_ok=True)
+        raise Fault(f"cannot be written: {path}: {error.strerror}") from None
+
+
 def replace(path: Path, text: str) -> None:
-    """Writes a file whole, or leaves it as it is."""
-    part = path.with_name(f"{path.name}.part")
-    part.write_text(text, encoding="utf-8")
-    os.replace(part, path)
+    with replacing(path) as part:
+        part.write_text(text, encoding="utf-8")
 
 
 def sum_of(path: Path) -> str:
@@ -69,23 +82,25 @@ def revision(engine: Path) -> str:
 # --- what a folder holds ---
 
 
-def read_settings(folder: Path) -> tuple[Settings, str]:
-    """The settings that a run was begun with, and the sum of its engine."""
+WRITTEN = re.compile(r"((?:[^\n]+\n)*)engine=([0-9a-f]{64})\n(begun=earlier\n)?")
+
+
+def read_settings(folder: Path) -> tuple[Settings, str, bool]:
+    """The settings that a run was begun with, the sum of its engine, and whether it has shards without records."""
     path = folder / "settings"
-    words = path.read_text(encoding="utf-8", errors="replace").split("\n")
-    engine = words[-2].partition("=")[2] if len(words) > 4 else ""
+    match = WRITTEN.fullmatch(path.read_text(encoding="utf-8", errors="replace"))
+    if not match:
+        raise Fault(f"{path} was edited: it does not end with the sum of the engine")
     try:
-        settings, _ = plan.read_settings(words[:-2])
+        return plan.read_settings(match[1].split())[0], match[2], bool(match[3])
     except WrongCall as fault:
         raise Fault(f"{path} was edited: {fault}") from None
-    if words[-1] != "" or not re.fullmatch("[0-9a-f]{64}", engine):
-        raise Fault(f"{path} was edited: it does not end with the sum of the engine")
-    return settings, engine
 
 
-def write_settings(folder: Path, settings: Settings, engine_sum: str) -> None:
-    words = [f"games={settings.games}", f"seed={settings.seed}", f"shard={settings.shard}", *settings.options]
-    replace(folder / "settings", "\n".join([*words, f"engine={engine_sum}", ""]))
+def write_settings(folder: Path, settings: Settings, earlier: bool = False) -> None:
+    words = [f"games={settings.games}", f"seed={settings.seed}", f"shard={settings.shard}", *settings.options,
+             f"engine={sum_of(folder / 'engine')}", *(["begun=earlier"] if earlier else [])]
+    replace(folder / "settings", "\n".join([*words, ""]))
 
 
 def open_run(folder: Path) -> Run:
@@ -99,13 +114,13 @@ def open_run(folder: Path) -> Run:
         plan.check(lines or [], settings, str(written))
         if not (folder / "engine").exists():
             raise Fault(f"{folder / 'engine'} is missing")
-        write_settings(folder, settings, sum_of(folder / "engine"))
-    settings, engine_sum = read_settings(folder)
+        write_settings(folder, settings, earlier=True)
+    settings, engine_sum, earlier = read_settings(folder)
     if lines is None:
         replace(written, "\n".join([*plan.lines(settings), ""]))
     else:
         plan.check(lines, settings, str(written))
-    return Run(folder, settings, engine_sum)
+    return Run(folder, settings, engine_sum, earlier)
 
 
 def open_whole(folder: Path) -> Run:
@@ -140,17 +155,17 @@ def begin(folder: Path, settings: Settings, engine: Path) -> None:
     if folder.exists():
         require_empty(folder, engine)
     (folder / "shards").mkdir(parents=True, exist_ok=True)
-    shutil.copy(engine, folder / "engine.part")
-    os.replace(folder / "engine.part", folder / "engine")
-    write_settings(folder, settings, sum_of(folder / "engine"))
+    with replacing(folder / "engine") as part:
+        shutil.copy(engine, part)
+    write_settings(folder, settings)
 
 
 def require_empty(folder: Path, engine: Path) -> None:
     """What a beginning that was cut short leaves is no other thing."""
     if not folder.is_dir():
         raise Fault(f"{folder} is no folder")
-    left = {"shards", "engine", "engine.part", "settings.part", "plan.part"}
-    strange = {path.name for path in folder.iterdir()} - left
+    left = re.compile(r"shards|engine|(engine|settings)\.part\.\d+|plan\.part")
+    strange = {path.name for path in folder.iterdir() if not left.fullmatch(path.name)}
     shards = folder / "shards"
     if shards.exists() and (not shards.is_dir() or any(shards.iterdir())):
         strange.add("shards")
@@ -178,11 +193,12 @@ def require_engine(folder: Path, engine: str) -> None:
         if sum_of(Path(engine)) != run.engine_sum:
             raise Fault(f"{folder} holds a run of another engine")
         if sum_of(run.engine) != run.engine_sum:
-            shutil.copy(engine, folder / "engine.part")
-            os.replace(folder / "engine.part", run.engine)
+            with replacing(run.engine) as part:
+                shutil.copy(engine, part)
 
 
-def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str, find_engine) -> Run:
+def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str,
+            find_engine: Callable[[], str]) -> Run:
     """Begins a run in the folder, or goes on with the one that it holds."""
     if engine and not os.access(engine, os.X_OK):
         raise WrongCall(f"no engine: {engine}")
@@ -201,7 +217,7 @@ def prepare(folder: Path, words: Sequence[str], settings: Settings, engine: str,
 def put_aside(run: Run, shards: Iterable[Shard]) -> None:
     """What is faulty goes out of the way: from here on a shard with a record is made."""
     for shard in shards:
-        for path in (run.text(shard), run.record(shard)):  # a shard without a record might be adopted
+        for path in (run.text(shard), run.record(shard)):  # a shard that has lost its record might be adopted
             bad = path.with_name(f"{shard.number}.bad{path.suffix}")
             if path.exists():
                 if bad.is_dir():

@@ -9,7 +9,7 @@ import signal
 import subprocess
 from collections.abc import Iterable, Sequence
 
-from .folder import Run
+from .folder import Run, replace
 
 HEADING = "Seq\tHost\tStarttime\tJobRuntime\tSend\tReceive\tExitval\tSignal\tCommand"
 
@@ -31,9 +31,7 @@ def write_log(run: Run, missing: set[int]) -> None:
     for shard in run.shards:
         if shard.number not in missing:
             rows.setdefault(shard.number, f"{shard.number}\telsewhere\t0\t0\t0\t0\t0\t0\t")
-    part = path.with_name("joblog.part")
-    part.write_text("\n".join([HEADING, *rows.values(), ""]), encoding="utf-8")
-    os.replace(part, path)
+    replace(path, "\n".join([HEADING, *rows.values(), ""]))
 
 
 def end_with_parent() -> None:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import filecmp
 import hashlib
 import os
@@ -69,6 +70,8 @@ class Output:
         if self._packer:
             self._packer.kill()
             self._packer.wait()
+            with contextlib.suppress(OSError):
+                self._packer.stdin.close()
         self.part.unlink(missing_ok=True)
 
     def place(self) -> None:

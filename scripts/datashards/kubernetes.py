@@ -117,6 +117,8 @@ def manifest(run: Run, lost: Sequence[int], wanted: Wanted) -> str:
     folder.replace(run.folder / "missing", "".join(f"{number}\n" for number in lost))
     claim = wanted.claim or job_name(run)
     owner = run.folder.stat()  # may write there; but nothing runs as root
-    text = JOB.format(name=job_name(run), tasks=min(wanted.tasks, len(lost)), user=owner.st_uid or NOBODY,
-                      group=owner.st_gid or NOBODY, image=json.dumps(wanted.image), folder=json.dumps(f"{VOLUME}/{wanted.path}"), volume=VOLUME, claim=json.dumps(claim))
+    text = JOB.format(
+        name=job_name(run), tasks=min(wanted.tasks, len(lost)), user=owner.st_uid or NOBODY,
+        group=owner.st_gid or NOBODY, image=json.dumps(wanted.image), volume=VOLUME, claim=json.dumps(claim),
+        folder=json.dumps(f"{VOLUME}/{wanted.path}"))
     return text if wanted.claim else CLAIM.format(claim=claim) + text

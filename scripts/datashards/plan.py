@@ -60,12 +60,13 @@ def settings_of(plan: Sequence[str], name: str) -> Settings:
 def check(plan: Sequence[str], settings: Settings, name: str) -> None:
     """A plan says what its settings say."""
     wanted = lines(settings)
+    advice = f"remove {name}, and run writes it again"
     for i, line in enumerate(wanted):
         if i >= len(plan) or plan[i] != line:
             found = f"is '{plan[i]}'" if i < len(plan) else "is missing"
-            raise Fault(f"{name} was edited: line {i + 1} {found}, and was '{line}'; remove {name}, and run writes it again")
+            raise Fault(f"{name} was edited: line {i + 1} {found}, and was '{line}'; {advice}")
     if len(plan) > len(wanted):
-        raise Fault(f"{name} was edited: line {len(wanted) + 1} is too much; remove {name}, and run writes it again")
+        raise Fault(f"{name} was edited: line {len(wanted) + 1} is too much; {advice}")
 
 
 def overlap(one: Settings, other: Settings) -> bool:

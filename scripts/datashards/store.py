@@ -8,18 +8,18 @@ import os
 import re
 import zlib
 from collections import deque
-from collections.abc import Iterable, Iterator
+from collections.abc import Callable, Iterable, Iterator
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field
 from pathlib import Path
 
 from . import folder
-from .fault import remark
+from .fault import Fault, remark
 from .folder import Run
 from .plan import Shard
 
 PIECE = 1 << 18  # bytes of a compressed file that are read at once
-HELD = 1 << 26  # a text of more bytes is not kept, but read again
+HELD = 1 << 24  # a text of more bytes is not kept, but read again
 WORKERS = os.cpu_count() or 1
 
 LOST = "missing or damaged"
@@ -30,8 +30,11 @@ RECORD = "with a record that cannot be read"
 BUILD = "played by another build of the engine, revision {}"
 
 
-class Damaged(Exception):
+class Damaged(Fault):
     """A file is no whole gzip file."""
+
+    def __init__(self, path: Path) -> None:
+        super().__init__(f"{path} is damaged")
 
 
 def texts(path: Path) -> Iterator[bytes]:
@@ -41,12 +44,12 @@ def texts(path: Path) -> Iterator[bytes]:
         with open(path, "rb") as file:
             while piece := file.read(PIECE):
                 if inflater.eof:
-                    raise Damaged
+                    raise Damaged(path)
                 yield inflater.decompress(piece)
     except (OSError, zlib.error):
-        raise Damaged from None
+        raise Damaged(path) from None
     if not inflater.eof or inflater.unused_data:
-        raise Damaged
+        raise Damaged(path)
 
 
 # --- records ---
@@ -61,7 +64,7 @@ def read_record(path: Path) -> dict | None:
         record = json.loads(path.read_bytes())
         sound = all(isinstance(record[key], kind) for key, kind in SHAPE.items()) and all(
             isinstance(record["engine"][key], str) for key in ("revision", "sha256"))
-    except (OSError, ValueError, KeyError, TypeError):
+    except (OSError, ValueError, KeyError, TypeError, RecursionError):
         return None
     return record if sound else None
 
@@ -118,11 +121,10 @@ def read_text(path: Path) -> Text:
 
 
 def examine(run: Run, shard: Shard) -> Finding:
-    """A whole shard without a record, of earlier days, is adopted: the folder's engine made it."""
     path = run.record(shard)
     recorded = path.exists()
     record = read_record(path) if recorded else None
-    if not run.text(shard).exists():
+    if not run.text(shard).exists() or not (recorded or run.earlier):
         return Finding(shard, LOST)
     if recorded and record is None:
         return Finding(shard, RECORD)
@@ -140,6 +142,7 @@ def examine(run: Run, shard: Shard) -> Finding:
 
 
 def adopt(run: Run, finding: Finding, revision: str) -> None:
+    """Gives a whole shard of earlier days the record that it has not."""
     text, shard = finding.text, finding.shard
     finding.record = {
         "format": 1, "first_seed": shard.first_seed, "games": shard.games, "options": list(run.settings.options),
@@ -197,7 +200,7 @@ def listed(numbers: Iterable[int]) -> str:
     return ", ".join(words)
 
 
-def survey(run: Run, take=lambda piece: None) -> Survey:
+def survey(run: Run, take: Callable[[bytes], None] = lambda piece: None) -> Survey:
     """Looks at every shard, hands the text of a run that is whole so far to `take`, and adopts shards."""
     found, whole, entries, adopted = Survey(run), hashlib.sha256(), [], []
     revision = ""
@@ -255,5 +258,5 @@ def finish(found: Survey) -> None:
 def sweep(run: Run) -> None:
     """Removes what jobs that were cut off, and shards that were put aside, have left in a whole run."""
     for path in (run.folder / "shards").iterdir():
-        if re.fullmatch(r"\d+\.(part\..*|bad\.(gz|json))", path.name) and path.is_file():
+        if re.fullmatch(rf"\d+\.{folder.LEFT}", path.name) and path.is_file():
             path.unlink()

@@ -33,6 +33,7 @@ os.execv({python!r}, [{python!r}, "-B", {script!r}, {name!r}, *sys.argv[1:]])
 # Programs that a block needs, by what names them. Where one is missing the block is left out.
 OPTIONAL_PROGRAMS = {
     "scripts/datagen-shards": "parallel",
+    "all.txt.zst": "zstd",
     "scripts/match": "xboard",
     "scripts/solve-epd": "polyglot",
     "tuning/compare": "npm",

@@ -111,6 +111,11 @@ def require_none_left(arguments: list[str]) -> None:
         raise Wrong(f"nobody knows how to check {' '.join(arguments)}")
 
 
+def require_file(name: str) -> None:
+    if not os.path.isfile(name):
+        raise Wrong(f"there is no file {name}")
+
+
 # --- programs, found by PATH ---
 
 
@@ -204,6 +209,68 @@ def apt(arguments: list[str]) -> str:
     return "nothing is installed or removed here"
 
 
+# --- clusters: what their programs are given is played here, one task after another ---
+
+
+def sbatch(arguments: list[str]) -> str:
+    """The options come from the manual of sbatch; the script is run."""
+    script = sys.stdin.read()
+    known = ("--parsable", "--partition=", "--time=")
+    require_none_left([a for a in arguments if not a.startswith(known)])
+    last = int(re.search(r"^#SBATCH --array=0-(\d+)$", script, re.MULTILINE)[1])
+    folder = re.search(r'^#SBATCH --chdir="(.*)"$', script, re.MULTILINE)[1]
+    for task in range(last + 1):
+        subprocess.run(["sh"], input=script, text=True, cwd=folder, check=True,
+                       env=os.environ | {"SLURM_ARRAY_TASK_ID": str(task)}, stdout=subprocess.DEVNULL)
+    print("1")
+    return f"its {last + 1} tasks were run here"
+
+
+def squeue(_arguments: list[str]) -> str:
+    return "there is no job"
+
+
+def scontrol(arguments: list[str]) -> str:
+    if arguments != ["show", "config"]:
+        raise Wrong(f"nobody knows how to check {' '.join(arguments)}")
+    print("MaxArraySize            = 1001")
+    return "told the default"
+
+
+def kubectl(arguments: list[str]) -> str:
+    """Runs the pods of a job in the folder that has the name of theirs."""
+    import yaml  # only where a page has such a job
+
+    command, file = arguments[:1], take(arguments, "-f")
+    condition, _timeout = take(arguments, "--for"), take(arguments, "--timeout")
+    require_none_left(arguments[1:])
+    require_file(file)
+    with open(file, encoding="utf-8") as text:
+        job, = yaml.safe_load_all(text)
+    if command == ["wait"] and condition == "condition=complete":
+        return f"{job['metadata']['name']} has ended"
+    if command != ["apply"]:
+        raise Wrong(f"nobody knows how to check {command}")
+    container, = job["spec"]["template"]["spec"]["containers"]
+    own = {each["name"]: each["value"] for each in container["env"]} | {"DATAGEN_ENGINE": os.environ["MORVANE_ENGINE"]}
+    for index in range(job["spec"]["completions"]):
+        subprocess.run(container["command"], cwd=os.path.basename(container["workingDir"]), check=True,
+                       env=os.environ | own | {"JOB_COMPLETION_INDEX": str(index)}, stdout=subprocess.DEVNULL)
+    return f"the {job['spec']['completions']} pods of {job['metadata']['name']} were run here"
+
+
+def podman(arguments: list[str]) -> str:
+    recipe, name = take(arguments, "-f"), take(arguments, "-t")
+    command, place = (*arguments, "", "")[:2]
+    if command == "push":
+        return f"nothing is pushed to {place}"
+    require_file(recipe)
+    copied = re.findall(r"^COPY (?:--\S+ )*(\S+) ", pathlib.Path(recipe).read_text(encoding="utf-8"), re.MULTILINE)
+    if command != "build" or not name or not copied or not all((pathlib.Path(place) / c).exists() for c in copied):
+        raise Wrong(f"no recipe, or not what it copies: {' '.join(arguments)}")
+    return "what the recipe copies is there; no image is built"
+
+
 # --- scripts and programs of the repository ---
 
 
@@ -294,6 +361,11 @@ PROGRAMS: dict[str, Callable[[list[str]], str]] = {
     "sudo": sudo,
     "apt": apt,
     "apt-get": apt,
+    "sbatch": sbatch,
+    "squeue": squeue,
+    "scontrol": scontrol,
+    "kubectl": kubectl,
+    "podman": podman,
 }
 SCRIPTS: dict[str, Callable[[list[str]], str]] = {
     "test": steps,

@@ -409,7 +409,8 @@ class SamplePage(unittest.TestCase):
                         "python3 tests/uci/run.py test_none",
                         "python3 tests/uci/run.py test_go None",
                         "python3 benchmarks/measure.py none build/release/morvane",
-                        "python3 benchmarks/measure.py latency build/none"):
+                        "python3 benchmarks/measure.py latency build/none", "scontrol ping",
+                        "kubectl apply -f none", "podman build -f none -t x .", "podman build -t x ."):
             with self.subTest(command):
                 self.assert_wrong(f"```sh\n{command}\n```\n", "status 1")
 

@@ -116,6 +116,7 @@ class Install(unittest.TestCase):
         def said(name: str, *arguments: str) -> str:
             return subprocess.run([str(scripts / name), *arguments], env=environment, capture_output=True, text=True,
                                   check=True).stdout
+        self.assertIn("datagen-shards check DIR", said("datagen-shards", "--help"))
         self.assertEqual(said("find-engine"), f"{(self.folder / 'bin/morvane').resolve()}\n")
         games = "".join(f'[Event "?"]\n[White "{white}"]\n[Black "{black}"]\n[Result "1/2-1/2"]\n\n*\n\n'
                         for white, black in ("AB", "BA"))

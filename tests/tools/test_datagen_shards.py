@@ -245,6 +245,20 @@ class ManyMachines(ShardTest):
         self.succeed("run", "shards")
         self.assertEqual(self.joined(), self.one_run("games=3"))
 
+    def test_a_worker_that_is_killed(self) -> None:
+        (self.folder / "hold").touch()
+        moody = self.write_program("moody", MOODY_ENGINE, mood="kill -9 $PPID; exit 1")
+        result = self.call("run", "shards", f"engine={moody}", QUICK, "games=4", "shard=1", "--", "-S", "1/far")
+        self.assertEqual(result.returncode, 1)
+        self.assertTrue(result.stderr.endswith(
+            b"\ndatagen-shards: not made (the same call plays them): shard 3\n"), result.stderr)
+        made = self.present()
+        (self.folder / "hold").unlink()
+        self.succeed("run", "shards", "--", "-S", "1/far")
+        self.assertLessEqual(made.items(), self.present().items())
+        self.assertEqual(self.joined(), self.one_run("games=4"))
+        self.assert_left_clean("far")
+
     def test_a_shard_that_is_lost_on_its_way(self) -> None:
         (self.folder / "broken").touch()
         self.call("run", "shards", f"engine={engine_path()}", QUICK, "games=2", "shard=1", "--",

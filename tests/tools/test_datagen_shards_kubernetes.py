@@ -60,8 +60,8 @@ class Manifest(KubernetesTest):
             for place in places:
                 inner = inner[place]
             inner[name] = value
-        for complaint, name in zip(self.complaints(wrong), ("completionMode", "completions", "has no backoflimit",
-                                                            "has no restartpolicy", "has no runasroot", "has no valeu")):
+        told = ("completionMode", "completions", "no backoflimit", "no restartpolicy", "no runasroot", "no valeu")
+        for complaint, name in zip(self.complaints(wrong), told):
             self.assertIn(name, complaint)
 
     def test_what_the_job_is(self) -> None:

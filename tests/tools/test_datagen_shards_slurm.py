@@ -8,6 +8,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import time
 import unittest
 
 from client import engine_path
@@ -30,20 +31,22 @@ exec {engine} "$@"
 """
 
 
-class SlurmTest(ShardTest):
-    @classmethod
-    def setUpClass(cls) -> None:
-        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        cls.addClassCleanup(folder.cleanup)
-        cls.cluster = Cluster(pathlib.Path(folder.name).resolve())
-        cls.addClassCleanup(cls.stop)
-        cls.cluster.start()
+def setUpModule() -> None:
+    folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+    unittest.addModuleCleanup(folder.cleanup)
+    SlurmTest.cluster = Cluster(pathlib.Path(folder.name).resolve())
+    unittest.addModuleCleanup(stop, SlurmTest.cluster)
+    SlurmTest.cluster.start()
 
-    @classmethod
-    def stop(cls) -> None:
-        cls.cluster.stop()
-        if cls.cluster.processes():
-            raise AssertionError(f"left behind: {cls.cluster.processes()}")
+
+def stop(cluster: Cluster) -> None:
+    cluster.stop()
+    if cluster.processes():
+        raise AssertionError(f"left behind: {cluster.processes()}")
+
+
+class SlurmTest(ShardTest):
+    cluster: Cluster  # of all tests
 
     def setUp(self) -> None:
         super().setUp()
@@ -91,10 +94,19 @@ class Killed(SlurmTest):
             process = self.parent(process)
         return process
 
-    def go_on(self, task: str) -> None:
-        """Slurm lets what is sent back wait for minutes."""
+    def held_again(self, task: str, seed: int) -> None:
+        """Waits for a task that was sent back. Slurm would let it wait for minutes, and a node that was down longer;
+        but it refuses one that begins again within the second in which it was ended."""
+        def begun() -> bool:
+            if f"{task} PENDING" in self.cluster.jobs():
+                for what in (f"JobId={task} StartTime=now", f"NodeName={self.cluster.host} State=RESUME"):
+                    self.cluster.call("scontrol", "update", *what.split(), check=False)  # the node may be up
+            return (self.folder / f"held.{seed}").exists()
+
         wait_for(lambda: f"{task} PENDING" in self.cluster.jobs(), "the task in the queue")
-        self.cluster.call("scontrol", "update", f"JobId={task}", "StartTime=now")
+        time.sleep(2)
+        wait_for(begun, f"task {task} again; there are {self.cluster.jobs()}")
+        self.held(seed)
 
     def test_tasks_that_are_killed(self) -> None:
         """Task k of four plays the shards of which k is the rest: two at a time, 0 and 1 before 2 and 3."""
@@ -116,8 +128,7 @@ class Killed(SlurmTest):
         self.cluster.call("scontrol", "requeue", f"{job}_3")
         self.held(6)
         self.cluster.call("scancel", f"{job}_2")
-        self.go_on(f"{job}_3")
-        self.held(3)
+        self.held_again(f"{job}_3", 3)
         self.release(3, 4, 5, 6)
         self.cluster.wait_for_jobs()
         self.assertEqual(self.made(), {1, 2, 3, 7, 8, 11, 12})
@@ -134,18 +145,16 @@ class Killed(SlurmTest):
     def test_a_node_that_fails(self) -> None:
         """Nothing of the job is left, and Slurm sends it to another node, or to the same one when that is back."""
         self.hold(2)
-        job, _ = self.submit(f"engine={self.write_program('held', HELD_ENGINE)}", QUICK, "games=3", "shard=1", "tasks=1")
+        program = self.write_program("held", HELD_ENGINE)
+        job, _ = self.submit(f"engine={program}", QUICK, "games=3", "shard=1", "tasks=1")
         engine = self.held(2)
         made = self.present()
         self.assertEqual(self.made(), {1})
         script = self.task_of(engine)
         for process in (self.parent(script), script, self.parent(engine), engine):
             os.kill(process, signal.SIGKILL)
-        node = f"NodeName={self.cluster.host}"
-        self.cluster.call("scontrol", "update", node, "State=DOWN", "Reason=test")
-        self.cluster.call("scontrol", "update", node, "State=RESUME", check=False)  # it may be back by itself
-        self.go_on(f"{job}_0")
-        self.held(2)
+        self.cluster.call("scontrol", "update", f"NodeName={self.cluster.host}", "State=DOWN", "Reason=test")
+        self.held_again(f"{job}_0", 2)
         self.release(2)
         self.cluster.wait_for_jobs()
         self.assertLessEqual(made.items(), self.present().items())
@@ -203,8 +212,8 @@ class Unsubmitted(ShardTest):
         self.fail_with("slurm: which folder?", "slurm", "--print", status=2)
         self.assertFalse((self.folder / "shards").exists())
         for name in ('a"b', "a%b", "a\\b"):
-            self.fail_with(f"Slurm does not take the name of this folder: {self.folder}/{name}", "slurm", name, "games=1",
-                           f"engine={engine_path()}", "--print")
+            self.fail_with(f"Slurm does not take the name of this folder: {self.folder}/{name}", "slurm", name,
+                           "games=1", f"engine={engine_path()}", "--print")
 
 
 if __name__ == "__main__":

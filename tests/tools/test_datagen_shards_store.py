@@ -9,9 +9,12 @@ import os
 import pathlib
 import shutil
 import subprocess
+import tempfile
 import unittest
+import unittest.mock
 
 from client import DEADLINE, engine_path, run_mode
+from datashards import folder, store
 from shard_test import QUICK, SCRIPT, ShardTest, needs_parallel
 
 # As the engine, but other bytes: another build.
@@ -90,6 +93,23 @@ class Records(StoreTest):
         self.assertEqual(self.manifest()["engine"],
                          {"revision": "unknown", "sha256": sum_of(pathlib.Path(old).read_bytes())})
 
+    def test_texts_that_are_too_long_to_be_held(self) -> None:
+        self.begin()
+        run = folder.open_whole(self.folder / "shards")
+        with unittest.mock.patch.object(store, "HELD", len(self.text(1)) - 1):
+            pieces: list[bytes] = []
+            found = store.survey(run, pieces.append)
+        self.assertEqual(b"".join(pieces), self.one_run(*self.GAMES))
+        self.assertEqual(found.manifest["sha256"], sum_of(b"".join(pieces)))
+
+    def test_a_manifest_that_cannot_be_written(self) -> None:
+        self.begin()
+        done = subprocess.run(**self.command() | {"args": ["sh", "-c", f"ulimit -f 0; {SCRIPT} check shards"]},
+                              timeout=DEADLINE, check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()), (1, "datagen-shards: cannot be written:"
+                                                                  " shards/manifest.json: File too large\n"))
+        self.assertEqual(list((self.folder / "shards").glob("manifest*")), [])
+
     def test_a_manifest_is_that_of_a_whole_run(self) -> None:
         self.begin()
         self.joined()
@@ -124,7 +144,7 @@ class Records(StoreTest):
         data = self.one_run(*self.GAMES)
         for _ in range(2):
             self.assertEqual(self.succeed("join", "shards", "all.txt.zst"), f"{sum_of(data)}  all.txt\n")
-        unpacked = subprocess.run(["zstd", "-dcq", str(self.folder / "all.txt.zst")], stdout=subprocess.PIPE, check=True)
+        unpacked = subprocess.run(["zstd", "-dcq", "all.txt.zst"], cwd=self.folder, stdout=subprocess.PIPE, check=True)
         self.assertEqual(unpacked.stdout, data)
         other = self.folder / "other.zst"
         for content in (b"of earlier days\n", subprocess.run(["zstd", "-qc"], input=b"other\n", check=True,
@@ -136,14 +156,20 @@ class Records(StoreTest):
 
 
 class Faults(StoreTest):
+    @classmethod
+    def setUpClass(cls) -> None:
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.begun = pathlib.Path(folder.name) / "shards"
+        subprocess.run([str(SCRIPT), "run", str(cls.begun), f"engine={engine_path()}", QUICK, *cls.GAMES, "shard=2"],
+                       check=True, stderr=subprocess.DEVNULL)
+
     def setUp(self) -> None:
         super().setUp()
-        self.begin()
+        shutil.copytree(self.begun, self.folder / "shards")
 
     def assert_fault(self, line: str, *shards: int) -> None:
-        numbers = ", ".join(map(str, shards))
-        for command in ("check", "join"):
-            self.fail_with(f"{line} (run plays them): shard {numbers}", command, "shards")
+        self.fail_with(f"{line} (run plays them): shard {', '.join(map(str, shards))}", "check", "shards")
         self.play_again(*shards)
 
     def test_a_shard_in_the_place_of_another(self) -> None:
@@ -152,6 +178,10 @@ class Faults(StoreTest):
         shutil.copy(self.shard(1), self.shard(2))
         shutil.copy(self.record(1), self.record(2))
         self.assert_fault("of other seeds than the plan's", 2)
+
+    def test_a_shard_that_has_lost_its_record(self) -> None:
+        self.record(2).unlink()
+        self.assert_fault("missing or damaged", 2)
 
     def test_a_short_shard(self) -> None:
         lines = self.text(2).splitlines(keepends=True)
@@ -178,7 +208,7 @@ class Faults(StoreTest):
         self.assert_fault("played by another build of the engine, revision abc", 2)
 
     def test_no_record_at_all(self) -> None:
-        for text in ("", "no record\n", "[]", "{}", '{"first_seed": "3"}', "\udcff"):
+        for text in ("", "no record\n", "[]", "{}", "[" * 100000, '{"first_seed": "3"}', "\udcff"):
             with self.subTest(text):
                 self.record(2).write_bytes(text.encode(errors="surrogateescape"))
                 self.assertEqual(self.told("check", "shards"),
@@ -189,10 +219,11 @@ class Faults(StoreTest):
         self.shard(1).write_bytes(b"")
         self.change(2, options=[])
         self.record(3).write_text("x")
-        self.assertEqual(self.told("check", "shards"), [
-            "missing or damaged (run plays them): shard 1",
-            "of other options than the plan's (run plays them): shard 2",
-            "with a record that cannot be read (run plays them): shard 3"])
+        for command in ("check", "join"):
+            self.assertEqual(self.told(command, "shards"), [
+                "missing or damaged (run plays them): shard 1",
+                "of other options than the plan's (run plays them): shard 2",
+                "with a record that cannot be read (run plays them): shard 3"])
         self.play_again(1, 2, 3)
 
     def test_foreign_files_stay(self) -> None:
@@ -340,7 +371,7 @@ class FullDisk(StoreTest):
         for out in ("all.txt", "all.zst"):
             done = self.on_a_small_disk(f"cat /dev/zero >small/other || true; {SCRIPT} join shards small/{out};"
                                         " echo $?; ls small")
-            told = [line for line in done.stderr.decode().splitlines() if line.startswith("datagen-shards: ")]
+            told = [line for line in done.stderr.decode().splitlines() if not line.startswith("cat: ")]
             self.assertEqual(done.stdout.decode().split(), ["1", "other"], told)
             self.assertRegex("\n".join(told), rf"^datagen-shards: cannot be written: small/{out}\.part\.\d+: .*"
                                               "No space left on device$")

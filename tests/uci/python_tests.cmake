@@ -17,7 +17,7 @@ MORVANE_PACK=$<TARGET_FILE:morvane_pack>"
 endfunction()
 
 # The longest first, so that nothing long is left for one processor at the end.
-morvane_python_test(commands 900)
+morvane_python_test(commands 900 /usr/bin/python3) # where Debian puts yaml
 morvane_python_test(limits 900)
 morvane_python_test(determinism 1200)
 morvane_python_test(datagen 1800)
@@ -37,7 +37,7 @@ morvane_python_test(compare 600)
 morvane_python_test(datagen_shards 900)
 morvane_python_test(datagen_shards_store 900)
 morvane_python_test(datagen_shards_slurm 600)
-morvane_python_test(datagen_shards_kubernetes 300)
+morvane_python_test(datagen_shards_kubernetes 300 /usr/bin/python3) # where Debian puts yaml
 morvane_python_test(benchmarks 300)
 morvane_python_test(measure 300)
 morvane_python_test(modes 1800)
