@@ -164,12 +164,13 @@ class Folder:
         """A folder that was begun for nothing goes again."""
         if self.lock is None:
             return
-        if self.is_new and not store.describe(self.path)["segments"]:
-            self._remove_what_is_left_behind()
-            os.remove(self._of(DESCRIPTION))
-            os.rmdir(self._of(SEGMENTS))
-            os.remove(self._of(LOCK))
-            with contextlib.suppress(OSError):  # there before, and in use
+        if self.is_new and not self.sources():
+            with contextlib.suppress(OSError):  # the folder may have been there before, and be in use
+                self._remove_what_is_left_behind()
+                with contextlib.suppress(FileNotFoundError):
+                    os.remove(self._of(DESCRIPTION))
+                os.rmdir(self._of(SEGMENTS))
+                os.remove(self._of(LOCK))
                 os.rmdir(self.path)
         os.close(self.lock)
         self.lock = None

@@ -589,6 +589,9 @@ class Ends(StoreTest):
                 self.assertRegex(done.stderr, r"\Apack: .*(cannot be written whole|File too large)")
                 self.assertEqual(self.contents(), self.before)
         self.assert_packs(self.second)
+        self.store = self.path("new")
+        self.assert_refuses("File too large", self.second,
+                            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000)))
 
     def test_a_damaged_segment_is_found(self) -> None:
         self.assert_packs(self.second)
