@@ -9,6 +9,7 @@ import re
 import subprocess
 import sys
 import unittest
+from collections.abc import Callable
 from types import SimpleNamespace
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -20,8 +21,17 @@ from nodelibrary import RULES  # noqa: E402
 
 def install(library: str, version: str) -> str:
     """The folder with the library in its node_modules.  Raises SkipTest if there is none."""
+    return or_skip(lambda: nodelibrary.install(library, version))
+
+
+def install_locked(folder: str) -> str:
+    """The same of what a folder's package-lock.json names."""
+    return or_skip(lambda: nodelibrary.install_locked(folder))
+
+
+def or_skip(install: Callable[[], str]) -> str:
     try:
-        return nodelibrary.install(library, version)
+        return install()
     except nodelibrary.Unavailable as reason:
         raise unittest.SkipTest(str(reason)) from None
 

@@ -1,4 +1,4 @@
-// Checks objects of Kubernetes against its published schema: kubernetes_schema.mjs FOLDER, with the library in
+// Checks objects of Kubernetes against its published schema: schema.mjs FOLDER, with the library in
 // FOLDER/node_modules. Reads a list of objects, writes a list of texts: what is wrong with each, empty if nothing.
 // The schema itself allows members of any name: their names are those of the library's declarations.
 
