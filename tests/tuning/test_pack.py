@@ -679,7 +679,7 @@ class Packer(StoreTest):
     def test_too_little_memory(self) -> None:
         """One line, whether there is none for data or none for threads."""
         told = set()
-        for room in range(8, 400, 8):
+        for room in range(16, 400, 24):
             limit = room << 20
             done = self.call(self.out, "--listing", self.listing, "--threads", "64",
                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
