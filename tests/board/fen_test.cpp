@@ -23,12 +23,6 @@ Board boardInUse() {
     return board;
 }
 
-Board emptyBoard() {
-    Board board{};
-    board.reset();
-    return board;
-}
-
 /// The FEN that the board writes after reading `fen`.
 std::string rewritten(std::string_view fen) {
     return boardOf(fen).fen();

@@ -12,7 +12,7 @@ namespace {
 
 using namespace Notation;
 
-constexpr int kPlies = 6000;
+constexpr int kLongGame = 6000;
 
 // A search and the line that is walked after it, each as deep as a search can get.
 constexpr int kRoomForASearch = 2 * 128;
@@ -37,7 +37,7 @@ void expectNewestKeys(const Board& board, const Keys& keys, int count) {
 TEST(MakeRoomInHistory, KeepsWhatARepetitionTestCanReachInALongGame) {
     Board board = boardOf(kStartFen);
     Keys keys;
-    for (int ply = 0; ply < kPlies; ++ply) {
+    for (int ply = 0; ply < kLongGame; ++ply) {
         keys.push_back(board.key);
         board.makeMove(knightMove(ply));
         board.makeRoomInHistory();
@@ -77,13 +77,13 @@ TEST(MakeRoomInHistory, LeavesMovesThatCanBeTakenBack) {
     Board board = boardOf("r3k1nr/p7/8/8/8/8/7P/R3K1NR w KQkq - 0 1");
     std::vector<Board> positions; // the last ones, before each move
     constexpr int kTakenBack = 250;
-    for (int ply = 0; ply < kPlies; ++ply) {
-        if (ply >= kPlies - kTakenBack)
+    for (int ply = 0; ply < kLongGame; ++ply) {
+        if (ply >= kLongGame - kTakenBack)
             positions.push_back(board);
         board.makeMove(knightMove(ply));
         board.makeRoomInHistory();
     }
-    for (int ply = kPlies - 1; ply >= kPlies - kTakenBack; --ply) {
+    for (int ply = kLongGame - 1; ply >= kLongGame - kTakenBack; --ply) {
         board.unmakeMove(knightMove(ply));
         ASSERT_EQ(board.fen(), positions.back().fen()) << ply;
         ASSERT_EQ(board.key, positions.back().key) << ply;

@@ -229,29 +229,26 @@ TEST(MoveTests, KnowPromotions) {
         expectCase(test);
 }
 
-constexpr Move kShort = moveOf("e1g1", FlagCastleKing);
-constexpr Move kLong = moveOf("e1c1", FlagCastleQueen);
-
-constexpr MoveCase kCastlingCases[] = {
-    {"short, nobody on the file", "k7/8/8/8/8/8/8/4K2R w K - 0 1", kShort, true, false},
-    {"short, on the rook's new file", "5k2/8/8/8/8/8/8/4K2R w K - 0 1", kShort, true, true},
-    {"short, on the king's new file", "6k1/8/8/8/8/8/8/4K2R w K - 0 1", kShort, true, false},
-    {"short, the file shut", "5k2/5p2/8/8/8/8/8/4K2R w K - 0 1", kShort, true, false},
-    {"short, along the rank that the king left", "8/8/8/8/8/8/8/2k1K2R w K - 0 1", kShort, true,
-     true},
-    {"short, the rank shut", "8/8/8/8/8/8/8/1kN1K2R w K - 0 1", kShort, true, false},
-    {"long, on the rook's new file", "3k4/8/8/8/8/8/8/R3K3 w Q - 0 1", kLong, true, true},
-    {"long, on the king's new file", "2k5/8/8/8/8/8/8/R3K3 w Q - 0 1", kLong, true, false},
-    {"long, along the rank that the king left", "8/8/8/8/8/8/8/R3K1k1 w Q - 0 1", kLong, true,
-     true},
-    {"long, past an attacked knight's square", "1r2k3/8/8/8/8/8/8/R3K3 w Q - 0 1", kLong, true,
-     false},
+constexpr MoveCase kCastlingChecks[] = {
+    {"short, nobody on the file", "k7/8/8/8/8/8/8/4K2R w K - 0 1", kCastlesShort, true, false},
+    {"short, on the rook's new file", "5k2/8/8/8/8/8/8/4K2R w K - 0 1", kCastlesShort, true, true},
+    {"short, on the king's new file", "6k1/8/8/8/8/8/8/4K2R w K - 0 1", kCastlesShort, true, false},
+    {"short, the file shut", "5k2/5p2/8/8/8/8/8/4K2R w K - 0 1", kCastlesShort, true, false},
+    {"short, along the rank that the king left", "8/8/8/8/8/8/8/2k1K2R w K - 0 1", kCastlesShort,
+     true, true},
+    {"short, the rank shut", "8/8/8/8/8/8/8/1kN1K2R w K - 0 1", kCastlesShort, true, false},
+    {"long, on the rook's new file", "3k4/8/8/8/8/8/8/R3K3 w Q - 0 1", kCastlesLong, true, true},
+    {"long, on the king's new file", "2k5/8/8/8/8/8/8/R3K3 w Q - 0 1", kCastlesLong, true, false},
+    {"long, along the rank that the king left", "8/8/8/8/8/8/8/R3K1k1 w Q - 0 1", kCastlesLong,
+     true, true},
+    {"long, past an attacked knight's square", "1r2k3/8/8/8/8/8/8/R3K3 w Q - 0 1", kCastlesLong,
+     true, false},
     {"Black, short", "4k2r/8/8/8/8/8/8/5K2 b k - 0 1", moveOf("e8g8", FlagCastleKing), true, true},
     {"Black, long", "r3k3/8/8/8/8/8/8/3K4 b q - 0 1", moveOf("e8c8", FlagCastleQueen), true, true},
 };
 
 TEST(MoveTests, KnowCastling) {
-    for (const MoveCase& test : kCastlingCases)
+    for (const MoveCase& test : kCastlingChecks)
         expectCase(test);
 }
 

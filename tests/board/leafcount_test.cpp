@@ -21,7 +21,7 @@ namespace {
 
 using namespace Notation;
 
-constexpr int kMaxDepth = kOptimised ? 99 : 4;
+constexpr int kCountDepth = kOptimised ? 99 : 4;
 
 std::uint64_t legalMoves(const Board& board) {
     MoveList list;
@@ -48,7 +48,7 @@ TEST(LeafCount, KnowsTheWholeSuite) {
     for (const Positions::PerftCase& test : Positions::readPerftSuite()) {
         const Board board = boardOf(test.fen);
         for (const auto& [depth, leaves] : test.leaves)
-            if (depth <= kMaxDepth) {
+            if (depth <= kCountDepth) {
                 EXPECT_EQ(countLeaves(board, depth), leaves)
                     << test.name << " at depth " << depth << ": " << test.fen;
             }

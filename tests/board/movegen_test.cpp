@@ -154,35 +154,32 @@ bool offers(const char* fen, Move m) {
     return std::find(moves.begin(), moves.end(), m) != moves.end();
 }
 
-constexpr Move kShort = moveOf("e1g1", FlagCastleKing);
-constexpr Move kLong = moveOf("e1c1", FlagCastleQueen);
-
 TEST(GenerateMoves, CastlingNeedsTheRight) {
-    EXPECT_TRUE(offers("4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1", kShort));
-    EXPECT_TRUE(offers("4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1", kLong));
-    EXPECT_FALSE(offers("4k3/8/8/8/8/8/8/R3K2R w Q - 0 1", kShort));
-    EXPECT_FALSE(offers("4k3/8/8/8/8/8/8/R3K2R w K - 0 1", kLong));
+    EXPECT_TRUE(offers("4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1", kCastlesShort));
+    EXPECT_TRUE(offers("4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1", kCastlesLong));
+    EXPECT_FALSE(offers("4k3/8/8/8/8/8/8/R3K2R w Q - 0 1", kCastlesShort));
+    EXPECT_FALSE(offers("4k3/8/8/8/8/8/8/R3K2R w K - 0 1", kCastlesLong));
 }
 
 TEST(GenerateMoves, CastlingNeedsTheWayEmpty) {
     for (const char* fen :
          {"4k3/8/8/8/8/8/8/R3KB1R w KQ - 0 1", "4k3/8/8/8/8/8/8/R3K1NR w KQ - 0 1",
           "4k3/8/8/8/8/8/8/R3K1nR w KQ - 0 1"}) {
-        EXPECT_FALSE(offers(fen, kShort)) << fen;
-        EXPECT_TRUE(offers(fen, kLong)) << fen;
+        EXPECT_FALSE(offers(fen, kCastlesShort)) << fen;
+        EXPECT_TRUE(offers(fen, kCastlesLong)) << fen;
     }
     for (const char* fen :
          {"4k3/8/8/8/8/8/8/RN2K2R w KQ - 0 1", "4k3/8/8/8/8/8/8/R1B1K2R w KQ - 0 1",
           "4k3/8/8/8/8/8/8/R2QK2R w KQ - 0 1"}) {
-        EXPECT_FALSE(offers(fen, kLong)) << fen;
-        EXPECT_TRUE(offers(fen, kShort)) << fen;
+        EXPECT_FALSE(offers(fen, kCastlesLong)) << fen;
+        EXPECT_TRUE(offers(fen, kCastlesShort)) << fen;
     }
 }
 
 TEST(GenerateMoves, NeitherCastlingWhileInCheck) {
     constexpr const char* kInCheck = "4k3/8/8/8/4r3/8/8/R3K2R w KQ - 0 1";
-    EXPECT_FALSE(offers(kInCheck, kShort));
-    EXPECT_FALSE(offers(kInCheck, kLong));
+    EXPECT_FALSE(offers(kInCheck, kCastlesShort));
+    EXPECT_FALSE(offers(kInCheck, kCastlesLong));
 }
 
 // --- the ends of games ---

@@ -18,12 +18,6 @@ using BoardChecks::nonPawnHashAtOnce;
 
 constexpr Piece kNonPawns[] = {Knight, Bishop, Rook, Queen, King};
 
-Board emptyBoard() {
-    Board board{};
-    board.reset();
-    return board;
-}
-
 TEST(NonPawnHash, OfNoPiecesIsZero) {
     const Board board = boardOf(kStartFen);
     EXPECT_NE(board.nonPawnHash[White], 0);

@@ -15,7 +15,7 @@ namespace {
 
 using namespace Notation;
 
-constexpr int kMaxDepth = kOptimised ? 99 : 3;
+constexpr int kPerftDepth = kOptimised ? 99 : 3;
 
 TEST(Perft, OfDepth0IsOneWhateverThePosition) {
     for (const char* fen :
@@ -38,7 +38,7 @@ TEST(Perft, OfMateAndStalemateIsZero) {
 /// Expects the counts of depth 1, 2, ...
 void expectLeaves(std::string_view fen, const std::vector<std::uint64_t>& leaves) {
     Board board = boardOf(fen);
-    for (int depth = 1; depth <= std::min(kMaxDepth, static_cast<int>(leaves.size())); ++depth)
+    for (int depth = 1; depth <= std::min(kPerftDepth, static_cast<int>(leaves.size())); ++depth)
         EXPECT_EQ(perft(board, depth), leaves[static_cast<std::size_t>(depth) - 1])
             << fen << " at depth " << depth;
 }
@@ -55,7 +55,7 @@ TEST(Perft, CountsEveryPositionOfTheSuite) {
     for (const Positions::PerftCase& test : Positions::readPerftSuite()) {
         Board board = boardOf(test.fen);
         for (const auto& [depth, leaves] : test.leaves)
-            if (depth <= kMaxDepth) {
+            if (depth <= kPerftDepth) {
                 EXPECT_EQ(perft(board, depth), leaves)
                     << test.name << " at depth " << depth << ": " << test.fen;
             }

@@ -19,7 +19,7 @@ const char* const kRookEnding = "8/8/8/4k3/8/8/6P1/3R2K1 b - - 20 40";
 
 // Its value to White and its breakdown, worked out by hand but for the cells that are fitted to
 // games.
-struct RookEnding {
+struct TracedEnding {
     int rook = EvalParams::kPSTMG[3][59];             // d1
     ScorePair material = {493 + rook + 93 - 4,        // the pawn on g2: -4
                           635 + rook + 153 - 32};     // and -32
@@ -60,7 +60,7 @@ struct RookEnding {
                std::to_string(score.eg) + "\n";
     }
 };
-const RookEnding kEnding;
+const TracedEnding kEnding;
 
 const char* const kStartText = "eval trace (з точки зору білих, mg / eg):\n"
                                "  material+psqt    0 /  0\n"

@@ -10,7 +10,11 @@
 namespace {
 
 using namespace EvalParams;
-using namespace WeightLayout;
+using WeightLayout::cells;
+using WeightLayout::fillValues;
+using WeightLayout::kBlocks;
+using WeightLayout::kCount;
+using WeightLayout::name;
 
 using Values = std::array<int, 1082>;
 

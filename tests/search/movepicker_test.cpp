@@ -13,7 +13,7 @@ using Moves = std::vector<Move>;
 constexpr std::string_view kPromotionsFen = "8/PPPk4/8/8/8/8/4Kppp/8 w - - 0 1";
 constexpr std::string_view kEnPassantFen =
     "rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3";
-constexpr std::string_view kFens[] = {
+constexpr std::string_view kPickedFens[] = {
     kStartFen,
     kTacticalFen,
     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq - 0 1",
@@ -144,7 +144,7 @@ class PickerTest : public testing::Test {
 TEST_F(PickerTest, OrdersLikeOneSortOfAllMoves) {
     std::mt19937_64 random(20260901);
     int validTableMoves = 0;
-    for (const std::string_view fen : kFens) {
+    for (const std::string_view fen : kPickedFens) {
         const Board board = boardOf(fen);
         for (int trial = 0; trial < 64; ++trial) {
             fillHistory(random);
@@ -205,7 +205,7 @@ void PickerTest::expectTail(const Board& board, Move tableMove, const Moves& all
 TEST_F(PickerTest, ATailWithoutPlainQuietsKeepsTheOrderWhereverItBegins) {
     std::mt19937_64 random(7);
     const int trials = kOptimised ? 64 : 8;
-    for (const std::string_view fen : kFens) {
+    for (const std::string_view fen : kPickedFens) {
         const Board board = boardOf(fen);
         for (int trial = 0; trial < trials; ++trial) {
             fillHistory(random);
@@ -254,7 +254,7 @@ TEST_F(PickerTest, StaysExhausted) {
 }
 
 TEST_F(PickerTest, TheTableMoveComesFirstAndOnlyOnce) {
-    for (const std::string_view fen : kFens) {
+    for (const std::string_view fen : kPickedFens) {
         const Board board = boardOf(fen);
         MoveList list;
         generateMoves(board, list);

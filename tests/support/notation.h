@@ -17,6 +17,10 @@ constexpr Move moveOf(std::string_view squares, std::uint32_t flag = FlagQuiet) 
     return encodeMove(squareAt(squares.substr(0, 2)), squareAt(squares.substr(2)), flag);
 }
 
+/// White's castling moves.
+constexpr Move kCastlesShort = moveOf("e1g1", FlagCastleKing);
+constexpr Move kCastlesLong = moveOf("e1c1", FlagCastleQueen);
+
 /// "e2e4/1": the move and its flag, because castling and captures look like quiet moves otherwise.
 inline std::string describe(Move m) {
     return moveToString(m) + '/' + std::to_string(moveFlag(m));
@@ -31,6 +35,12 @@ inline std::string describe(const MoveList& list) {
         text += describe(m);
     }
     return text;
+}
+
+inline Board emptyBoard() {
+    Board board{};
+    board.reset();
+    return board;
 }
 
 inline Board boardOf(std::string_view fen) {
