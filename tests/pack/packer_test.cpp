@@ -1,15 +1,14 @@
 #include "pack/packer.h"
 
+#include "built_in.h"
 #include "pack/pieces.h"
 #include "support/temp_files.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 namespace {
@@ -30,15 +29,6 @@ std::optional<std::size_t> giveText(std::span<char> space) {
 
 std::optional<std::size_t> giveNothing(std::span<char>) {
     return std::nullopt;
-}
-
-const Pack::EntryReader& builtInReader() {
-    static const auto kReader = [] {
-        std::array<int, Tune::NPARAMS> values{};
-        Tune::initValues(values.data());
-        return std::make_unique<Pack::EntryReader>(values);
-    }();
-    return *kReader;
 }
 
 /// Lines of made-up games, so many bytes at least.
@@ -63,7 +53,7 @@ class PackPacker : public testing::Test {
         gGiven = 0;
         gAtOnce = atOnce;
         std::filesystem::remove(out_);
-        return packAll(giveText, out_, builtInReader(), threads, totals_);
+        return packAll(giveText, out_, BuiltIn::reader(), threads, totals_);
     }
 
     void expectNoFile() { EXPECT_FALSE(std::filesystem::exists(out_)); }
@@ -150,14 +140,14 @@ TEST_F(PackPacker, TellsOtherWeightsThanTheEngines) {
 }
 
 TEST_F(PackPacker, AnInputThatFails) {
-    EXPECT_EQ(packAll(giveNothing, out_, builtInReader(), 2, totals_),
+    EXPECT_EQ(packAll(giveNothing, out_, BuiltIn::reader(), 2, totals_),
               "standard input cannot be read");
     expectNoFile();
 }
 
 TEST_F(PackPacker, AFileThatExistsStays) {
     const std::string there = folder_.write("there", "mine");
-    EXPECT_EQ(packAll(giveText, there, builtInReader(), 2, totals_),
+    EXPECT_EQ(packAll(giveText, there, BuiltIn::reader(), 2, totals_),
               there + ": exists, or cannot be created");
     EXPECT_EQ(TempFiles::read(there), "mine");
 }

@@ -1,5 +1,6 @@
 #include "pack/rows.h"
 
+#include "built_in.h"
 #include "eval/evaluate.h"
 #include "eval/sampling.h"
 #include "naive_rows.h"
@@ -15,18 +16,6 @@
 namespace {
 
 using Pack::Fault;
-using Weights = std::array<int, Tune::NPARAMS>;
-
-Weights builtIn() {
-    Weights values{};
-    Tune::initValues(values.data());
-    return values;
-}
-
-const Pack::EntryReader& builtInReader() {
-    static const auto kReader = std::make_unique<Pack::EntryReader>(builtIn());
-    return *kReader;
-}
 
 /// Packs lines one after another, as from one file.
 class PackRows : public testing::Test {
@@ -35,7 +24,7 @@ class PackRows : public testing::Test {
 
     Pack::Rows rows_;
     Pack::Place last_;
-    Pack::RowPacker packer_{builtInReader()};
+    Pack::RowPacker packer_{BuiltIn::reader()};
 };
 
 /// Compares the last row with what the engine says of its position.
@@ -136,7 +125,7 @@ TEST_F(PackRows, LinesWithoutARow) {
 }
 
 TEST(PackRowsOfOtherWeights, AreFoundOut) {
-    Weights weights = builtIn();
+    std::array<int, Tune::NPARAMS> weights = BuiltIn::weights();
     weights[1052] += 8; // in the end game; there a pawn passed on its second rank
     const auto reader = std::make_unique<Pack::EntryReader>(weights);
     Pack::RowPacker packer(*reader);
