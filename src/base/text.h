@@ -7,6 +7,10 @@
 /// What separates words.
 inline constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
+constexpr bool isWhiteSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 constexpr bool isUpper(char c) {
     return c >= 'A' && c <= 'Z';
 }

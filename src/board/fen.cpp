@@ -1,7 +1,9 @@
 #include "base/text.h"
+#include "base/words.h"
 #include "board/board.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 
 namespace {
@@ -27,13 +29,15 @@ struct ParsedFen {
     int fullmoveNumber = 1;
 };
 
-/// Takes the next field off the front of `text`; empty when there is none.
-std::string_view nextField(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
-    const std::string_view field = text.substr(0, text.find_first_of(kWhiteSpace));
-    text.remove_prefix(field.size());
-    return field;
-}
+/// The piece that a letter of either case means; `kNoPiece` for other characters.
+constexpr auto kPieceOf = [] {
+    std::array<Piece, 256> table{};
+    table.fill(kNoPiece);
+    for (std::size_t i = 0; i < kPieceLetters.size(); ++i)
+        for (const char c : {kPieceLetters[i], static_cast<char>(kPieceLetters[i] - 'a' + 'A')})
+            table[static_cast<unsigned char>(c)] = static_cast<Piece>(i);
+    return table;
+}();
 
 bool parsePlacement(std::string_view field, ParsedFen& out) {
     int rank = Rank8;
@@ -49,10 +53,10 @@ bool parsePlacement(std::string_view field, ParsedFen& out) {
             if (file > kFiles)
                 return false;
         } else {
-            const std::size_t piece = kPieceLetters.find(toLower(c));
-            if (file >= kFiles || piece == std::string_view::npos)
+            const Piece piece = kPieceOf[static_cast<unsigned char>(c)];
+            if (file >= kFiles || piece == kNoPiece)
                 return false;
-            out.pieces[out.pieceCount++] = {isUpper(c) ? White : Black, static_cast<Piece>(piece),
+            out.pieces[out.pieceCount++] = {isUpper(c) ? White : Black, piece,
                                             makeSquare(file, rank)};
             ++file;
         }
@@ -107,8 +111,8 @@ bool parseCounter(std::string_view field, int& out) {
 }
 
 bool parseCounters(std::string_view text, ParsedFen& out) {
-    const std::string_view clock = nextField(text);
-    const std::string_view number = nextField(text);
+    const std::string_view clock = takeWord(text);
+    const std::string_view number = takeWord(text);
     if (!clock.empty() && !parseCounter(clock, out.halfmoveClock))
         return false;
     if (!number.empty() && !parseCounter(number, out.fullmoveNumber))
@@ -132,10 +136,10 @@ bool placementIsPlayable(const ParsedFen& parsed) {
 }
 
 bool parseFen(std::string_view fen, ParsedFen& out) {
-    const std::string_view placement = nextField(fen);
-    const std::string_view side = nextField(fen);
-    const std::string_view castling = nextField(fen);
-    const std::string_view enPassant = nextField(fen);
+    const std::string_view placement = takeWord(fen);
+    const std::string_view side = takeWord(fen);
+    const std::string_view castling = takeWord(fen);
+    const std::string_view enPassant = takeWord(fen);
     return parsePlacement(placement, out) && parseSide(side, out) && parseCastling(castling, out) &&
            parseEnPassant(enPassant, out) && parseCounters(fen, out) && placementIsPlayable(out);
 }
