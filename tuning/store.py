@@ -15,6 +15,7 @@ import mmap
 import os
 import struct
 import zlib
+from collections.abc import Iterator
 from typing import Any, BinaryIO
 
 import listing
@@ -92,7 +93,12 @@ class Block:
     cells: int  # of the store's table
 
     def read(self, verify: bool = False) -> Rows:
-        """The rows.  The file is in memory only while this runs.  Checks the CRC only if asked to."""
+        """All of its rows.  Checks the CRC only if asked to."""
+        rows, = self.parts(self.rows, verify)
+        return rows
+
+    def parts(self, size: int, verify: bool = False) -> Iterator[Rows]:
+        """The rows, so many at a time.  The file is in memory only while this runs."""
         with opened(self.segment.path) as file:
             page = self.offset // mmap.ALLOCATIONGRANULARITY * mmap.ALLOCATIONGRANULARITY
             end = self.offset + block_bytes(self.rows, self.entries)
@@ -103,26 +109,34 @@ class Block:
                     mapped.madvise(mmap.MADV_WILLNEED)
                 with memoryview(mapped) as view, view[self.offset - page + BLOCK_HEADER.size:] as body:
                     if verify and zlib.crc32(body) != self.crc:
-                        raise Bad(f"{self.segment.path}: damaged: the block from byte {self.offset} has another CRC")
-                    return self._rows(body)
+                        raise self._damaged("has another CRC")
+                    yield from self._parts(body, size)
 
-    def _rows(self, body: memoryview) -> Rows:
+    def _damaged(self, what: str) -> Bad:
+        return Bad(f"{self.segment.path}: damaged: the block from byte {self.offset} {what}")
+
+    def _parts(self, body: memoryview, size: int) -> Iterator[Rows]:
+        """Copies, since arrays that lie in the file would keep it mapped."""
         columns = {}
         place = 0
         for name, kind in COLUMNS:
             columns[name] = np.frombuffer(body, kind, self.rows, place).copy()
             place += columns[name].nbytes
-        entries = np.frombuffer(body, np.uint8, self.entries, place).copy()
         length, flags = columns.pop("length"), columns.pop("flags")
+        ends = np.concatenate(([0], np.cumsum(length, dtype=np.int64)))
         game = np.cumsum((flags & FIRST) != 0, dtype=np.int64) + (self.first_game - 1)
-        if (int(length.sum(dtype=np.int64)) != self.entries or ((flags & RESULT) == RESULT).any()
+        if (int(ends[-1]) != self.entries or ((flags & RESULT) == RESULT).any()
                 or int(game[-1]) + 1 != self.first_game + self.games):
-            raise Bad(f"{self.segment.path}: damaged: the block from byte {self.offset} contradicts itself")
-        pointers, cell, count = decode(length, entries)
-        if len(cell) and (int(cell.min()) < 0 or int(cell.max()) >= self.cells):
-            raise Bad(f"{self.segment.path}: damaged: the block from byte {self.offset} uses cells that do not exist")
-        return Rows(**columns, result=(flags & RESULT) / 2, white=(flags & WHITE) != 0, game=game,
-                    pointers=pointers, cell=cell, count=count)
+            raise self._damaged("contradicts itself")
+        for first in range(0, self.rows, size):
+            part = slice(first, first + size)
+            begin, end = int(ends[first]), int(ends[min(first + size, self.rows)])
+            entries = np.frombuffer(body, np.uint8, end - begin, place + begin).copy()
+            pointers, cell, count = decode(length[part], entries)
+            if len(cell) and (int(cell.min()) < 0 or int(cell.max()) >= self.cells):
+                raise self._damaged("uses cells that do not exist")
+            yield Rows(**{name: column[part] for name, column in columns.items()}, result=(flags[part] & RESULT) / 2,
+                       white=(flags[part] & WHITE) != 0, game=game[part], pointers=pointers, cell=cell, count=count)
 
 
 def decode(length: np.ndarray, entries: np.ndarray) -> tuple[np.ndarray, np.ndarray, np.ndarray]:
