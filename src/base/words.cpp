@@ -7,22 +7,16 @@
 #include <limits>
 #include <system_error>
 
-std::string_view takeWord(std::string_view& text) {
-    const auto begin = std::find_if_not(text.begin(), text.end(), isWhiteSpace);
-    const auto end = std::find_if(begin, text.end(), isWhiteSpace);
-    text = {end, text.end()};
-    return {begin, end};
-}
-
 void Words::skipWhiteSpace() {
-    rest_ = {std::find_if_not(rest_.begin(), rest_.end(), isWhiteSpace), rest_.end()};
+    rest_.remove_prefix(std::min(rest_.find_first_not_of(kWhiteSpace), rest_.size()));
 }
 
 bool Words::next(std::string_view& word) {
-    const std::string_view found = takeWord(rest_);
-    if (found.empty())
+    skipWhiteSpace();
+    if (rest_.empty())
         return false;
-    word = found;
+    word = rest_.substr(0, rest_.find_first_of(kWhiteSpace));
+    rest_.remove_prefix(word.size());
     return true;
 }
 

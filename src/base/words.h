@@ -3,10 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-/// Takes the next word off the front of a text, with the white space before it; empty if there is
-/// none.
-std::string_view takeWord(std::string_view& text);
-
 /// Takes words and numbers off the front of a text, which outlives it. White space separates words,
 /// whatever the locale.
 class Words {

@@ -1,5 +1,4 @@
 #include "base/text.h"
-#include "base/words.h"
 #include "board/board.h"
 
 #include <algorithm>
@@ -28,6 +27,19 @@ struct ParsedFen {
     int halfmoveClock = 0;
     int fullmoveNumber = 1;
 };
+
+/// Takes the next field off the front of `text`; empty when there is none.
+std::string_view nextField(std::string_view& text) {
+    std::size_t begin = 0;
+    while (begin < text.size() && isWhiteSpace(text[begin]))
+        ++begin;
+    std::size_t end = begin;
+    while (end < text.size() && !isWhiteSpace(text[end]))
+        ++end;
+    const std::string_view field = text.substr(begin, end - begin);
+    text.remove_prefix(end);
+    return field;
+}
 
 /// The piece that a letter of either case means; `kNoPiece` for other characters.
 constexpr auto kPieceOf = [] {
@@ -111,8 +123,8 @@ bool parseCounter(std::string_view field, int& out) {
 }
 
 bool parseCounters(std::string_view text, ParsedFen& out) {
-    const std::string_view clock = takeWord(text);
-    const std::string_view number = takeWord(text);
+    const std::string_view clock = nextField(text);
+    const std::string_view number = nextField(text);
     if (!clock.empty() && !parseCounter(clock, out.halfmoveClock))
         return false;
     if (!number.empty() && !parseCounter(number, out.fullmoveNumber))
@@ -136,10 +148,10 @@ bool placementIsPlayable(const ParsedFen& parsed) {
 }
 
 bool parseFen(std::string_view fen, ParsedFen& out) {
-    const std::string_view placement = takeWord(fen);
-    const std::string_view side = takeWord(fen);
-    const std::string_view castling = takeWord(fen);
-    const std::string_view enPassant = takeWord(fen);
+    const std::string_view placement = nextField(fen);
+    const std::string_view side = nextField(fen);
+    const std::string_view castling = nextField(fen);
+    const std::string_view enPassant = nextField(fen);
     return parsePlacement(placement, out) && parseSide(side, out) && parseCastling(castling, out) &&
            parseEnPassant(enPassant, out) && parseCounters(fen, out) && placementIsPlayable(out);
 }

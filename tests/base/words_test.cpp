@@ -155,14 +155,4 @@ TEST(Words, AreThoseThatAStreamReads) {
     }
 }
 
-TEST(TakeWord, CutsWordsOffTheFront) {
-    std::string_view text = "\t one  two\v";
-    EXPECT_EQ(takeWord(text), "one");
-    EXPECT_EQ(text, "  two\v");
-    EXPECT_EQ(takeWord(text), "two");
-    EXPECT_EQ(takeWord(text), "");
-    EXPECT_EQ(text, "");
-    EXPECT_EQ(takeWord(text), "");
-}
-
 } // namespace
