@@ -88,33 +88,6 @@ export function withScriptHashes(html) {
   return html.replace(/'sha256-[^']*'(\s+'sha256-[^']*')*/, () => hashes);
 }
 
-// What a module imports as it is loaded: `import ... from "x"`, `export ... from "x"`, `import "x"`.
-const IMPORT = /^\s*(?:import|export)\b(?:[^"';()]*\bfrom)?\s*["']([^"']+)["']/gm;
-
-// The modules that a page's module scripts load, by the page's import map, in the order in which they are met.
-export function modulesOf(site, html) {
-  const { imports } = JSON.parse(/<script type="importmap">([\s\S]*?)<\/script>/.exec(html)[1]);
-  const address = (name, from) => {
-    const key = Object.keys(imports).find((one) => (one.endsWith("/") ? name.startsWith(one) : name === one));
-    if (key) return path.posix.join(imports[key], name.slice(key.length));
-    if (!/^\.\.?\//.test(name)) throw new Error(`${from}: the import map has no ${name}`);
-    return path.posix.join(path.posix.dirname(from), name);
-  };
-  const found = new Set([...html.matchAll(/<script type="module" src="([^"]+)"/g)].map(([, src]) => src));
-  for (const module of found) {
-    const text = readFileSync(path.join(site, module), "utf8");
-    for (const [, name] of text.matchAll(IMPORT)) found.add(address(name, module));
-  }
-  return [...found];
-}
-
-// A browser learns of a module's imports when it has read it: what the page needs is told at once. After the import
-// map, which must come before any module.
-function withPreloads(site, html) {
-  const links = modulesOf(site, html).map((module) => `  <link rel="modulepreload" href="${module}">\n`);
-  return html.replace(/^ *<script type="module"/m, (script) => links.join("") + script);
-}
-
 // Lists the folder's files for the service worker; the version changes whenever one of them does.
 export function writePrecache(site) {
   const files = filesOf(site)
@@ -158,10 +131,10 @@ export function buildSite(engine, site) {
   for (const name of filesOf(path.join(web, "page"))) {
     copy(path.join(web, "page", name), path.join(work, name));
   }
+  const index = path.join(work, "index.html");
+  writeFileSync(index, withScriptHashes(readFileSync(index, "utf8")));
   copyEngine(engine, work);
   copyLibraries(work);
-  const index = path.join(work, "index.html");
-  writeFileSync(index, withPreloads(work, withScriptHashes(readFileSync(index, "utf8"))));
   writeLicences(work);
   const version = writePrecache(work);
   rmSync(site, { recursive: true, force: true });

@@ -1,8 +1,6 @@
 // Games against the engine, played with the mouse as users do. The rules are judged by chess.js.
 
 import assert from "node:assert/strict";
-import { readFileSync } from "node:fs";
-import path from "node:path";
 import { test } from "node:test";
 
 import { Chess } from "chess.js";
@@ -12,7 +10,6 @@ import {
   find, listedMoves, newGame, openPosition, press, untilSaid, untilStatus, words,
 } from "./support/page.js";
 import { clickMove, dragMove, placement, untilReply, untilShown } from "./support/play.js";
-import { SITE, SiteServer } from "./support/site.js";
 
 const START = new Chess().fen();
 
@@ -257,20 +254,4 @@ test("an earlier position can be looked at, and the game goes on from its end", 
   await play(visit, chess, "d2d3");
   await untilReply(visit, chess);
   assert.deepEqual(await listedMoves(visit), chess.history());
-});
-
-test("the page tells of the modules that its first view needs, and of no others", async (t) => {
-  const server = await SiteServer.start();
-  t.after(() => server.stop());
-  const html = readFileSync(path.join(SITE, "index.html"), "utf8");
-  const links = /^ *<link rel="modulepreload" href="([^"]+)">\n/gm;
-  const told = [...html.matchAll(links)].map(([, module]) => module);
-  server.answer = (request, response) => request.url === "/"
-    && response.writeHead(200, { "Content-Type": "text/html; charset=utf-8" }).end(html.replaceAll(links, ""));
-  const visit = await Visit.start(t, { server });
-  await untilStatus(visit, "play.status.yours");
-  const loaded = await visit.page.evaluate(() => performance.getEntriesByType("resource")
-    .map(({ name }) => new URL(name).pathname.slice(1))
-    .filter((name) => /^(app|lib|text)\/.*\.js$/.test(name) && name !== "app/early.js"));
-  assert.deepEqual(told.sort(), [...new Set(loaded)].sort());
 });

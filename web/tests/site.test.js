@@ -4,14 +4,14 @@
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { createHash } from "node:crypto";
-import { cpSync, mkdirSync, mkdtempSync, readFileSync, rmSync, symlinkSync, writeFileSync } from "node:fs";
+import { cpSync, mkdtempSync, readFileSync, rmSync, symlinkSync, writeFileSync } from "node:fs";
 import http from "node:http";
 import os from "node:os";
 import path from "node:path";
 import { describe, test } from "node:test";
 import vm from "node:vm";
 
-import { buildSite, filesOf, modulesOf, withScriptHashes, writePrecache } from "../site.mjs";
+import { buildSite, filesOf, withScriptHashes, writePrecache } from "../site.mjs";
 import { ROOT, SITE } from "./support/site.js";
 
 const read = (name) => readFileSync(path.join(SITE, name), "utf8");
@@ -27,44 +27,6 @@ function precacheOf(folder) {
   vm.runInNewContext(readFileSync(path.join(folder, "precache.js"), "utf8"), scope);
   return scope.self.PRECACHE;
 }
-
-function folderOf(t, files) {
-  const folder = temporary(t);
-  for (const [name, text] of Object.entries(files)) {
-    mkdirSync(path.dirname(path.join(folder, name)), { recursive: true });
-    writeFileSync(path.join(folder, name), text);
-  }
-  return folder;
-}
-
-describe("the modules of a page", () => {
-  const map = '<script type="importmap">{"imports":{"whole":"./lib/whole.js","part/":"./lib/part/"}}</script>';
-
-  test("are those that its scripts import, and what these import", (t) => {
-    const folder = folderOf(t, {
-      "app/main.js": 'import "./bare.js";\nimport {\n  a,\n  b as c,\n} from "../other/names.js";\nimport d, * as e from "whole";\n'
-        + 'const later = () => import("./later.js");\n// import "./comment.js";\nconst text = "import \'./text.js\'";\n',
-      "app/bare.js": 'export * from "part/deep/star.js";\nexport { f } from \'./named.js\';\nexport const from = 1;\n',
-      "app/named.js": 'import "./main.js";\nexport function f(from = "./default.js") {}\n',
-      "other/names.js": "", "lib/whole.js": "", "lib/part/deep/star.js": "",
-    });
-    assert.deepEqual(modulesOf(folder, `${map}<script type="module" src="app/main.js"></script>`), [
-      "app/main.js", "app/bare.js", "other/names.js", "lib/whole.js", "lib/part/deep/star.js", "app/named.js"]);
-  });
-
-  test("are all there, or the page is not built", (t) => {
-    const folder = folderOf(t, { "a.js": 'import "./b.js";', "c.js": 'import "unknown";' });
-    assert.throws(() => modulesOf(folder, `${map}<script type="module" src="a.js"></script>`), /b\.js/);
-    assert.throws(() => modulesOf(folder, `${map}<script type="module" src="c.js"></script>`), /c\.js.*unknown/);
-  });
-
-  test("are told of behind the import map, before the first script that needs one", () => {
-    const html = read("index.html");
-    const first = html.indexOf("modulepreload");
-    assert.ok(html.indexOf('type="importmap"') < first);
-    assert.ok(html.lastIndexOf("modulepreload") < html.indexOf('<script type="module"'));
-  });
-});
 
 describe("the folder", () => {
   test("has page, engine, libraries and their licences", () => {

@@ -2,6 +2,7 @@
 import { createSettingsDialog, createTexts, writeTexts } from "./appearance.js";
 import { Board, loadPieces } from "./board.js";
 import { createBoardBar, createMoveForm, createPgnButtons } from "./controls.js";
+import { PageEngine } from "./engine.js";
 import { Game } from "./game.js";
 import { installWorker } from "./install.js";
 import { MoveList } from "./movelist.js";
@@ -9,17 +10,22 @@ import { Notices } from "./notices.js";
 import { Players } from "./players.js";
 import * as play from "./play.js";
 import { createPositionDialog } from "./position.js";
-import { engine, settings } from "./start.js";
+import { browserStorage, Settings } from "./settings.js";
 import { createTabs } from "./tabs.js";
 import { moveInWords } from "./words.js";
 
 const byId = (id) => document.getElementById(id);
+const isCount = (value) => Number.isInteger(value) && value > 0;
 
+const settings = new Settings(browserStorage());
 const texts = createTexts(settings);
 const notices = new Notices(byId("notices"), byId("spoken"), texts);
 const game = new Game();
 const board = new Board(byId("board"), { fen: game.fen, texts });
 const players = new Players(byId("player-top"), byId("player-bottom"), texts);
+const engine = new PageEngine({
+  threads: settings.get("engine.threads", 1, isCount), hash: settings.get("engine.hash", null, isCount),
+});
 const piecesLoaded = loadPieces("pieces.svg")
   .catch(() => notices.show("notice.pieces", { kind: "error" }));
 const page = { game, board, engine, texts, settings, notices, players };
@@ -104,7 +110,7 @@ function playTyped(uci) {
   return board.move(uci.slice(0, 2), uci.slice(2, 4), uci[4]);
 }
 
-function showState({ state, reason, restarted }) {
+engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
   byId("about").textContent = about();
   const failures = ["notice.webassembly", "notice.memory", "notice.load", "notice.died"];
   if (state === "failed") {
@@ -116,10 +122,7 @@ function showState({ state, reason, restarted }) {
       notices.show("notice.restarted", { seconds: 10 });
     }
   }
-}
-
-engine.addEventListener("state", ({ detail }) => showState(detail));
-showState(engine); // it has been starting for a while
+});
 
 /** Starts the engine again, and then what the view wanted of it. */
 async function retry() {
