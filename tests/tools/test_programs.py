@@ -128,8 +128,8 @@ class Usage(TreeTest):
         self.environment["PYTHONPATH"] = str(self.tree / "scripts")
         os.symlink(engine_path(), self.path("engine"))
         for program, arguments, missing in (
-            ("tuning/fit", ("data.txt", "--engine", engine_path(), "--selfcheck", engine_path(), "--listing", "x"),
-             "python3-numpy"),
+            ("tuning/fit", ("scripts", "--engine", engine_path(), "--listing", "x"), "python3-numpy"),
+            ("tuning/pack", ("x", "data.txt", "--engine", engine_path(), "--packer", engine_path()), "python3-numpy"),
             ("tuning/picture", ("data.txt", "data.txt", "x"), "python3-matplotlib"),
             ("benchmarks/plot-threads.py", ("data.txt", "x"), "python3-matplotlib"),
         ):
@@ -175,9 +175,10 @@ class OwnFilesAlone(TreeTest):
 
     def test_fit_and_pictures(self) -> None:
         for program, arguments in (
-            ("tuning/fit", ("data.txt",)),
-            ("tuning/fit", ("data.txt", "--listing", "data.txt")),
-            ("tuning/fit", ("data.txt", "--listing", "new.txt", "--tables", "packaging/copyright")),
+            ("tuning/fit", ("scripts",)),
+            ("tuning/fit", ("scripts", "--listing", "data.txt")),
+            ("tuning/fit", ("scripts", "--listing", "new.txt", "--tables", "packaging/copyright")),
+            ("tuning/fit", ("scripts", "--listing", "new.txt", "--report", "packaging/copyright")),
             ("tuning/picture", ("data.txt", "data.txt", "weights.txt")),
             ("benchmarks/plot-threads.py", ("data.txt", "weights.txt")),
         ):
@@ -255,12 +256,11 @@ class FindsTheEngine(TreeTest):
 
     @unittest.skipIf(os.path.exists("/usr/games/morvane") or shutil.which("morvane"), "an engine is installed")
     def test_nowhere(self) -> None:
-        (self.tree / "morvane_selfcheck").write_text("#!/bin/sh\n")
-        (self.tree / "morvane_selfcheck").chmod(0o755)
+        (self.tree / "morvane_pack").write_text("#!/bin/sh\n")
+        (self.tree / "morvane_pack").chmod(0o755)
         for program, *arguments in (("scripts/find-engine",), ("scripts/solve-epd", "data.txt"),
                                     ("scripts/datagen-shards", "run", "shards"),
-                                    ("tuning/fit", "data.txt", "--selfcheck", "./morvane_selfcheck",
-                                     "--listing", "new.txt")):
+                                    ("tuning/pack", "store", "data.txt", "--packer", "./morvane_pack")):
             line = self.refuse(program, *arguments)
             self.assertRegex(line, r"\./run.*cmake --preset release && cmake --build --preset release")
 
