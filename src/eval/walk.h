@@ -161,11 +161,9 @@ void addKings(const Board& board, Sink& sink) {
 
 template <class Sink>
 void addBishopPair(const Board& board, Sink& sink) {
-    Bitboard pairs[kColors];
-    for (const Color c : {White, Black}) {
-        const Bitboard bishops = board.pieces[c][Bishop];
-        pairs[c] = moreThanOne(bishops) ? bishops : 0;
-    }
+    const auto pairOf = [](Bitboard bishops) { return moreThanOne(bishops) ? bishops : 0; };
+    const Bitboard pairs[kColors] = {pairOf(board.pieces[White][Bishop]),
+                                     pairOf(board.pieces[Black][Bishop])};
     useBothSides<Term::BishopPair, kBishopPair>(sink, Aspect::BishopPair, pairs, 0,
                                                 pairs[White] != 0, pairs[Black] != 0);
 }
