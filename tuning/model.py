@@ -8,7 +8,7 @@ have (prior.py).
 Near the present weights the value of a position is linear in them, but for truncating divisions: it is the
 engine's own whole number for the present weights, and slopes for the rest.
 
-What is computed of positions here is computed of one block of a store (store.py) at a time; team.py adds it up.
+What is computed of positions here is computed of a part of a block of a store (store.py) at a time; team.py adds it up.
 """
 
 from __future__ import annotations
@@ -96,10 +96,13 @@ class Target:
     def judged(self, rows: store.Rows) -> np.ndarray:
         return expit(rows.score / self.score_unit) if self.judged_by_scores else rows.result
 
-    def learned(self, rows: store.Rows) -> np.ndarray:
+    def wanted(self, rows: store.Rows, unseen: np.ndarray) -> np.ndarray:
+        """What is learned, or of positions that are held out what they are judged by."""
+        judged = self.judged(rows)
         if self.judged_by_scores or self.mix == 0:
-            return self.judged(rows)
-        return (1 - self.mix) * rows.result + self.mix * expit(rows.score / self.score_unit)
+            return judged
+        learned = (1 - self.mix) * rows.result + self.mix * expit(rows.score / self.score_unit)
+        return np.where(unseen, judged, learned)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -135,39 +138,42 @@ class Task:
         return rows.game % self.every == self.every - 1
 
 
-def phase_shares(rows: store.Rows) -> np.ndarray:
-    """By how much a value grows with each centipawn of the middle-game and of the end-game sum."""
-    fade = (FADED_OUT - rows.clock) / FADED_OUT / FULL_PHASE
-    return np.stack([rows.phase * fade, rows.scale / FULL_SCALE * (FULL_PHASE - rows.phase) * fade], axis=1)
+class Slopes:
+    """How the values of rows hang on the free weights."""
 
+    def __init__(self, rows: store.Rows, cells: Cells) -> None:
+        self.value = rows.value
+        self.cells = cells
+        fade = (FADED_OUT - rows.clock) / FADED_OUT / FULL_PHASE
+        # By how much a value grows with each centipawn of the middle-game and of the end-game sum.
+        self.shares = np.stack([rows.phase * fade, rows.scale / FULL_SCALE * (FULL_PHASE - rows.phase) * fade], axis=1)
+        # How often each row counts each cell.
+        self.uses = sparse.csr_matrix((rows.count.astype(np.float64), rows.cell, rows.pointers),
+                                      (len(rows.value), cells.mg.shape[0]))
 
-def uses(rows: store.Rows, cells: Cells) -> sparse.csr_matrix:
-    """How often each row counts each cell."""
-    return sparse.csr_matrix((rows.count.astype(np.float64), rows.cell, rows.pointers),
-                             (len(rows.value), cells.mg.shape[0]))
+    def moved(self, change: np.ndarray) -> np.ndarray:
+        """The values once each free weight has changed by so much."""
+        by_cell = np.stack([self.cells.mg @ change, self.cells.eg @ change], axis=1)
+        return self.value + (self.shares * (self.uses @ by_cell)).sum(axis=1)
 
-
-def moved(rows: store.Rows, cells: Cells, change: np.ndarray) -> np.ndarray:
-    """The values once each free weight has changed by so much."""
-    by_cell = np.stack([cells.mg @ change, cells.eg @ change], axis=1)
-    return rows.value + (phase_shares(rows) * (uses(rows, cells) @ by_cell)).sum(axis=1)
+    def gradient(self, error: np.ndarray) -> np.ndarray:
+        """By free weight, of a sum of which each row's slope is told."""
+        pull = self.uses.T @ (self.shares * error[:, None])
+        return self.cells.mg.T @ pull[:, 0] + self.cells.eg.T @ pull[:, 1]
 
 
 def step(rows: store.Rows, task: Task, change: np.ndarray) -> list[np.ndarray]:
     """Of one block: how many positions are learned from and how many are held out; the sums of their losses, then
     the gradient of the first sum."""
-    by_cell = np.stack([task.cells.mg @ change, task.cells.eg @ change], axis=1)
-    shares, used = phase_shares(rows), uses(rows, task.cells)
-    value = rows.value + (shares * (used @ by_cell)).sum(axis=1)
+    slopes = Slopes(rows, task.cells)
+    value = slopes.moved(change)
     unseen = task.held_out(rows)
-    learned = task.target.learned(rows)
-    seen_losses = losses(value, learned, task.unit)[~unseen]
-    unseen_losses = losses(value, task.target.judged(rows), task.unit)[unseen]
-    error = np.where(unseen, 0.0, (expit(value / task.unit) - learned) / task.unit)
-    pull = used.T @ (shares * error[:, None])
-    gradient = task.cells.mg.T @ pull[:, 0] + task.cells.eg.T @ pull[:, 1]
-    return [np.array([len(seen_losses), len(unseen_losses)]),
-            np.array([seen_losses.sum(), unseen_losses.sum(), *gradient])]
+    wanted = task.target.wanted(rows, unseen)
+    loss = losses(value, wanted, task.unit)
+    error = np.where(unseen, 0.0, (expit(value / task.unit) - wanted) / task.unit)
+    held_out = np.count_nonzero(unseen)
+    return [np.array([len(unseen) - held_out, held_out]),
+            np.array([loss[~unseen].sum(), loss[unseen].sum(), *slopes.gradient(error)])]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -214,7 +220,7 @@ def judge(rows: store.Rows, task: Task, change: np.ndarray) -> list[np.ndarray]:
     unseen = task.held_out(rows)
     phase, brought = rows.phase[unseen], task.target.judged(rows)[unseen]
     counts, sums = [np.bincount(phase, minlength=FULL_PHASE + 1)], []
-    for value in (rows.value[unseen], moved(rows, task.cells, change)[unseen], rows.score[unseen]):
+    for value in (rows.value[unseen], Slopes(rows, task.cells).moved(change)[unseen], rows.score[unseen]):
         place = np.rint((np.clip(value, -EDGE, EDGE) + float(EDGE)) / BIN).astype(np.int64)
         counts.append(np.bincount(place, minlength=2 * EDGE // BIN + 1))
         sums.append(np.bincount(phase, losses(value, brought, task.unit), FULL_PHASE + 1))

@@ -201,10 +201,7 @@ def same_name(one: str, other: str) -> bool:
 def digest_of(source: Source) -> str:
     """Of the text.  Reads all of it unless a manifest tells."""
     if source.sha256 is None:
-        digest = hashlib.sha256()
-        for piece in source.pieces():
-            digest.update(piece)
-        source.sha256 = digest.hexdigest()
+        source.sha256 = store.sum_of(source.pieces())
     return source.sha256
 
 
@@ -343,12 +340,10 @@ def feed(source: Source, packer: Packer, progress: Progress) -> tuple[int, str]:
 
 def hash_and_keep(path: str) -> str:
     """SHA-256 of a file, which the disk has when this returns."""
-    digest = hashlib.sha256()
     with open(path, "rb") as file:
-        while piece := file.read(PIECE):
-            digest.update(piece)
+        found = store.sum_of(store.pieces_of(file))
         os.fsync(file.fileno())
-    return digest.hexdigest()
+    return found
 
 
 def check_manifest(source: Source, size: int, digest: str, rows: int) -> None:

@@ -14,9 +14,10 @@ import subprocess
 from collections.abc import Iterator
 from typing import Any, Optional
 
+from datashards.plan import SEEDS, overlap  # noqa: F401: for those that take sources in
+
 PIECE = 1 << 20
 UNPACKERS = {".gz": ("gzip", "-dc"), ".zst": ("zstd", "-dcq")}
-SEEDS = 1 << 64
 
 
 class Fault(Exception):
@@ -142,11 +143,6 @@ class Run(Source):
 def seeds_of(described: dict[str, Any]) -> Optional[tuple[int, int]]:
     """First seed and number of seeds of what a store or a manifest tells, if it tells them."""
     return (described["first_seed"], described["games"]) if "first_seed" in described else None
-
-
-def overlap(one: tuple[int, int], other: tuple[int, int]) -> bool:
-    """Whether two ranges of seeds have one in common.  0 follows 2^64 - 1."""
-    return (other[0] - one[0]) % SEEDS < one[1] or (one[0] - other[0]) % SEEDS < other[1]
 
 
 def read_manifest(path: str) -> dict[str, Any]:

@@ -15,7 +15,7 @@ import mmap
 import os
 import struct
 import zlib
-from collections.abc import Iterator
+from collections.abc import Iterable, Iterator
 from typing import Any, BinaryIO
 
 import listing
@@ -196,12 +196,22 @@ class Store:
 
 def verify(segment: Segment) -> None:
     """Raises Bad unless the file has the bytes that were written."""
-    digest = hashlib.sha256()
     with opened(segment.path) as file:
-        while piece := file.read(1 << 20):
-            digest.update(piece)
-    if digest.hexdigest() != segment.sha256:
+        found = sum_of(pieces_of(file))
+    if found != segment.sha256:
         raise Bad(f"{segment.path}: damaged: its SHA-256 is not the one that was written")
+
+
+def pieces_of(file: BinaryIO) -> Iterator[bytes]:
+    return iter(lambda: file.read(1 << 20), b"")
+
+
+def sum_of(pieces: Iterable[bytes]) -> str:
+    """Their SHA-256."""
+    digest = hashlib.sha256()
+    for piece in pieces:
+        digest.update(piece)
+    return digest.hexdigest()
 
 
 def segment_of(store: str, entry: dict[str, Any]) -> Segment:

@@ -20,6 +20,11 @@ class Settings:
     shard: int = 100  # games in each, but for the last
     options: tuple[str, ...] = ()  # of the engine, NAME=NUMBER
 
+    @property
+    def seeds(self) -> tuple[int, int]:
+        """The first one, and how many there are."""
+        return self.seed, self.games
+
     def words(self) -> list[str]:
         """As on the command line. Of a single shard the size does not matter."""
         size = [f"shard={self.shard}"] if self.games > self.shard else []
@@ -69,9 +74,9 @@ def check(plan: Sequence[str], settings: Settings, name: str) -> None:
         raise Fault(f"{name} was edited: line {len(wanted) + 1} is too much; {advice}")
 
 
-def overlap(one: Settings, other: Settings) -> bool:
-    """Whether a game of one run is one of the other. Seeds begin anew after the last one."""
-    return ((other.seed - one.seed) % SEEDS < one.games) or ((one.seed - other.seed) % SEEDS < other.games)
+def overlap(one: tuple[int, int], other: tuple[int, int]) -> bool:
+    """Whether two ranges, the first seed and the number of each, have one in common. 0 follows the last seed."""
+    return (other[0] - one[0]) % SEEDS < one[1] or (one[0] - other[0]) % SEEDS < other[1]
 
 
 def span(settings: Settings) -> str:

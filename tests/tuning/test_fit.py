@@ -16,22 +16,17 @@ from typing import ClassVar
 from client import DEADLINE, FolderTest, engine_path, run_mode
 
 try:
+    import built_in
     import listing
     import numpy as np
     import storewriter
     import tables
     import training  # noqa: F401: needs scipy
+    from built_in import ROOT, SQUARES, TUNING
 except ImportError as error:
     raise unittest.SkipTest(f"{error}") from None
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-TUNING = os.path.join(ROOT, "tuning")
-SQUARES = os.path.join(TUNING, "squares.txt")
 QUICK = ("--spread", "1:1", "--patience", "1")
-
-
-def built_in() -> listing.Listing:
-    return listing.parse(run_mode("tuneparams").stdout.decode())
 
 
 class FitTest(FolderTest):
@@ -52,7 +47,7 @@ class FitTest(FolderTest):
 
     def setUp(self) -> None:
         super().setUp()
-        self.weights = built_in()
+        self.weights = built_in.weights()
         self.store = self.path("store")
 
     @staticmethod

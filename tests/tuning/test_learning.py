@@ -16,6 +16,7 @@ from collections import Counter
 from client import FolderTest, run_mode
 
 try:
+    import built_in
     import journal
     import listing
     import model
@@ -25,17 +26,10 @@ try:
     import storewriter
     import tables
     import team
+    from built_in import ROOT, SQUARES, TUNING
     from scipy import optimize
 except ImportError as error:
     raise unittest.SkipTest(f"{error}") from None
-
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-TUNING = os.path.join(ROOT, "tuning")
-SQUARES = os.path.join(TUNING, "squares.txt")
-
-
-def built_in() -> listing.Listing:
-    return listing.parse(run_mode("tuneparams").stdout.decode())
 
 
 class Listings(unittest.TestCase):
@@ -79,7 +73,7 @@ class Choices(FolderTest):
                 self.choice(rules)
 
     def test_the_open_cells_of_the_placement_tables(self) -> None:
-        weights = built_in()
+        weights = built_in.weights()
         choice = listing.read_choice(SQUARES, weights.names)
         free = [weights.names[index] for index in np.flatnonzero(choice.free)]
         self.assertEqual(Counter(name.rstrip("0123456789") for name in free), {
@@ -92,10 +86,10 @@ class Choices(FolderTest):
 class Tables(unittest.TestCase):
     def test_of_the_engine_are_those_that_the_program_writes(self) -> None:
         with open(f"{ROOT}/src/params/square_tables.h", encoding="ascii") as file:
-            self.assertEqual(tables.source(built_in()), file.read())
+            self.assertEqual(tables.source(built_in.weights()), file.read())
 
     def test_with_end_game_placement_of_their_own(self) -> None:
-        weights = built_in()
+        weights = built_in.weights()
         weights.values[weights.index("pstEgDelta_R_63")] = -1234
         text = tables.source(weights)
         self.assertRegex(text, r"kPstEgDelta\[kPieces\]\[kSquares\] = \{\n +\{ // pawn\n")
@@ -129,7 +123,7 @@ class Positions(unittest.TestCase):
     def test_values_move_as_the_engine_blends_them(self) -> None:
         rows, change = self.rows(500, 1), np.array([7.0, -3.0, 5.0])
         by_weight = [7.0, -3.0, 0.0, 5.0]
-        found = model.moved(rows, self.task().cells, change)
+        found = model.Slopes(rows, self.task().cells).moved(change)
         for row in range(500):
             place = slice(rows.pointers[row], rows.pointers[row + 1])
             used = list(zip(rows.cell[place].tolist(), rows.count[place].tolist()))
@@ -175,7 +169,7 @@ class Positions(unittest.TestCase):
         rows, task, change = self.rows(3000, 6), self.task(), np.array([30.0, 0.0, -40.0])
         unseen = rows.game % 3 == 2
         found = model.judged(model.judge(rows, task, change))
-        for judgement, value in ((found.before, rows.value), (found.after, model.moved(rows, task.cells, change)),
+        for judgement, value in ((found.before, rows.value), (found.after, model.Slopes(rows, task.cells).moved(change)),
                                  (found.scores, rows.score)):
             self.assertEqual(judgement.positions.tolist(), np.bincount(rows.phase[unseen], minlength=25).tolist())
             loss = model.losses(value, rows.result, 200.0)
