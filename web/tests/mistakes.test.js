@@ -233,7 +233,8 @@ async function outliveEngine(t, die) {
   chess.move("Nf3");
   await untilStatus(visit, "play.status.thinking");
   for (const worker of visit.page.workers()) await worker.evaluate(die).catch(() => {});
-  await visit.until("a message on it", () => document.querySelector("[data-notice]") !== null);
+  // The messages that come before this one push the buttons about.
+  await untilSaid(visit, words("notice.restarted"), "[data-notice]");
   assert.equal(await placement(visit), chess.fen().split(" ")[0]);
   await press(visit, "play.takeBack");
   await newGame(visit, { here: true });
