@@ -233,7 +233,7 @@ async function outliveEngine(t, die) {
   chess.move("Nf3");
   await untilStatus(visit, "play.status.thinking");
   for (const worker of visit.page.workers()) await worker.evaluate(die).catch(() => {});
-  // The messages that come before this one push the buttons about.
+  // It moves the buttons: they are pressed when it stands.
   await untilSaid(visit, words("notice.restarted"), "[data-notice]");
   assert.equal(await placement(visit), chess.fen().split(" ")[0]);
   await press(visit, "play.takeBack");

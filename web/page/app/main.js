@@ -116,7 +116,7 @@ engine.addEventListener("state", ({ detail: { state, reason, restarted } }) => {
   if (state === "failed") {
     const action = reason === "webassembly" ? undefined : { key: "notice.retry", run: retry };
     notices.show(`notice.${reason}`, { kind: "error", action });
-  } else if (state === "ready") {
+  } else { // what starts again by itself at once needs no button for it
     failures.forEach((key) => notices.dismiss(key));
     if (restarted) {
       notices.show("notice.restarted", { seconds: 10 });
