@@ -72,7 +72,8 @@ def build_changed(folder: str, targets: list[str]) -> None:
     real = shutil.which("cmake", path=os.pathsep.join(os.environ["PATH"].split(os.pathsep)[1:]))
     built = f"{os.environ['MORVANE_SANDBOX']}/changed"
     for command in ([real, "-S", ".", "-B", built, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
-                     "-DCMAKE_CXX_FLAGS=-Og -DNDEBUG"], [real, "--build", built, "--target", *targets]):
+                     "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_CXX_FLAGS=-Og -DNDEBUG"],
+                    [real, "--build", built, "--target", *targets]):
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
         if done.returncode != 0:
             raise Wrong(f"the changed sources cannot be built: {done.stdout}")

@@ -41,7 +41,8 @@ class Steps(FolderTest):
     def setUp(self) -> None:
         super().setUp()
         self.tree = pathlib.Path(self.folder) / "a tree"
-        for folder in (".ci", "tests/uci", "tests/windows", "scripts", "src", "benchmarks", "fuzz", "build/test", "bin"):
+        for folder in (".ci", "tests/uci", "tests/windows", "scripts", "src", "benchmarks", "fuzz", "build/analysis",
+                       "bin"):
             (self.tree / folder).mkdir(parents=True)
         shutil.copy(ROOT / "test", self.tree)
         shutil.copy(ROOT / "tests" / "skipped.py", self.tree / "tests")
@@ -52,7 +53,7 @@ class Steps(FolderTest):
         (self.tree / "scripts/ensure-packages.sh").write_text(INSTALL)
         for name in SCRIPTS + tuple(f"bin/{program}" for program in SILENT):
             self.place(name, SUCCESS)
-        (self.tree / "build/test/compile_commands.json").write_text("[]")
+        (self.tree / "build/analysis/compile_commands.json").write_text("[]")
         self.place("bin/ctest", CTEST)
         self.results(passed=["test_a.A.b"], skipped={})
         self.unit(UNIT.format("completed", ""))
