@@ -237,6 +237,8 @@ def judged(totals: list[np.ndarray]) -> Judgements:
 
 # --- the fit ---
 
+FIRST_STEP = 10  # centipawns, all weights together
+
 
 @dataclasses.dataclass
 class Fit:
@@ -256,6 +258,8 @@ def fit(look: Callable[[np.ndarray], Pass], precision: np.ndarray, bounds: optim
     latest = (start, look(start))  # L-BFGS-B asks for this one first
     best = Fit(start, latest[1].held_out, 0)
     steps = 0
+    # L-BFGS-B begins with a step as long as the gradient, and one centipawn may change the loss by a millionth only.
+    scale = FIRST_STEP / (float(np.sqrt((latest[1].gradient**2).sum())) or 1)
 
     def at(change: np.ndarray) -> Pass:
         nonlocal latest
@@ -266,7 +270,7 @@ def fit(look: Callable[[np.ndarray], Pass], precision: np.ndarray, bounds: optim
     def loss_and_gradient(change: np.ndarray) -> tuple[float, np.ndarray]:
         found = at(change)
         pull = (precision * change).sum(axis=1) / found.seen
-        return found.loss + 0.5 * float((pull * change).sum()), found.gradient + pull
+        return scale * (found.loss + 0.5 * float((pull * change).sum())), scale * (found.gradient + pull)
 
     def judge(change: np.ndarray) -> None:
         nonlocal best, steps
@@ -279,7 +283,7 @@ def fit(look: Callable[[np.ndarray], Pass], precision: np.ndarray, bounds: optim
 
     try:
         optimize.minimize(loss_and_gradient, start, jac=True, method="L-BFGS-B", bounds=bounds,
-                          callback=judge, options={"maxiter": 1000, "ftol": 1e-11, "gtol": 1e-10})
+                          callback=judge, options={"maxiter": 1000, "ftol": 1e-11, "gtol": 1e-6})
     except EndedEarly:
         pass
     return best

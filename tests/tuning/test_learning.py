@@ -208,6 +208,15 @@ class Model(unittest.TestCase):
     def test_finds_what_was_planted(self) -> None:
         self.assertLess(np.abs(self.fit() - self.PLANTED).max(), 1.5)
 
+    def test_finds_it_where_a_centipawn_changes_the_loss_by_a_billionth(self) -> None:
+        def look(change: np.ndarray) -> model.Pass:
+            away = change - self.PLANTED
+            loss = 0.5 + 0.5e-9 * float(away @ away)
+            return model.Pass(1000, loss, loss, 1e-9 * away)
+
+        found = model.fit(look, np.zeros((4, 4)), optimize.Bounds([-99.0] * 4, [99.0] * 4), 10)
+        self.assertLess(np.abs(found.change - self.PLANTED).max(), 0.5)
+
     def test_keeps_bounds(self) -> None:
         change = self.fit(bounds=optimize.Bounds([-np.inf, -5, 0, 0], [20, np.inf, 0, 0]))
         self.assertEqual(change.round(3).tolist(), [20, -5, 0, 0])
