@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import os
+import re
 import resource
 import signal
 import unittest
 
+import grammar
 import test_datagen
-from client import START_FEN, run_mode
+from client import START_FEN, Engine, run_mode
 from test_datagen import CANNOT_OPEN, header
 from test_determinism import DEPTH, launch, usual
 from test_signature import without_times
@@ -66,11 +68,21 @@ class LineEnds(unittest.TestCase):
     def test_both_are_taken_and_one_is_given(self) -> None:
         commands = ["uci", "position startpos moves e2e4", "d", "setoption name Hash value 3", "go depth 4",
                     "position fen x", "quit"]
-        told = [run_mode(stdin="".join(line + end for line in commands).encode()) for end in ("\n", "\r\n")]
-        self.assertEqual(*(without_times(done.stdout.decode().split("\n")) for done in told))
+        told = [self.session(commands, end) for end in ("\n", "\r\n")]
+        self.assertEqual(*(re.sub(r" nps \d+ time \d+", "", engine.stdout.decode()).split("\n") for engine in told))
         self.assertIn(f"fen: {START_FEN.split()[0][:20]}", told[0].stdout.decode())
-        for done in told:
-            self.assertEqual((done.returncode, done.stdout.count(b"\r"), done.stderr.count(b"\r")), (0, 0, 0))
+        for engine in told:
+            self.assertEqual((engine.stdout.count(b"\r"), engine.stderr.count(b"\r")), (0, 0))
+
+    def session(self, commands: list[str], end: str) -> Engine:
+        engine = Engine()
+        self.addCleanup(engine.kill)
+        for command in commands:
+            engine.send_bytes((command + end).encode())
+            if command.startswith("go "):  # what comes next would end the search
+                engine.read_until(grammar.BEST_MOVE)
+        self.assertEqual(engine.wait(), 0)
+        return engine
 
     def test_of_positions_on_standard_input(self) -> None:
         positions = [START_FEN, "8/8/4k3/8/2b5/8/4KB2/8 w - - 0 1"]
