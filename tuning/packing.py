@@ -22,7 +22,7 @@ from typing import Any, NoReturn, Optional
 
 import sources
 import store
-from sources import PIECE, Fault, Source
+from sources import Fault, Source
 
 DESCRIPTION = "store.json"
 LOCK = "lock"
