@@ -16,7 +16,7 @@ function(morvane_add_variants target)
   endif()
   set(settings "")
   foreach(name IN ITEMS CMAKE_BUILD_TYPE CMAKE_CXX_COMPILER CMAKE_CXX_FLAGS CMAKE_MAKE_PROGRAM CMAKE_TOOLCHAIN_FILE
-      MORVANE_HARDEN MORVANE_PROFILE MORVANE_PROFILE_FOLDER MORVANE_REVISION MORVANE_WERROR)
+      CMAKE_UNITY_BUILD MORVANE_HARDEN MORVANE_PROFILE MORVANE_PROFILE_FOLDER MORVANE_REVISION MORVANE_WERROR)
     list(APPEND settings "-D${name}=${${name}}")
   endforeach()
   set(before "") # two at a time: some steps of each take one processor, others all
