@@ -8,7 +8,8 @@ FEN = (
     r"(?:[1-8pnbrqkPNBRQK]+/){7}[1-8pnbrqkPNBRQK]+ [wb] (?:-|K?Q?k?q?)"
     r" (?:-|[a-h][36]) \d+ \d+"
 )
-EFFORT = r"nodes \d+ nps \d+ time \d+"
+SPEED = r"nps \d+ time \d+"  # in this alone a search differs from the same search again
+EFFORT = rf"nodes \d+ {SPEED}"
 
 ITERATION = rf"info depth \d+ seldepth \d+ score {SCORE} {EFFORT} pv {MOVE}(?: {MOVE})*"
 PROGRESS = rf"info depth \d+ seldepth \d+ {EFFORT}"

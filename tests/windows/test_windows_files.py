@@ -69,7 +69,7 @@ class LineEnds(unittest.TestCase):
         commands = ["uci", "position startpos moves e2e4", "d", "setoption name Hash value 3", "go depth 4",
                     "position fen x", "quit"]
         told = [self.session(commands, end) for end in ("\n", "\r\n")]
-        self.assertEqual(*(re.sub(r" nps \d+ time \d+", "", engine.stdout.decode()).split("\n") for engine in told))
+        self.assertEqual(*(re.sub(f" {grammar.SPEED}", "", engine.stdout.decode()).split("\n") for engine in told))
         self.assertIn(f"fen: {START_FEN.split()[0][:20]}", told[0].stdout.decode())
         for engine in told:
             self.assertEqual((engine.stdout.count(b"\r"), engine.stderr.count(b"\r")), (0, 0))
